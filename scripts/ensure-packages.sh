@@ -1,0 +1,26 @@
+# Sourced by the set-up scripts: installs whichever of the named Debian packages are missing.
+# Works as root, or through sudo for an ordinary user.
+ensure_packages() {
+    local missing=()
+    local pkg
+    for pkg in "$@"; do
+        if ! dpkg-query -W -f='${Status}' "$pkg" 2>/dev/null | grep -q 'install ok installed'; then
+            missing+=("$pkg")
+        fi
+    done
+    [ ${#missing[@]} -eq 0 ] && return 0
+
+    local sudo=()
+    [ "$(id -u)" -eq 0 ] || sudo=(sudo)
+    echo "Installing missing packages: ${missing[*]}"
+    "${sudo[@]}" env DEBIAN_FRONTEND=noninteractive apt-get update -q
+    "${sudo[@]}" env DEBIAN_FRONTEND=noninteractive \
+        apt-get install -y -q --no-install-recommends "${missing[@]}"
+}
+
+# What building and running Kestrel needs: the toolchain, Qt 6, and curl, which fetches pictures.
+KESTREL_PACKAGES=(cmake g++ make pkgconf qt6-base-dev qt6-svg-dev qt6-qpa-plugins libgl-dev
+                  curl ca-certificates)
+
+# What the tests need beyond that: a virtual display with a window manager for the window tests.
+KESTREL_TEST_PACKAGES=(xvfb xauth openbox clang-format)

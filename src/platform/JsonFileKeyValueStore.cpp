@@ -1,0 +1,84 @@
+#include "platform/JsonFileKeyValueStore.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QSaveFile>
+#include <QStandardPaths>
+
+namespace kestrel {
+
+namespace {
+// Our file holds a few short strings; anything this large was not written by us and is not read.
+constexpr qint64 maximumFileSize = 16 * 1024 * 1024;
+} // namespace
+
+JsonFileKeyValueStore::JsonFileKeyValueStore(QString filePath) : m_filePath(std::move(filePath))
+{
+    load();
+}
+
+QString JsonFileKeyValueStore::defaultFilePath()
+{
+    return QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation) +
+           QStringLiteral("/settings.json");
+}
+
+QVariant JsonFileKeyValueStore::value(const QString &key) const
+{
+    return m_values.value(key);
+}
+
+void JsonFileKeyValueStore::setValue(const QString &key, const QVariant &value)
+{
+    m_values.insert(key, value);
+    write();
+}
+
+void JsonFileKeyValueStore::load()
+{
+    QFile file(m_filePath);
+    if (!file.exists())
+        return;
+
+    m_fileUnusable = true;
+    if (file.size() > maximumFileSize || !file.open(QIODevice::ReadOnly))
+        return;
+    QJsonParseError error;
+    const QJsonDocument document = QJsonDocument::fromJson(file.readAll(), &error);
+    if (error.error != QJsonParseError::NoError || !document.isObject())
+        return;
+
+    m_values = document.object().toVariantMap();
+    m_fileUnusable = false;
+}
+
+bool JsonFileKeyValueStore::moveUnusableFileAside()
+{
+    const QString aside = m_filePath + QStringLiteral(".corrupt");
+    QFile::remove(aside);
+    return QFile::rename(m_filePath, aside);
+}
+
+void JsonFileKeyValueStore::write()
+{
+    // Never overwrite a file we could not read: if it cannot be moved aside, the change stays in
+    // memory for this run rather than destroying what the user had.
+    if (m_fileUnusable) {
+        if (!moveUnusableFileAside())
+            return;
+        m_fileUnusable = false;
+    }
+
+    QDir().mkpath(QFileInfo(m_filePath).absolutePath());
+    QSaveFile file(m_filePath);
+    if (!file.open(QIODevice::WriteOnly))
+        return;
+    file.write(
+        QJsonDocument(QJsonObject::fromVariantMap(m_values)).toJson(QJsonDocument::Indented));
+    file.commit();
+}
+
+} // namespace kestrel

@@ -1,0 +1,214 @@
+#include "platform/FrameText.h"
+#include "platform/JsonFileKeyValueStore.h"
+
+#include <QDir>
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <limits>
+
+using namespace kestrel;
+
+namespace {
+
+QByteArray readBytes(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+void writeBytes(const QString &path, const QByteArray &bytes)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(bytes);
+}
+
+} // namespace
+
+class PlatformTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void jsonStoreRoundTripsEveryValueKind();
+    void jsonStoreStartsEmptyWithoutFileAndCreatesItsFolder();
+    void jsonStoreKeepsUnusableFileAsideBeforeFirstWrite_data();
+    void jsonStoreKeepsUnusableFileAsideBeforeFirstWrite();
+    void jsonStoreFileIsWholeWhenWriterIsKilled();
+
+    void frameTextWritesShortestNumbers();
+    void frameTextReadsBackWhatItWrites_data();
+    void frameTextReadsBackWhatItWrites();
+    void frameTextReaderIsLenient_data();
+    void frameTextReaderIsLenient();
+};
+
+void PlatformTest::jsonStoreRoundTripsEveryValueKind()
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("settings.json"));
+    const QVariantMap nested{{QStringLiteral("2"), QStringLiteral("Düsencam")},
+                             {QStringLiteral("-7"), QString()}};
+    const QVariantList integers{QVariant::fromValue(std::numeric_limits<qint64>::min()),
+                                QVariant::fromValue(std::numeric_limits<qint64>::max())};
+    {
+        JsonFileKeyValueStore store(path);
+        store.setValue(QStringLiteral("text"), QStringLiteral("Übersichtscam ✓"));
+        store.setValue(QStringLiteral("flag"), false);
+        store.setValue(QStringLiteral("integer"), QVariant::fromValue<qint64>(9007199254740993));
+        store.setValue(QStringLiteral("list"), integers);
+        store.setValue(QStringLiteral("map"), nested);
+    }
+    JsonFileKeyValueStore reread(path);
+    QCOMPARE(reread.value(QStringLiteral("text")).toString(), QStringLiteral("Übersichtscam ✓"));
+    QCOMPARE(reread.value(QStringLiteral("flag")).metaType().id(), QMetaType::Bool);
+    QCOMPARE(reread.value(QStringLiteral("flag")).toBool(), false);
+    QCOMPARE(reread.value(QStringLiteral("integer")).toLongLong(), 9007199254740993);
+    QCOMPARE(reread.value(QStringLiteral("list")).toList(), integers);
+    QCOMPARE(reread.value(QStringLiteral("map")).toMap(), nested);
+    QVERIFY(!reread.value(QStringLiteral("missing")).isValid());
+}
+
+void PlatformTest::jsonStoreStartsEmptyWithoutFileAndCreatesItsFolder()
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("Kestrel/settings.json"));
+    JsonFileKeyValueStore store(path);
+    QVERIFY(!store.value(QStringLiteral("printerIP")).isValid());
+    QVERIFY(!QFile::exists(path)); // reading alone writes nothing
+
+    store.setValue(QStringLiteral("printerIP"), QStringLiteral("127.0.0.1"));
+    QCOMPARE(QJsonDocument::fromJson(readBytes(path)).object().value(u"printerIP").toString(),
+             QStringLiteral("127.0.0.1"));
+    QVERIFY(!QFile::exists(path + QStringLiteral(".corrupt")));
+}
+
+void PlatformTest::jsonStoreKeepsUnusableFileAsideBeforeFirstWrite_data()
+{
+    QTest::addColumn<QByteArray>("contents");
+    QTest::newRow("truncated") << QByteArray(R"({"printerIP": "10.0)");
+    QTest::newRow("not an object") << QByteArray(R"(["printerIP"])");
+    QTest::newRow("empty") << QByteArray();
+    QTest::newRow("binary") << QByteArray("\x00\xff\xfe{", 4);
+    // Larger than any settings file we write; it is not even read.
+    QTest::newRow("oversized") << (QByteArray(R"({"a": ")") + QByteArray(17 * 1024 * 1024, 'x') +
+                                   QByteArray(R"("})"));
+}
+
+void PlatformTest::jsonStoreKeepsUnusableFileAsideBeforeFirstWrite()
+{
+    QFETCH(QByteArray, contents);
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("settings.json"));
+    const QString aside = path + QStringLiteral(".corrupt");
+    writeBytes(path, contents);
+
+    JsonFileKeyValueStore store(path);
+    QVERIFY(!store.value(QStringLiteral("printerIP")).isValid());
+    QCOMPARE(readBytes(path), contents); // untouched until something is written
+
+    store.setValue(QStringLiteral("alwaysOnTop"), false);
+    QCOMPARE(readBytes(aside), contents);
+    const QJsonObject written = QJsonDocument::fromJson(readBytes(path)).object();
+    QCOMPARE(written.keys(), QStringList{QStringLiteral("alwaysOnTop")});
+
+    // Only the first write moves a file aside; later ones leave the kept copy alone.
+    store.setValue(QStringLiteral("alwaysOnTop"), true);
+    QCOMPARE(readBytes(aside), contents);
+}
+
+void PlatformTest::jsonStoreFileIsWholeWhenWriterIsKilled()
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("settings.json"));
+
+    for (int attempt = 0; attempt < 5; ++attempt) {
+        QProcess writer;
+        writer.start(QStringLiteral(STORE_WRITER_PATH), {path});
+        QVERIFY(writer.waitForStarted());
+        // Let it finish a few writes (more each time), then kill it wherever it is.
+        int finishedWrites = 0;
+        while (finishedWrites < 3 + attempt * 7) {
+            QVERIFY(writer.waitForReadyRead(30000));
+            finishedWrites += writer.readAll().count('\n');
+        }
+        writer.kill();
+        QVERIFY(writer.waitForFinished(30000));
+
+        QJsonParseError error;
+        const QJsonObject object = QJsonDocument::fromJson(readBytes(path), &error).object();
+        QCOMPARE(error.error, QJsonParseError::NoError);
+        QCOMPARE(object.value(u"payload").toString().size(), 512 * 1024);
+        QVERIFY(object.value(u"round").toInteger() >= finishedWrites - 1);
+        QCOMPARE(QDir(dir.path()).entryList(QDir::Files),
+                 QStringList{QStringLiteral("settings.json")});
+    }
+}
+
+void PlatformTest::frameTextWritesShortestNumbers()
+{
+    QCOMPARE(stringFromRect(QRectF(100, 520, 480, 360)),
+             QStringLiteral("{{100, 520}, {480, 360}}"));
+    QCOMPARE(stringFromRect(QRectF(-12.5, 0.1, 420, 308.25)),
+             QStringLiteral("{{-12.5, 0.1}, {420, 308.25}}"));
+    QCOMPARE(stringFromRect(QRectF()), QStringLiteral("{{0, 0}, {0, 0}}"));
+}
+
+void PlatformTest::frameTextReadsBackWhatItWrites_data()
+{
+    QTest::addColumn<QRectF>("frame");
+    QTest::newRow("whole") << QRectF(24, 543, 420, 308);
+    QTest::newRow("fractions") << QRectF(1.0 / 3, -2.0 / 3, 0.1 + 0.2, 1e-7);
+    QTest::newRow("negative") << QRectF(-1440, -900.75, 1, 2);
+    QTest::newRow("huge and tiny") << QRectF(1e21, -1.7976931348623157e308, 5e-324, 123456789.123);
+}
+
+void PlatformTest::frameTextReadsBackWhatItWrites()
+{
+    QFETCH(QRectF, frame);
+    const QRectF back = rectFromString(stringFromRect(frame));
+    // Exact, not fuzzy: the text must carry every bit of each number.
+    QCOMPARE(back.x(), frame.x());
+    QCOMPARE(back.y(), frame.y());
+    QCOMPARE(back.width(), frame.width());
+    QCOMPARE(back.height(), frame.height());
+}
+
+void PlatformTest::frameTextReaderIsLenient_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QRectF>("expected");
+    QTest::newRow("canonical") << QStringLiteral("{{1, 2}, {3, 4}}") << QRectF(1, 2, 3, 4);
+    QTest::newRow("no blanks, exponent")
+        << QStringLiteral("{{1.5,-2},{3e2,4}}") << QRectF(1.5, -2, 300, 4);
+    QTest::newRow("two numbers") << QStringLiteral("{{7, 8}}") << QRectF(7, 8, 0, 0);
+    QTest::newRow("junk around numbers") << QStringLiteral("x=5; w:6 !") << QRectF(5, 6, 0, 0);
+    QTest::newRow("more than four") << QStringLiteral("1 2 3 4 5 6") << QRectF(1, 2, 3, 4);
+    QTest::newRow("empty") << QString() << QRectF(0, 0, 0, 0);
+    QTest::newRow("words only") << QStringLiteral("Definitely not a frame, nan inf")
+                                << QRectF(0, 0, 0, 0);
+    QTest::newRow("out of range is 0") << QStringLiteral("1e999 5 -1e999 6") << QRectF(0, 5, 0, 6);
+    QTest::newRow("signs and bare fractions")
+        << QStringLiteral("+.5 -.25 1. --3") << QRectF(0.5, -0.25, 1, -3);
+    QTest::newRow("non-ASCII digits ignored") << QStringLiteral("٣ 4") << QRectF(4, 0, 0, 0);
+}
+
+void PlatformTest::frameTextReaderIsLenient()
+{
+    QFETCH(QString, text);
+    QFETCH(QRectF, expected);
+    const QRectF read = rectFromString(text);
+    QCOMPARE(read.x(), expected.x());
+    QCOMPARE(read.y(), expected.y());
+    QCOMPARE(read.width(), expected.width());
+    QCOMPARE(read.height(), expected.height());
+}
+
+QTEST_GUILESS_MAIN(PlatformTest)
+#include "tst_platform.moc"
