@@ -1,0 +1,196 @@
+#include "settings/AppSettings.h"
+
+#include "platform/FrameText.h"
+#include "platform/KeyValueStore.h"
+#include "settings/SettingsCodec.h"
+
+namespace kestrel {
+
+namespace keys {
+const QString printerIP = QStringLiteral("printerIP");
+const QString selectedCameraIDs = QStringLiteral("selectedCameraIDs");
+const QString alwaysOnTop = QStringLiteral("alwaysOnTop");
+const QString cameraPlacements = QStringLiteral("cameraPlacements");
+const QString cameraWindowFrames = QStringLiteral("cameraWindowFrames");
+const QString homeKitAccessoryName = QStringLiteral("homeKitAccessoryName");
+const QString homeKitPowerOnSceneName = QStringLiteral("homeKitPowerOnSceneName");
+const QString homeKitStatusShortcutName = QStringLiteral("homeKitStatusShortcutName");
+const QString customCameraNames = QStringLiteral("customCameraNames");
+const QString customSnapshotPaths = QStringLiteral("customSnapshotPaths");
+const QString homeKitPowerOffSceneName = QStringLiteral("homeKitPowerOffSceneName");
+} // namespace keys
+
+QString AppSettings::defaultPrinterIP()
+{
+    return QStringLiteral("192.168.178.50");
+}
+
+AppSettings::AppSettings(KeyValueStore &store, QObject *parent) : QObject(parent), m_store(store)
+{
+    using namespace codec;
+    m_printerIP = decodeString(store.value(keys::printerIP), defaultPrinterIP());
+    m_alwaysOnTop = decodeBool(store.value(keys::alwaysOnTop), true);
+    m_homeKitAccessoryName =
+        decodeString(store.value(keys::homeKitAccessoryName), QStringLiteral("Ender"));
+    m_homeKitPowerOnSceneName = decodeString(store.value(keys::homeKitPowerOnSceneName),
+                                             QStringLiteral("Klipper einschalten"));
+    m_homeKitStatusShortcutName = decodeString(store.value(keys::homeKitStatusShortcutName), {});
+    m_homeKitPowerOffSceneName = decodeString(store.value(keys::homeKitPowerOffSceneName),
+                                              QStringLiteral("Klipper ausschalten"));
+    m_customCameraNames = decodeCameraTexts(store.value(keys::customCameraNames), EmptyTexts::skip);
+    m_customSnapshotPaths =
+        decodeCameraTexts(store.value(keys::customSnapshotPaths), EmptyTexts::skip);
+    m_cameraPlacements =
+        decodePlacements(store.value(keys::cameraPlacements), {{1, WindowPlacement::topLeft},
+                                                               {2, WindowPlacement::bottomLeft},
+                                                               {3, WindowPlacement::topRight}});
+    // Unlike names and paths, an empty frame text is kept as stored; frame() reads it as no frame.
+    m_cameraWindowFrames =
+        decodeCameraTexts(store.value(keys::cameraWindowFrames), EmptyTexts::keep);
+    m_selectedCameraIDs = decodeSelection(store.value(keys::selectedCameraIDs), {1});
+}
+
+template <typename T, typename WillChange>
+void AppSettings::assign(T &field, T value, WillChange willChange, const QString &key)
+{
+    emit(this->*willChange)(value);
+    field = std::move(value);
+    m_store.setValue(key, codec::encode(field));
+    emit changed();
+}
+
+void AppSettings::setPrinterIP(QString value)
+{
+    assign(m_printerIP, std::move(value), &AppSettings::printerIPWillChange, keys::printerIP);
+}
+
+void AppSettings::setSelectedCameraIDs(CameraIdSet value)
+{
+    assign(m_selectedCameraIDs, std::move(value), &AppSettings::selectedCameraIDsWillChange,
+           keys::selectedCameraIDs);
+}
+
+void AppSettings::setAlwaysOnTop(bool value)
+{
+    assign(m_alwaysOnTop, value, &AppSettings::alwaysOnTopWillChange, keys::alwaysOnTop);
+}
+
+void AppSettings::setCameraPlacements(PlacementMap value)
+{
+    assign(m_cameraPlacements, std::move(value), &AppSettings::cameraPlacementsWillChange,
+           keys::cameraPlacements);
+}
+
+void AppSettings::setCameraWindowFrames(CameraTextMap value)
+{
+    assign(m_cameraWindowFrames, std::move(value), &AppSettings::cameraWindowFramesWillChange,
+           keys::cameraWindowFrames);
+}
+
+void AppSettings::setHomeKitAccessoryName(QString value)
+{
+    assign(m_homeKitAccessoryName, std::move(value), &AppSettings::homeKitAccessoryNameWillChange,
+           keys::homeKitAccessoryName);
+}
+
+void AppSettings::setHomeKitPowerOnSceneName(QString value)
+{
+    assign(m_homeKitPowerOnSceneName, std::move(value),
+           &AppSettings::homeKitPowerOnSceneNameWillChange, keys::homeKitPowerOnSceneName);
+}
+
+void AppSettings::setHomeKitStatusShortcutName(QString value)
+{
+    assign(m_homeKitStatusShortcutName, std::move(value),
+           &AppSettings::homeKitStatusShortcutNameWillChange, keys::homeKitStatusShortcutName);
+}
+
+void AppSettings::setCustomCameraNames(CameraTextMap value)
+{
+    assign(m_customCameraNames, std::move(value), &AppSettings::customCameraNamesWillChange,
+           keys::customCameraNames);
+}
+
+void AppSettings::setCustomSnapshotPaths(CameraTextMap value)
+{
+    assign(m_customSnapshotPaths, std::move(value), &AppSettings::customSnapshotPathsWillChange,
+           keys::customSnapshotPaths);
+}
+
+void AppSettings::setHomeKitPowerOffSceneName(QString value)
+{
+    assign(m_homeKitPowerOffSceneName, std::move(value),
+           &AppSettings::homeKitPowerOffSceneNameWillChange, keys::homeKitPowerOffSceneName);
+}
+
+Camera AppSettings::resolvedCamera(const Camera &camera) const
+{
+    Camera resolved = camera;
+    resolved.name = m_customCameraNames.value(camera.id, camera.name);
+    resolved.snapshotPath = m_customSnapshotPaths.value(camera.id, camera.snapshotPath);
+    return resolved;
+}
+
+void AppSettings::setCameraSelected(CameraId id, bool selected)
+{
+    CameraIdSet ids = m_selectedCameraIDs;
+    if (selected)
+        ids.insert(id);
+    else
+        ids.erase(id);
+    setSelectedCameraIDs(std::move(ids));
+}
+
+void AppSettings::setPlacement(WindowPlacement placement, CameraId id)
+{
+    PlacementMap placements = m_cameraPlacements;
+    placements.insert(id, placement);
+    setCameraPlacements(std::move(placements));
+}
+
+void AppSettings::setOverride(CameraTextMap &overrides, const std::optional<QString> &text,
+                              CameraId id)
+{
+    if (text && !text->isEmpty())
+        overrides.insert(id, *text);
+    else
+        overrides.remove(id);
+}
+
+void AppSettings::setCustomName(const std::optional<QString> &name, CameraId id)
+{
+    CameraTextMap names = m_customCameraNames;
+    setOverride(names, name, id);
+    setCustomCameraNames(std::move(names));
+}
+
+void AppSettings::setCustomSnapshotPath(const std::optional<QString> &path, CameraId id)
+{
+    CameraTextMap paths = m_customSnapshotPaths;
+    setOverride(paths, path, id);
+    setCustomSnapshotPaths(std::move(paths));
+}
+
+std::optional<QRectF> AppSettings::frame(CameraId id) const
+{
+    const auto text = m_cameraWindowFrames.constFind(id);
+    if (text == m_cameraWindowFrames.cend())
+        return std::nullopt;
+    const QRectF rect = rectFromString(*text);
+    const bool zero = rect.x() == 0 && rect.y() == 0 && rect.width() == 0 && rect.height() == 0;
+    return zero ? std::nullopt : std::optional(rect);
+}
+
+void AppSettings::saveFrame(const QRectF &frame, CameraId id)
+{
+    QMetaObject::invokeMethod(
+        this,
+        [this, id, text = stringFromRect(frame)] {
+            CameraTextMap frames = m_cameraWindowFrames;
+            frames.insert(id, text);
+            setCameraWindowFrames(std::move(frames));
+        },
+        Qt::QueuedConnection);
+}
+
+} // namespace kestrel

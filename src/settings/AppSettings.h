@@ -1,0 +1,112 @@
+#pragma once
+
+#include "settings/SettingsTypes.h"
+
+#include <QObject>
+#include <QRectF>
+
+#include <optional>
+
+namespace kestrel {
+
+class KeyValueStore;
+
+// Everything the user can choose, loaded once from the key-value store and written back key by
+// key on every assignment; there is no separate save step.
+//
+// Every assignment first emits <field>WillChange(newValue), while the old value is still in
+// place (readers see the old value), then stores and writes the field, then emits changed().
+// Long-lived objects follow single fields through the WillChange signals; screens redraw on
+// changed(). Both fire on every assignment, even when the value is the same.
+class AppSettings : public QObject
+{
+    Q_OBJECT
+
+public:
+    // A typical home-router address; also shown as the example in the settings screen.
+    static QString defaultPrinterIP();
+
+    // Reads every field from the store at once; the store must outlive the settings.
+    explicit AppSettings(KeyValueStore &store, QObject *parent = nullptr);
+
+    QString printerIP() const { return m_printerIP; }
+    CameraIdSet selectedCameraIDs() const { return m_selectedCameraIDs; }
+    bool alwaysOnTop() const { return m_alwaysOnTop; }
+    PlacementMap cameraPlacements() const { return m_cameraPlacements; }
+    CameraTextMap cameraWindowFrames() const { return m_cameraWindowFrames; }
+    QString homeKitAccessoryName() const { return m_homeKitAccessoryName; }
+    QString homeKitPowerOnSceneName() const { return m_homeKitPowerOnSceneName; }
+    QString homeKitStatusShortcutName() const { return m_homeKitStatusShortcutName; }
+    CameraTextMap customCameraNames() const { return m_customCameraNames; }
+    CameraTextMap customSnapshotPaths() const { return m_customSnapshotPaths; }
+    QString homeKitPowerOffSceneName() const { return m_homeKitPowerOffSceneName; }
+
+    void setPrinterIP(QString value);
+    void setSelectedCameraIDs(CameraIdSet value);
+    void setAlwaysOnTop(bool value);
+    void setCameraPlacements(PlacementMap value);
+    void setCameraWindowFrames(CameraTextMap value);
+    void setHomeKitAccessoryName(QString value);
+    void setHomeKitPowerOnSceneName(QString value);
+    void setHomeKitStatusShortcutName(QString value);
+    void setCustomCameraNames(CameraTextMap value);
+    void setCustomSnapshotPaths(CameraTextMap value);
+    void setHomeKitPowerOffSceneName(QString value);
+
+    // The catalogue camera with the user's name and snapshot path, taken as they are.
+    Camera resolvedCamera(const Camera &camera) const;
+
+    void setCameraSelected(CameraId id, bool selected);
+    void setPlacement(WindowPlacement placement, CameraId id);
+    // No text, or an empty one, removes the override.
+    void setCustomName(const std::optional<QString> &name, CameraId id);
+    void setCustomSnapshotPath(const std::optional<QString> &path, CameraId id);
+
+    // The remembered frame of a camera window; none when there is no entry or it reads as the
+    // zero rectangle (an empty or unreadable text).
+    std::optional<QRectF> frame(CameraId id) const;
+
+    // Window notifications may arrive in the middle of the window machinery's own work, so the
+    // frame is turned into text now but stored on the next turn of the event loop (and not at
+    // all if the settings are gone by then).
+    void saveFrame(const QRectF &frame, CameraId id);
+
+signals:
+    void printerIPWillChange(const QString &newValue);
+    void selectedCameraIDsWillChange(const kestrel::CameraIdSet &newValue);
+    void alwaysOnTopWillChange(bool newValue);
+    void cameraPlacementsWillChange(const kestrel::PlacementMap &newValue);
+    void cameraWindowFramesWillChange(const kestrel::CameraTextMap &newValue);
+    void homeKitAccessoryNameWillChange(const QString &newValue);
+    void homeKitPowerOnSceneNameWillChange(const QString &newValue);
+    void homeKitStatusShortcutNameWillChange(const QString &newValue);
+    void customCameraNamesWillChange(const kestrel::CameraTextMap &newValue);
+    void customSnapshotPathsWillChange(const kestrel::CameraTextMap &newValue);
+    void homeKitPowerOffSceneNameWillChange(const QString &newValue);
+
+    // After any field has been stored and written.
+    void changed();
+
+private:
+    template <typename T, typename WillChange>
+    void assign(T &field, T value, WillChange willChange, const QString &key);
+
+    static void setOverride(CameraTextMap &overrides, const std::optional<QString> &text,
+                            CameraId id);
+
+    KeyValueStore &m_store;
+
+    QString m_printerIP;
+    CameraIdSet m_selectedCameraIDs;
+    bool m_alwaysOnTop = true;
+    PlacementMap m_cameraPlacements;
+    CameraTextMap m_cameraWindowFrames;
+    QString m_homeKitAccessoryName;
+    QString m_homeKitPowerOnSceneName;
+    QString m_homeKitStatusShortcutName;
+    CameraTextMap m_customCameraNames;
+    CameraTextMap m_customSnapshotPaths;
+    QString m_homeKitPowerOffSceneName;
+};
+
+} // namespace kestrel

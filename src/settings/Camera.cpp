@@ -1,0 +1,26 @@
+#include "settings/Camera.h"
+
+#include <QHashFunctions>
+
+namespace kestrel {
+
+size_t qHash(const Camera &camera, size_t seed) noexcept
+{
+    return qHashMulti(seed, camera.id, camera.name, camera.port, camera.streamPath,
+                      camera.snapshotPath, camera.resolution, camera.fps);
+}
+
+const QList<Camera> &cameraCatalogue()
+{
+    static const QList<Camera> catalogue{
+        {1, QStringLiteral("Übersichtscam"), 8080, QStringLiteral("/webcam/?action=stream"),
+         QStringLiteral("/webcam/?action=snapshot"), QStringLiteral("1280x960"), 15},
+        {2, QStringLiteral("Düsencam"), 8081, QStringLiteral("/webcam2/?action=stream"),
+         QStringLiteral("/webcam2/?action=snapshot"), QStringLiteral("1920x1080"), 30},
+        {3, QStringLiteral("Filamentcam"), 8082, QStringLiteral("/webcam3/?action=stream"),
+         QStringLiteral("/webcam3/?action=snapshot"), QStringLiteral("1920x1080"), 30},
+    };
+    return catalogue;
+}
+
+} // namespace kestrel

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+
+namespace kestrel {
+
+using CameraId = qint64;
+
+// One printer camera. The catalogue fixes them; settings only rename them or change their path.
+struct Camera
+{
+    CameraId id = 0;
+    QString name;
+    qint64 port = 0;
+    QString streamPath;
+    QString snapshotPath;
+    QString resolution; // shown as it stands, never parsed
+    qint64 fps = 0;
+
+    // All seven fields count: a renamed camera is a different value from its catalogue entry.
+    friend bool operator==(const Camera &, const Camera &) = default;
+};
+
+size_t qHash(const Camera &camera, size_t seed = 0) noexcept;
+
+// The three cameras a Crowsnest host of ours serves, in the order every screen lists them.
+const QList<Camera> &cameraCatalogue();
+
+} // namespace kestrel

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "settings/Camera.h"
+#include "windows/WindowPlacement.h"
+
+#include <QMap>
+#include <QString>
+
+#include <set>
+
+namespace kestrel {
+
+// Ordered, so that the selection is written in ascending order without an extra sort.
+using CameraIdSet = std::set<CameraId>;
+using CameraTextMap = QMap<CameraId, QString>;
+using PlacementMap = QMap<CameraId, WindowPlacement>;
+
+} // namespace kestrel

@@ -1,0 +1,486 @@
+#include "platform/JsonFileKeyValueStore.h"
+#include "platform/MemoryKeyValueStore.h"
+#include "settings/AppSettings.h"
+#include "settings/SnapshotUrls.h"
+
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <functional>
+
+using namespace kestrel;
+
+namespace {
+
+QVariant ids(std::initializer_list<qint64> values)
+{
+    QVariantList list;
+    for (const qint64 value : values)
+        list.append(QVariant::fromValue(value));
+    return list;
+}
+
+QVariant dictionary(std::initializer_list<std::pair<const char *, QVariant>> entries)
+{
+    QVariantMap map;
+    for (const auto &[key, value] : entries)
+        map.insert(QString::fromUtf8(key), value);
+    return map;
+}
+
+QString str(const char *utf8)
+{
+    return QString::fromUtf8(utf8);
+}
+
+// A store in which every key holds a usable, non-default value, so a write shows up as a change.
+QVariantMap fullyStored()
+{
+    return {
+        {str("printerIP"), str("127.0.0.1:8080")},
+        {str("selectedCameraIDs"), ids({1, 2})},
+        {str("alwaysOnTop"), true},
+        {str("cameraPlacements"), dictionary({{"1", str("free")}, {"2", str("topRight")}})},
+        {str("cameraWindowFrames"), dictionary({{"1", str("{{1, 2}, {3, 4}}")}})},
+        {str("homeKitAccessoryName"), str("Drucker")},
+        {str("homeKitPowerOnSceneName"), str("An")},
+        {str("homeKitStatusShortcutName"), str("Status")},
+        {str("customCameraNames"), dictionary({{"2", str("Nozzle")}, {"3", str("Rolle")}})},
+        {str("customSnapshotPaths"), dictionary({{"3", str("/snap")}})},
+        {str("homeKitPowerOffSceneName"), str("Aus")},
+    };
+}
+
+} // namespace
+
+class SettingsTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void catalogueIsFixedWithExactNames();
+    void cameraEqualityAndHashCoverEveryField();
+    void snapshotUrls_data();
+    void snapshotUrls();
+
+    void firstStartGivesDefaults();
+    void loadingFallsBackPerField_data();
+    void loadingFallsBackPerField();
+    void frameOfKeptEmptyEntryIsNone();
+    void resolvedCameraAppliesOverridesOnly();
+
+    void eachOperationWritesOnlyItsOwnKey();
+    void willChangeSeesOldValueAndChangedSeesNew();
+    void saveFrameIsDeferredAndLastOneWins();
+    void saveFrameAfterSettingsAreGoneDoesNothing();
+    void settingsSurviveARealFile();
+};
+
+void SettingsTest::catalogueIsFixedWithExactNames()
+{
+    const QList<Camera> &catalogue = cameraCatalogue();
+    QCOMPARE(catalogue.size(), 3);
+    QCOMPARE(catalogue[0].id, 1);
+    QCOMPARE(catalogue[1].id, 2);
+    QCOMPARE(catalogue[2].id, 3);
+    QCOMPARE(catalogue[0].name.toUtf8(), QByteArray("\xC3\x9C"
+                                                    "bersichtscam"));
+    QCOMPARE(catalogue[1].name.toUtf8(), QByteArray("D\xC3\xBC"
+                                                    "sencam"));
+    // A decomposed ü (u + combining diaeresis) looks the same but is not the same name.
+    QVERIFY(catalogue[1].name != QString::fromUtf8("Du\xCC\x88sencam"));
+    QCOMPARE(catalogue[2].snapshotPath, str("/webcam3/?action=snapshot"));
+    QCOMPARE(catalogue[1].port, 8081);
+    QCOMPARE(catalogue[1].fps, 30);
+    QCOMPARE(catalogue[0].resolution, str("1280x960"));
+}
+
+void SettingsTest::cameraEqualityAndHashCoverEveryField()
+{
+    const Camera base = cameraCatalogue()[1];
+    const std::vector<std::function<void(Camera &)>> changes{
+        [](Camera &c) { c.id = 9; },
+        [](Camera &c) { c.name = str("Nozzle"); },
+        [](Camera &c) { c.port = 1; },
+        [](Camera &c) { c.streamPath = str("/s"); },
+        [](Camera &c) { c.snapshotPath = str("/p"); },
+        [](Camera &c) { c.resolution = str("1x1"); },
+        [](Camera &c) { c.fps = 1; },
+    };
+    for (const auto &change : changes) {
+        Camera other = base;
+        change(other);
+        QVERIFY(other != base);
+        QVERIFY(qHash(other) != qHash(base));
+    }
+    QCOMPARE(Camera(base), base);
+    QCOMPARE(qHash(Camera(base)), qHash(base));
+}
+
+void SettingsTest::snapshotUrls_data()
+{
+    QTest::addColumn<QString>("host");
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("expected"); // empty: no URL
+
+    QTest::newRow("catalogue path") << str("192.168.178.50") << str("/webcam2/?action=snapshot")
+                                    << str("http://192.168.178.50/webcam2/?action=snapshot");
+    QTest::newRow("missing slash") << str("h") << str("snap.jpg") << str("http://h/snap.jpg");
+    QTest::newRow("empty path") << str("h") << QString() << str("http://h/");
+    QTest::newRow("double slash kept") << str("h") << str("//a//b") << str("http://h//a//b");
+    QTest::newRow("host carries port")
+        << str("127.0.0.1:8081") << str("/x") << str("http://127.0.0.1:8081/x");
+    QTest::newRow("IPv6") << str("[::1]:80") << str("/x") << str("http://[::1]:80/x");
+    QTest::newRow("empty host") << QString() << str("/x") << QString();
+    QTest::newRow("blank in host") << str("127.0.0.1 -o /tmp/x") << str("/x") << QString();
+    QTest::newRow("trailing newline") << str("127.0.0.1\n") << str("/x") << QString();
+    QTest::newRow("blank in path") << str("h") << str("/a b") << QString();
+    QTest::newRow("broken IPv6") << str("[::1") << str("/x") << QString();
+    QTest::newRow("shell text") << str("$(touch x)") << str("/x") << QString();
+}
+
+void SettingsTest::snapshotUrls()
+{
+    QFETCH(QString, host);
+    QFETCH(QString, path);
+    QFETCH(QString, expected);
+    const QList<QUrl> urls = makeSnapshotURLs(host, path);
+    if (expected.isEmpty()) {
+        QVERIFY2(urls.isEmpty(), qPrintable(urls.value(0).toString()));
+    } else {
+        QCOMPARE(urls.size(), 1);
+        QCOMPARE(urls[0].toString(), expected);
+    }
+}
+
+void SettingsTest::firstStartGivesDefaults()
+{
+    MemoryKeyValueStore store;
+    AppSettings settings(store);
+    QCOMPARE(settings.printerIP(), AppSettings::defaultPrinterIP());
+    QVERIFY(settings.printerIP().startsWith(str("192.168.")));
+    QCOMPARE(settings.selectedCameraIDs(), CameraIdSet{1});
+    QCOMPARE(settings.alwaysOnTop(), true);
+    QCOMPARE(settings.cameraPlacements(), (PlacementMap{{1, WindowPlacement::topLeft},
+                                                        {2, WindowPlacement::bottomLeft},
+                                                        {3, WindowPlacement::topRight}}));
+    QCOMPARE(settings.homeKitAccessoryName(), str("Ender"));
+    QCOMPARE(settings.homeKitPowerOnSceneName(), str("Klipper einschalten"));
+    QCOMPARE(settings.homeKitPowerOffSceneName(), str("Klipper ausschalten"));
+    QCOMPARE(settings.homeKitStatusShortcutName(), QString());
+    QVERIFY(settings.customCameraNames().isEmpty());
+    QVERIFY(settings.customSnapshotPaths().isEmpty());
+    QVERIFY(settings.cameraWindowFrames().isEmpty());
+    QVERIFY(store.values().isEmpty()); // loading writes nothing
+}
+
+// Each row stores one key and names the field as read back, in a comparable text form.
+void SettingsTest::loadingFallsBackPerField_data()
+{
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<QVariant>("stored");
+    QTest::addColumn<QString>("loaded");
+
+    QTest::newRow("ip: string kept")
+        << str("printerIP") << QVariant(str(" 10.0.0.9 ")) << str(" 10.0.0.9 ");
+    QTest::newRow("ip: empty kept") << str("printerIP") << QVariant(QString()) << QString();
+    QTest::newRow("ip: number") << str("printerIP") << QVariant(7)
+                                << AppSettings::defaultPrinterIP();
+    QTest::newRow("scene: list") << str("homeKitPowerOnSceneName") << ids({1})
+                                 << str("Klipper einschalten");
+    QTest::newRow("status: bool") << str("homeKitStatusShortcutName") << QVariant(true)
+                                  << QString();
+
+    QTest::newRow("top: false") << str("alwaysOnTop") << QVariant(false) << str("false");
+    QTest::newRow("top: text") << str("alwaysOnTop") << QVariant(str("false")) << str("true");
+    QTest::newRow("top: zero") << str("alwaysOnTop") << QVariant(0) << str("true");
+
+    QTest::newRow("selection: duplicates")
+        << str("selectedCameraIDs") << ids({3, 1, 3}) << str("1,3");
+    QTest::newRow("selection: unknown kept") << str("selectedCameraIDs") << ids({42}) << str("42");
+    QTest::newRow("selection: empty") << str("selectedCameraIDs") << ids({}) << str("1");
+    QTest::newRow("selection: text element")
+        << str("selectedCameraIDs") << QVariant(QVariantList{1, str("2")}) << str("1");
+    QTest::newRow("selection: fraction")
+        << str("selectedCameraIDs") << QVariant(QVariantList{2.5}) << str("1");
+    QTest::newRow("selection: not a list") << str("selectedCameraIDs") << QVariant(3) << str("1");
+
+    QTest::newRow("placements: mixed")
+        << str("cameraPlacements")
+        << dictionary({{"1", str("free")}, {"9", str("topLeft")}, {"2", str("sideways")}})
+        << str("1=free");
+    QTest::newRow("placements: empty stays empty")
+        << str("cameraPlacements") << dictionary({}) << QString();
+    QTest::newRow("placements: case matters")
+        << str("cameraPlacements") << dictionary({{"3", str("TopLeft")}}) << QString();
+    QTest::newRow("placements: signed key is no plain id")
+        << str("cameraPlacements") << dictionary({{"+1", str("free")}}) << QString();
+    QTest::newRow("placements: non-string value")
+        << str("cameraPlacements") << dictionary({{"1", str("free")}, {"2", 5}})
+        << str("1=topLeft;2=bottomLeft;3=topRight");
+    QTest::newRow("placements: not a dictionary")
+        << str("cameraPlacements") << QVariant(str("free"))
+        << str("1=topLeft;2=bottomLeft;3=topRight");
+
+    QTest::newRow("names: bad keys and empty value")
+        << str("customCameraNames")
+        << dictionary({{"2", str("Nozzle")},
+                       {"x", str("a")},
+                       {"3", QString()},
+                       {"", str("b")},
+                       {" 1", str("c")},
+                       {"1 ", str("d")},
+                       {"99999999999999999999", str("e")}})
+        << str("2=Nozzle");
+    QTest::newRow("names: one non-string empties all")
+        << str("customCameraNames") << dictionary({{"2", str("Nozzle")}, {"3", 5}}) << QString();
+    QTest::newRow("names: signed keys")
+        << str("customCameraNames") << dictionary({{"-4", str("minus")}, {"+5", str("plus")}})
+        << str("-4=minus;5=plus");
+    QTest::newRow("names: +1 and 1 collapse")
+        << str("customCameraNames") << dictionary({{"+1", str("a")}, {"1", str("b")}})
+        << str("1=b");
+    QTest::newRow("paths: same rules")
+        << str("customSnapshotPaths") << dictionary({{"1", str("snap.jpg")}, {"2", QString()}})
+        << str("1=snap.jpg");
+    QTest::newRow("frames: empty text kept")
+        << str("cameraWindowFrames")
+        << dictionary({{"1", QString()}, {"y", str("{{1, 2}, {3, 4}}")}}) << str("1=");
+}
+
+void SettingsTest::loadingFallsBackPerField()
+{
+    QFETCH(QString, key);
+    QFETCH(QVariant, stored);
+    QFETCH(QString, loaded);
+
+    MemoryKeyValueStore store({{key, stored}});
+    AppSettings settings(store);
+
+    auto texts = [](const CameraTextMap &map) {
+        QStringList parts;
+        for (auto it = map.cbegin(); it != map.cend(); ++it)
+            parts << QString::number(it.key()) + u'=' + it.value();
+        return parts.join(u';');
+    };
+    QString actual;
+    if (key == u"printerIP")
+        actual = settings.printerIP();
+    else if (key == u"homeKitPowerOnSceneName")
+        actual = settings.homeKitPowerOnSceneName();
+    else if (key == u"homeKitStatusShortcutName")
+        actual = settings.homeKitStatusShortcutName();
+    else if (key == u"alwaysOnTop")
+        actual = settings.alwaysOnTop() ? str("true") : str("false");
+    else if (key == u"selectedCameraIDs") {
+        QStringList parts;
+        for (const CameraId id : settings.selectedCameraIDs())
+            parts << QString::number(id);
+        actual = parts.join(u',');
+    } else if (key == u"cameraPlacements") {
+        CameraTextMap raw;
+        const PlacementMap placements = settings.cameraPlacements();
+        for (auto it = placements.cbegin(); it != placements.cend(); ++it)
+            raw.insert(it.key(), rawValue(it.value()));
+        actual = texts(raw);
+    } else if (key == u"customCameraNames")
+        actual = texts(settings.customCameraNames());
+    else if (key == u"customSnapshotPaths")
+        actual = texts(settings.customSnapshotPaths());
+    else if (key == u"cameraWindowFrames")
+        actual = texts(settings.cameraWindowFrames());
+    QCOMPARE(actual, loaded);
+}
+
+void SettingsTest::frameOfKeptEmptyEntryIsNone()
+{
+    MemoryKeyValueStore store(
+        {{str("cameraWindowFrames"), dictionary({{"1", QString()},
+                                                 {"2", str("{{0, 0}, {0, 0}}")},
+                                                 {"3", str("{{100, 520}, {480, 360}}")},
+                                                 {"4", str("garbage")}})}});
+    AppSettings settings(store);
+    QVERIFY(settings.cameraWindowFrames().contains(1));
+    QCOMPARE(settings.frame(1), std::nullopt);
+    QCOMPARE(settings.frame(2), std::nullopt);
+    QCOMPARE(settings.frame(3), std::optional(QRectF(100, 520, 480, 360)));
+    QCOMPARE(settings.frame(4), std::nullopt);
+    QCOMPARE(settings.frame(5), std::nullopt);
+}
+
+void SettingsTest::resolvedCameraAppliesOverridesOnly()
+{
+    MemoryKeyValueStore store({{str("customCameraNames"), dictionary({{"2", str(" Düse 2 ")}})},
+                               {str("customSnapshotPaths"), dictionary({{"3", str("snap.jpg")}})}});
+    AppSettings settings(store);
+
+    const Camera two = settings.resolvedCamera(cameraCatalogue()[1]);
+    QCOMPARE(two.id, 2);
+    QCOMPARE(two.name, str(" Düse 2 ")); // taken as typed, not trimmed
+    QCOMPARE(two.snapshotPath, str("/webcam2/?action=snapshot"));
+    QCOMPARE(two.port, 8081);
+    QCOMPARE(two.fps, 30);
+
+    const Camera three = settings.resolvedCamera(cameraCatalogue()[2]);
+    QCOMPARE(three.name, str("Filamentcam"));
+    QCOMPARE(three.snapshotPath, str("snap.jpg"));
+    QCOMPARE(settings.resolvedCamera(cameraCatalogue()[0]), cameraCatalogue()[0]);
+}
+
+void SettingsTest::eachOperationWritesOnlyItsOwnKey()
+{
+    struct Case
+    {
+        const char *name;
+        std::function<void(AppSettings &)> operation;
+        QString key;
+        QVariant written;
+    };
+    const QList<Case> cases{
+        {"select", [](AppSettings &s) { s.setCameraSelected(3, true); }, str("selectedCameraIDs"),
+         ids({1, 2, 3})},
+        {"deselect all",
+         [](AppSettings &s) { s.setCameraSelected(1, false), s.setCameraSelected(2, false); },
+         str("selectedCameraIDs"), ids({})},
+        {"select twice", [](AppSettings &s) { s.setCameraSelected(2, true); },
+         str("selectedCameraIDs"), ids({1, 2})},
+        {"placement", [](AppSettings &s) { s.setPlacement(WindowPlacement::bottomRight, 3); },
+         str("cameraPlacements"),
+         dictionary({{"1", str("free")}, {"2", str("topRight")}, {"3", str("bottomRight")}})},
+        {"clear name", [](AppSettings &s) { s.setCustomName(QString(), 2); },
+         str("customCameraNames"), dictionary({{"3", str("Rolle")}})},
+        {"no name", [](AppSettings &s) { s.setCustomName(std::nullopt, 3); },
+         str("customCameraNames"), dictionary({{"2", str("Nozzle")}})},
+        {"name as catalogue", [](AppSettings &s) { s.setCustomName(str("Übersichtscam"), 1); },
+         str("customCameraNames"),
+         dictionary({{"1", str("Übersichtscam")}, {"2", str("Nozzle")}, {"3", str("Rolle")}})},
+        {"clear last path", [](AppSettings &s) { s.setCustomSnapshotPath(QString(), 3); },
+         str("customSnapshotPaths"), dictionary({})},
+        {"path", [](AppSettings &s) { s.setCustomSnapshotPath(str("a b"), 1); },
+         str("customSnapshotPaths"), dictionary({{"1", str("a b")}, {"3", str("/snap")}})},
+        {"ip", [](AppSettings &s) { s.setPrinterIP(QString()); }, str("printerIP"), QString()},
+        {"top", [](AppSettings &s) { s.setAlwaysOnTop(false); }, str("alwaysOnTop"), false},
+        {"accessory", [](AppSettings &s) { s.setHomeKitAccessoryName(str("E")); },
+         str("homeKitAccessoryName"), str("E")},
+        {"on scene", [](AppSettings &s) { s.setHomeKitPowerOnSceneName(str("E")); },
+         str("homeKitPowerOnSceneName"), str("E")},
+        {"off scene", [](AppSettings &s) { s.setHomeKitPowerOffSceneName(str("E")); },
+         str("homeKitPowerOffSceneName"), str("E")},
+        {"status", [](AppSettings &s) { s.setHomeKitStatusShortcutName(str("E")); },
+         str("homeKitStatusShortcutName"), str("E")},
+        {"frames",
+         [](AppSettings &s) {
+             s.setCameraWindowFrames({{-3, str("f")}});
+         },
+         str("cameraWindowFrames"), dictionary({{"-3", str("f")}})},
+    };
+    for (const Case &c : cases) {
+        MemoryKeyValueStore store(fullyStored());
+        AppSettings settings(store);
+        c.operation(settings);
+
+        QVariantMap expected = fullyStored();
+        expected.insert(c.key, c.written);
+        const QVariantMap actual = store.values();
+        QVERIFY2(actual == expected, c.name);
+        // Equal as values is not enough: ids must be stored as integers, not texts or fractions.
+        for (const QVariant &id : actual.value(str("selectedCameraIDs")).toList())
+            QCOMPARE(id.metaType().id(), QMetaType::LongLong);
+    }
+
+    // A selection loaded with duplicates is written back clean on the next change.
+    MemoryKeyValueStore store({{str("selectedCameraIDs"), ids({3, 1, 3})}});
+    AppSettings settings(store);
+    settings.setCameraSelected(2, false);
+    QCOMPARE(store.value(str("selectedCameraIDs")), ids({1, 3}));
+}
+
+void SettingsTest::willChangeSeesOldValueAndChangedSeesNew()
+{
+    MemoryKeyValueStore store({{str("printerIP"), str("127.0.0.1")}});
+    AppSettings settings(store);
+
+    QStringList seen;
+    connect(&settings, &AppSettings::printerIPWillChange, this, [&](const QString &newValue) {
+        seen << newValue << settings.printerIP() << store.value(str("printerIP")).toString();
+    });
+    connect(&settings, &AppSettings::changed, this,
+            [&] { seen << settings.printerIP() << store.value(str("printerIP")).toString(); });
+    QSignalSpy alwaysOnTop(&settings, &AppSettings::alwaysOnTopWillChange);
+
+    settings.setPrinterIP(str("127.0.0.2"));
+    QCOMPARE(seen, (QStringList{str("127.0.0.2"), str("127.0.0.1"), str("127.0.0.1"),
+                                str("127.0.0.2"), str("127.0.0.2")}));
+
+    // Announced on every assignment, also when nothing differs; other fields stay silent.
+    seen.clear();
+    settings.setPrinterIP(str("127.0.0.2"));
+    QCOMPARE(seen.size(), 5);
+    QCOMPARE(alwaysOnTop.count(), 0);
+}
+
+void SettingsTest::saveFrameIsDeferredAndLastOneWins()
+{
+    MemoryKeyValueStore store;
+    AppSettings settings(store);
+    QSignalSpy framesChanging(&settings, &AppSettings::cameraWindowFramesWillChange);
+
+    settings.saveFrame(QRectF(10, 20, 30, 40), 2);
+    settings.saveFrame(QRectF(100, 520.5, 480, 360), 2);
+    QVERIFY(!settings.cameraWindowFrames().contains(2));
+    QVERIFY(!store.value(str("cameraWindowFrames")).isValid());
+
+    QTRY_COMPARE_WITH_TIMEOUT(framesChanging.count(), 2, 5000);
+    QCOMPARE(store.value(str("cameraWindowFrames")),
+             dictionary({{"2", str("{{100, 520.5}, {480, 360}}")}}));
+    QCOMPARE(settings.frame(2), std::optional(QRectF(100, 520.5, 480, 360)));
+}
+
+void SettingsTest::saveFrameAfterSettingsAreGoneDoesNothing()
+{
+    MemoryKeyValueStore store;
+    auto *settings = new AppSettings(store);
+    settings->saveFrame(QRectF(1, 2, 3, 4), 1);
+    delete settings;
+    QCoreApplication::processEvents();
+    QVERIFY(store.values().isEmpty());
+}
+
+void SettingsTest::settingsSurviveARealFile()
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(str("Kestrel/settings.json"));
+    {
+        JsonFileKeyValueStore store(path);
+        AppSettings settings(store);
+        settings.setCameraSelected(3, true);
+        settings.setPlacement(WindowPlacement::free, 3);
+        settings.setCustomName(str("Düse"), 2);
+        settings.setAlwaysOnTop(false);
+        settings.setPrinterIP(str("127.0.0.1:8080"));
+    }
+
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const QJsonObject json = QJsonDocument::fromJson(file.readAll()).object();
+    QCOMPARE(json.value(u"selectedCameraIDs").toVariant(), ids({1, 3}));
+    QCOMPARE(json.value(u"cameraPlacements").toObject().value(u"3").toString(), str("free"));
+    QCOMPARE(json.value(u"customCameraNames").toObject().value(u"2").toString(), str("Düse"));
+    QCOMPARE(json.value(u"alwaysOnTop").toBool(true), false);
+    QVERIFY(!json.contains(u"homeKitAccessoryName")); // never assigned, never written
+
+    JsonFileKeyValueStore store(path);
+    AppSettings reread(store);
+    QCOMPARE(reread.selectedCameraIDs(), (CameraIdSet{1, 3}));
+    QCOMPARE(reread.cameraPlacements().value(3), WindowPlacement::free);
+    QCOMPARE(reread.customCameraNames().value(2), str("Düse"));
+    QCOMPARE(reread.alwaysOnTop(), false);
+    QCOMPARE(reread.printerIP(), str("127.0.0.1:8080"));
+}
+
+QTEST_GUILESS_MAIN(SettingsTest)
+#include "tst_settings.moc"
