@@ -1,8 +1,12 @@
+#include "ChildProcesses.h"
+#include "FakeTool.h"
 #include "platform/FrameText.h"
 #include "platform/JsonFileKeyValueStore.h"
+#include "platform/ProcessRunner.h"
 
 #include <QDir>
 #include <QFile>
+#include <QFutureWatcher>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
@@ -13,8 +17,20 @@
 #include <limits>
 
 using namespace kestrel;
+using kestrel::test::FakeTool;
 
 namespace {
+
+// Waits, with the event loop running, for a run to report.
+ProcessResult awaitResult(QFuture<ProcessResult> future)
+{
+    QFutureWatcher<ProcessResult> watcher;
+    QSignalSpy finished(&watcher, &QFutureWatcherBase::finished);
+    watcher.setFuture(future);
+    if (!future.isFinished() && !finished.wait(30000))
+        qFatal("process did not report");
+    return future.result();
+}
 
 QByteArray readBytes(const QString &path)
 {
@@ -41,6 +57,9 @@ private slots:
     void jsonStoreKeepsUnusableFileAsideBeforeFirstWrite_data();
     void jsonStoreKeepsUnusableFileAsideBeforeFirstWrite();
     void jsonStoreFileIsWholeWhenWriterIsKilled();
+
+    void processReportsExitOutputsAndCrashes();
+    void processWithoutOwnerIsKilledAndNeverReports();
 
     void frameTextWritesShortestNumbers();
     void frameTextReadsBackWhatItWrites_data();
@@ -149,6 +168,69 @@ void PlatformTest::jsonStoreFileIsWholeWhenWriterIsKilled()
         QCOMPARE(QDir(dir.path()).entryList(QDir::Files),
                  QStringList{QStringLiteral("settings.json")});
     }
+}
+
+void PlatformTest::processReportsExitOutputsAndCrashes()
+{
+    QTemporaryDir dir;
+    QObject owner;
+    auto run = [&](const QString &body, bool captureOutput = true) {
+        FakeTool tool(dir.path(), QStringLiteral("tool"), body);
+        return awaitResult(
+            runProcess({tool.path(), {QStringLiteral("-x")}, captureOutput}, &owner));
+    };
+
+    ProcessResult result = run(QStringLiteral("echo ' Grüße '; echo oops >&2; exit 3"));
+    QVERIFY(result.launched);
+    QVERIFY(!result.succeeded());
+    QCOMPARE(result.exitStatus, 3);
+    QCOMPARE(result.standardOutput, QStringLiteral(" Grüße \n"));
+    QCOMPARE(result.standardError, QStringLiteral("oops\n"));
+
+    // Invalid UTF-8 is refused, not repaired.
+    result = run(QStringLiteral("printf 'ok\\377'; printf 'ok\\300' >&2"));
+    QVERIFY(result.succeeded());
+    QCOMPARE(result.standardOutput, QString());
+    QCOMPARE(result.standardError, QString());
+
+    // A crash is a failure whose status is the signal.
+    result = run(QStringLiteral("kill -TERM $$"));
+    QVERIFY(result.crashed);
+    QVERIFY(!result.succeeded());
+    QCOMPARE(result.exitStatus, 15);
+
+    // Standard input is empty, so a program that reads it ends instead of hanging.
+    result = run(QStringLiteral("cat; echo read-all"));
+    QVERIFY(result.succeeded());
+    QCOMPARE(result.standardOutput, QStringLiteral("read-all\n"));
+
+    // Output that is not asked for is discarded.
+    result = run(QStringLiteral("echo hidden"), false);
+    QCOMPARE(result.standardOutput, QString());
+
+    result = awaitResult(runProcess({dir.filePath(QStringLiteral("missing")), {}}, &owner));
+    QVERIFY(!result.launched);
+    QVERIFY(!result.launchError.isEmpty());
+    QVERIFY(!result.succeeded());
+}
+
+void PlatformTest::processWithoutOwnerIsKilledAndNeverReports()
+{
+    QTemporaryDir dir;
+    FakeTool tool(dir.path(), QStringLiteral("sleeper"), QStringLiteral("exec sleep 600"));
+    auto *owner = new QObject;
+    QFuture<ProcessResult> future = runProcess({tool.path(), {}}, owner);
+    QTRY_COMPARE_WITH_TIMEOUT(test::childProcessNames(), QStringList{QStringLiteral("sleep")},
+                              10000);
+
+    bool reported = false;
+    QObject context;
+    future.then(&context, [&](const ProcessResult &) { reported = true; });
+    delete owner;
+    QVERIFY(test::childProcessNames().isEmpty());
+    QVERIFY(future.isCanceled());
+    QCoreApplication::processEvents();
+    QVERIFY(!reported);
 }
 
 void PlatformTest::frameTextWritesShortestNumbers()

@@ -1,0 +1,129 @@
+#include "LoopbackHttpServer.h"
+
+#include <QPointer>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QTimer>
+
+namespace kestrel::test {
+
+LoopbackHttpServer::LoopbackHttpServer(QObject *parent)
+    : QObject(parent), m_server(new QTcpServer(this)),
+      m_handler([](const HttpRequest &) { return HttpReply{}; })
+{
+    m_clock.start();
+    if (!m_server->listen(QHostAddress::LocalHost, 0))
+        qFatal("loopback server cannot listen: %s", qPrintable(m_server->errorString()));
+    connect(m_server, &QTcpServer::newConnection, this, &LoopbackHttpServer::accept);
+}
+
+quint16 LoopbackHttpServer::port() const
+{
+    return m_server->serverPort();
+}
+
+QString LoopbackHttpServer::address() const
+{
+    return QStringLiteral("127.0.0.1:%1").arg(port());
+}
+
+void LoopbackHttpServer::setReply(const HttpReply &reply)
+{
+    m_handler = [reply](const HttpRequest &) { return reply; };
+}
+
+void LoopbackHttpServer::setHandler(std::function<HttpReply(const HttpRequest &)> handler)
+{
+    m_handler = std::move(handler);
+}
+
+QList<HttpRequest> LoopbackHttpServer::curlRequests() const
+{
+    QList<HttpRequest> result;
+    for (const HttpRequest &request : m_requests) {
+        if (request.fromCurl())
+            result << request;
+    }
+    return result;
+}
+
+void LoopbackHttpServer::releaseHeld(const HttpReply &reply)
+{
+    const auto held = std::exchange(m_held, {});
+    for (const auto &[socket, request] : held)
+        perform(socket, request, reply);
+}
+
+void LoopbackHttpServer::accept()
+{
+    while (QTcpSocket *socket = m_server->nextPendingConnection()) {
+        socket->setParent(this);
+        connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
+        connect(socket, &QTcpSocket::readyRead, this, [this, socket] { readRequest(socket); });
+    }
+}
+
+void LoopbackHttpServer::readRequest(QTcpSocket *socket)
+{
+    if (socket->property("handled").toBool()) {
+        socket->readAll();
+        return;
+    }
+    QByteArray buffer = socket->property("buffer").toByteArray() + socket->readAll();
+    const qsizetype end = buffer.indexOf("\r\n\r\n");
+    if (end < 0) {
+        socket->setProperty("buffer", buffer);
+        return;
+    }
+    socket->setProperty("handled", true);
+
+    HttpRequest request;
+    request.arrivedMs = m_clock.elapsed();
+    const QList<QByteArray> lines = buffer.left(end).split('\n');
+    const QList<QByteArray> requestLine = lines.value(0).trimmed().split(' ');
+    request.method = requestLine.value(0);
+    request.path = requestLine.value(1);
+    for (qsizetype i = 1; i < lines.size(); ++i) {
+        const qsizetype colon = lines[i].indexOf(':');
+        if (colon > 0)
+            request.headers.insert(lines[i].left(colon).trimmed().toLower(),
+                                   lines[i].mid(colon + 1).trimmed());
+    }
+    m_requests << request;
+    emit requestReceived(request);
+    perform(socket, request, m_handler(request));
+}
+
+void LoopbackHttpServer::perform(QTcpSocket *socket, const HttpRequest &request,
+                                 const HttpReply &reply)
+{
+    switch (reply.action) {
+    case HttpReply::Action::silent:
+        return;
+    case HttpReply::Action::hold:
+        m_held.append({socket, request});
+        return;
+    case HttpReply::Action::close:
+        socket->disconnectFromHost();
+        return;
+    case HttpReply::Action::answer:
+        break;
+    }
+    QTimer::singleShot(reply.delay, socket,
+                       [socket, request, reply] { answer(socket, request, reply); });
+}
+
+void LoopbackHttpServer::answer(QTcpSocket *socket, const HttpRequest &request,
+                                const HttpReply &reply)
+{
+    QByteArray head = reply.statusLine + "\r\n";
+    head += "Content-Type: " + reply.contentType + "\r\n";
+    head += "Content-Length: " + QByteArray::number(reply.body.size()) + "\r\n";
+    head += "Connection: close\r\n\r\n";
+    socket->write(head);
+    if (request.method != "HEAD")
+        socket->write(reply.body);
+    socket->disconnectFromHost();
+}
+
+} // namespace kestrel::test

@@ -1,0 +1,83 @@
+#pragma once
+
+#include <QElapsedTimer>
+#include <QList>
+#include <QMap>
+#include <QObject>
+
+#include <chrono>
+#include <functional>
+
+class QTcpServer;
+class QTcpSocket;
+
+namespace kestrel::test {
+
+struct HttpRequest
+{
+    QByteArray method;
+    QByteArray path;
+    QMap<QByteArray, QByteArray> headers; // names in lower case
+    qint64 arrivedMs = 0;                 // since the server started
+
+    bool fromCurl() const { return headers.value("user-agent").startsWith("curl/"); }
+};
+
+// What the server does with one request.
+struct HttpReply
+{
+    enum class Action
+    {
+        answer, // status line, headers and (except for HEAD) the body
+        silent, // accept and never say anything
+        close,  // close the connection without a word
+        hold,   // wait until the test calls releaseHeld()
+    };
+    Action action = Action::answer;
+    QByteArray statusLine = "HTTP/1.1 200 OK";
+    QByteArray contentType = "text/html";
+    QByteArray body;
+    std::chrono::milliseconds delay{0}; // before answering
+
+    static HttpReply status(QByteArray line) { return {.statusLine = std::move(line)}; }
+    static HttpReply with(Action action) { return {.action = action}; }
+};
+
+// A tiny HTTP server on 127.0.0.1 and a free port, scripted by each test. One request per
+// connection; every request is recorded.
+class LoopbackHttpServer : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit LoopbackHttpServer(QObject *parent = nullptr);
+
+    quint16 port() const;
+    // "127.0.0.1:<port>", the form a printer address takes.
+    QString address() const;
+
+    void setReply(const HttpReply &reply);
+    void setHandler(std::function<HttpReply(const HttpRequest &)> handler);
+
+    QList<HttpRequest> requests() const { return m_requests; }
+    QList<HttpRequest> curlRequests() const;
+    int heldCount() const { return int(m_held.size()); }
+    void releaseHeld(const HttpReply &reply);
+
+signals:
+    void requestReceived(const kestrel::test::HttpRequest &request);
+
+private:
+    void accept();
+    void readRequest(QTcpSocket *socket);
+    void perform(QTcpSocket *socket, const HttpRequest &request, const HttpReply &reply);
+    static void answer(QTcpSocket *socket, const HttpRequest &request, const HttpReply &reply);
+
+    QTcpServer *m_server;
+    QElapsedTimer m_clock;
+    std::function<HttpReply(const HttpRequest &)> m_handler;
+    QList<HttpRequest> m_requests;
+    QList<std::pair<QTcpSocket *, HttpRequest>> m_held;
+};
+
+} // namespace kestrel::test
