@@ -1,0 +1,89 @@
+#include "monitor/PiStatusMonitor.h"
+
+#include "monitor/HostProbe.h"
+#include "settings/AppSettings.h"
+#include "settings/SnapshotUrls.h"
+
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QNetworkRequest>
+
+namespace kestrel {
+
+PiStatusMonitor::PiStatusMonitor(AppSettings &settings, QObject *parent,
+                                 std::chrono::milliseconds interval, QString curlPath)
+    : QObject(parent), m_settings(settings), m_curlPath(std::move(curlPath)),
+      m_network(new QNetworkAccessManager(this)), m_subscribedAddress(settings.printerIP())
+{
+    m_pause.setSingleShot(true);
+    m_pause.setInterval(interval);
+    connect(&m_pause, &QTimer::timeout, this, &PiStatusMonitor::probeRound);
+
+    // Follows the address as announced, before it is stored: restart() reads the store and so
+    // probes the address from before the change. That lag is how the monitor has always
+    // behaved; the next change, or the next start, catches up.
+    connect(&settings, &AppSettings::printerIPWillChange, this, [this](const QString &address) {
+        if (address == m_subscribedAddress)
+            return;
+        m_subscribedAddress = address;
+        restart();
+    });
+    // Once for the subscription's first delivery and once more directly, as the loop has always
+    // been started: the first loop only sends its wake-up request before the second replaces it.
+    restart();
+    restart();
+}
+
+void PiStatusMonitor::restart()
+{
+    const quint64 loop = ++m_loop;
+    m_pause.stop();
+    publish(PiReachability::checking());
+    const QString host = m_settings.printerIP().trimmed();
+    QMetaObject::invokeMethod(
+        this, [this, loop, host] { startLoop(loop, host); }, Qt::QueuedConnection);
+}
+
+void PiStatusMonitor::startLoop(quint64 loop, const QString &host)
+{
+    sendWakeUpRequest(host);
+    if (loop != m_loop)
+        return;
+    m_host = host;
+    probeRound();
+}
+
+void PiStatusMonitor::probeRound()
+{
+    const quint64 loop = m_loop;
+    probePrinterHost(m_curlPath, m_host, this)
+        .then(this, [this, loop](const PiReachability &result) {
+            if (loop != m_loop)
+                return;
+            publish(result);
+            m_pause.start();
+        });
+}
+
+// The Pi's network often dozes; a first request wakes it so the probe that follows answers in
+// time. Nobody waits for it and its outcome does not matter.
+void PiStatusMonitor::sendWakeUpRequest(const QString &host)
+{
+    const auto url = strictHttpUrl(QStringLiteral("http://") + host + u'/');
+    if (!url)
+        return;
+    QNetworkRequest request(*url);
+    request.setTransferTimeout(2000);
+    request.setAttribute(QNetworkRequest::CacheLoadControlAttribute,
+                         QNetworkRequest::AlwaysNetwork);
+    QNetworkReply *reply = m_network->head(request);
+    connect(reply, &QNetworkReply::finished, reply, &QObject::deleteLater);
+}
+
+void PiStatusMonitor::publish(const PiReachability &reachability)
+{
+    m_reachability = reachability;
+    emit reachabilityChanged(m_reachability);
+}
+
+} // namespace kestrel

@@ -1,0 +1,56 @@
+#pragma once
+
+#include "monitor/PiReachability.h"
+
+#include <QObject>
+#include <QTimer>
+
+#include <chrono>
+
+class QNetworkAccessManager;
+
+namespace kestrel {
+
+class AppSettings;
+
+// Probes the printer host every interval and publishes whether it answers HTTP.
+//
+// A loop starts at construction and again on every change of the printer address; each start
+// cancels the loop before it, resets to "checking", sends one wake-up request and probes at once.
+// A probe that was under way when its loop was cancelled runs to its end, but its answer is
+// dropped, so a stale result for an old address never shows.
+class PiStatusMonitor : public QObject
+{
+    Q_OBJECT
+
+public:
+    static constexpr std::chrono::milliseconds defaultInterval{10'000};
+
+    explicit PiStatusMonitor(AppSettings &settings, QObject *parent = nullptr,
+                             std::chrono::milliseconds interval = defaultInterval,
+                             QString curlPath = QStringLiteral("/usr/bin/curl"));
+
+    PiReachability reachability() const { return m_reachability; }
+
+signals:
+    // Every publication, also one equal to the value before.
+    void reachabilityChanged(const kestrel::PiReachability &reachability);
+
+private:
+    void restart();
+    void startLoop(quint64 loop, const QString &host);
+    void probeRound();
+    void sendWakeUpRequest(const QString &host);
+    void publish(const PiReachability &reachability);
+
+    AppSettings &m_settings;
+    const QString m_curlPath;
+    QNetworkAccessManager *m_network;
+    QTimer m_pause;
+    PiReachability m_reachability = PiReachability::checking();
+    QString m_subscribedAddress;
+    QString m_host;     // the address the running loop probes
+    quint64 m_loop = 0; // bumped by every restart; a result from an older loop is dropped
+};
+
+} // namespace kestrel
