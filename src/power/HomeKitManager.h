@@ -1,0 +1,63 @@
+#pragma once
+
+#include "power/HomeKitAccessoryState.h"
+#include "power/ShortcutExecutionResult.h"
+
+#include <QFuture>
+#include <QObject>
+
+#include <optional>
+
+namespace kestrel {
+
+class AppSettings;
+
+// Switches the printer through named shortcuts and keeps its power state, as an optional status
+// shortcut reports it. Every failure ends up as a German text in accessoryState or actionMessage.
+//
+// The state is refreshed only on events (construction, a change of the status shortcut or the
+// accessory name, a successful power action, or an explicit refresh); it is never polled.
+class HomeKitManager : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit HomeKitManager(AppSettings &settings, QObject *parent = nullptr,
+                            QString shortcutsPath = QStringLiteral("/usr/bin/shortcuts"));
+
+    HomeKitAccessoryState accessoryState() const { return m_accessoryState; }
+    // The outcome of the last finished power action; absent until the first one.
+    std::optional<QString> actionMessage() const { return m_actionMessage; }
+    bool shortcutsAvailable() const { return m_shortcutsAvailable; }
+    // Whether offering to switch the printer on makes sense.
+    bool canPowerOn() const;
+
+    // Checks for the tool and starts a new status query; the answer of any earlier query that
+    // is still running is dropped when it arrives.
+    void refreshStatus();
+
+    // Runs the named shortcut as a power action and reports in actionMessage. The future
+    // finishes once the outcome is published, whether the run succeeded or failed.
+    QFuture<void> runShortcut(const QString &name);
+
+    // One run of the tool with "run" and the name, exactly as given.
+    QFuture<ShortcutExecutionResult> executeShortcut(const QString &name);
+
+signals:
+    void accessoryStateChanged(const kestrel::HomeKitAccessoryState &state);
+    void actionMessageChanged(const QString &message);
+    void shortcutsAvailableChanged(bool available);
+
+private:
+    void setAccessoryState(const HomeKitAccessoryState &state);
+    void setActionMessage(const QString &message);
+
+    AppSettings &m_settings;
+    const QString m_shortcutsPath;
+    HomeKitAccessoryState m_accessoryState;
+    std::optional<QString> m_actionMessage;
+    bool m_shortcutsAvailable = false;
+    quint64 m_query = 0; // bumped by every refresh; an older query's answer is dropped
+};
+
+} // namespace kestrel

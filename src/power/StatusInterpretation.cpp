@@ -1,0 +1,88 @@
+#include "power/StatusInterpretation.h"
+
+#include <QCoreApplication>
+
+#include <algorithm>
+
+namespace kestrel {
+
+namespace {
+
+// Lower-cased pieces between characters that are neither letters, marks nor digits (Unicode).
+QStringList words(const QString &text)
+{
+    QStringList result;
+    QString current;
+    for (const char32_t c : text.toLower().toUcs4()) {
+        if (QChar::isLetterOrNumber(c) || QChar::isMark(c)) {
+            current += QString::fromUcs4(&c, 1);
+        } else if (!current.isEmpty()) {
+            result << current;
+            current.clear();
+        }
+    }
+    if (!current.isEmpty())
+        result << current;
+    return result;
+}
+
+bool containsAny(const QStringList &words, std::initializer_list<QStringView> wanted)
+{
+    return std::any_of(words.cbegin(), words.cend(), [&](const QString &word) {
+        return std::find(wanted.begin(), wanted.end(), word) != wanted.end();
+    });
+}
+
+} // namespace
+
+ShortcutExecutionResult shortcutResultFromProcess(const ProcessResult &process)
+{
+    if (!process.launched)
+        return {.success = false, .output = {}, .errorMessage = process.launchError};
+    const QString out = process.standardOutput.trimmed();
+    if (process.succeeded())
+        return {.success = true, .output = out, .errorMessage = std::nullopt};
+    const QString err = process.standardError.trimmed();
+    return {.success = false,
+            .output = out,
+            .errorMessage =
+                err.isEmpty()
+                    ? QStringLiteral("Kurzbefehl fehlgeschlagen (%1)").arg(process.exitStatus)
+                    : err};
+}
+
+HomeKitAccessoryState interpretStatusResult(const ShortcutExecutionResult &result)
+{
+    if (!result.success) {
+        return HomeKitAccessoryState::unknown(
+            result.errorMessage.value_or(QStringLiteral("Status-Kurzbefehl fehlgeschlagen")));
+    }
+    const QStringList found = words(result.output);
+    if (containsAny(found, {u"on", u"ein", u"an", u"true", u"1"}))
+        return HomeKitAccessoryState::on();
+    if (containsAny(found, {u"off", u"aus", u"false", u"0"}))
+        return HomeKitAccessoryState::off();
+    if (!result.output.isEmpty())
+        return HomeKitAccessoryState::unknown(QStringLiteral("Status-Kurzbefehl lieferte: ") +
+                                              result.output);
+    return HomeKitAccessoryState::unknown(
+        QStringLiteral("Status-Kurzbefehl lieferte keine auswertbare Rueckgabe"));
+}
+
+QString statusText(const HomeKitAccessoryState &state)
+{
+    switch (state.kind()) {
+    case HomeKitAccessoryState::Kind::checking:
+        return QCoreApplication::translate("HomeKitManager", "Status von Ender wird geprueft");
+    case HomeKitAccessoryState::Kind::on:
+        return QCoreApplication::translate("HomeKitManager", "Ender ist eingeschaltet");
+    case HomeKitAccessoryState::Kind::off:
+        return QCoreApplication::translate("HomeKitManager", "Ender ist ausgeschaltet");
+    case HomeKitAccessoryState::Kind::unknown:
+    case HomeKitAccessoryState::Kind::unavailable:
+        break;
+    }
+    return state.message();
+}
+
+} // namespace kestrel

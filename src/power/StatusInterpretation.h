@@ -1,0 +1,19 @@
+#pragma once
+
+#include "platform/ProcessRunner.h"
+#include "power/HomeKitAccessoryState.h"
+#include "power/ShortcutExecutionResult.h"
+
+namespace kestrel {
+
+// What one finished run of the shortcuts tool amounts to.
+ShortcutExecutionResult shortcutResultFromProcess(const ProcessResult &process);
+
+// Reads the status shortcut's answer: whole words, any case; an on-word wins over an off-word
+// wherever both stand ("ein", "an", "on", "true", "1" against "aus", "off", "false", "0").
+HomeKitAccessoryState interpretStatusResult(const ShortcutExecutionResult &result);
+
+// The power state as the screens show it.
+QString statusText(const HomeKitAccessoryState &state);
+
+} // namespace kestrel
