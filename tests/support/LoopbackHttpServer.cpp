@@ -7,13 +7,13 @@
 
 namespace kestrel::test {
 
-LoopbackHttpServer::LoopbackHttpServer(QObject *parent)
+LoopbackHttpServer::LoopbackHttpServer(QObject *parent, quint16 port)
     : QObject(parent), m_server(new QTcpServer(this)),
       m_handler([](const HttpRequest &) { return HttpReply{}; })
 {
     m_clock.start();
-    if (!m_server->listen(QHostAddress::LocalHost, 0))
-        qFatal("loopback server cannot listen: %s", qPrintable(m_server->errorString()));
+    if (!m_server->listen(QHostAddress::LocalHost, port))
+        qFatal("cannot listen on 127.0.0.1:%d: %s", port, qPrintable(m_server->errorString()));
     connect(m_server, &QTcpServer::newConnection, this, &LoopbackHttpServer::accept);
 }
 
@@ -118,12 +118,14 @@ void LoopbackHttpServer::answer(QTcpSocket *socket, const HttpRequest &request,
 {
     QByteArray head = reply.statusLine + "\r\n";
     head += "Content-Type: " + reply.contentType + "\r\n";
-    head += "Content-Length: " + QByteArray::number(reply.body.size()) + "\r\n";
+    const qsizetype length = reply.declaredLength >= 0 ? reply.declaredLength : reply.body.size();
+    head += "Content-Length: " + QByteArray::number(length) + "\r\n";
     head += "Connection: close\r\n\r\n";
     socket->write(head);
     if (request.method != "HEAD")
         socket->write(reply.body);
-    socket->disconnectFromHost();
+    if (!reply.stallAfterBody)
+        socket->disconnectFromHost();
 }
 
 } // namespace kestrel::test

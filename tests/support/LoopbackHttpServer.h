@@ -37,20 +37,28 @@ struct HttpReply
     QByteArray statusLine = "HTTP/1.1 200 OK";
     QByteArray contentType = "text/html";
     QByteArray body;
+    qsizetype declaredLength = -1;      // Content-Length to announce; -1 for the body's size
+    bool stallAfterBody = false;        // keep the connection open instead of closing it
     std::chrono::milliseconds delay{0}; // before answering
 
     static HttpReply status(QByteArray line) { return {.statusLine = std::move(line)}; }
     static HttpReply with(Action action) { return {.action = action}; }
+    static HttpReply content(QByteArray type, QByteArray body)
+    {
+        return {.contentType = std::move(type), .body = std::move(body)};
+    }
 };
 
-// A tiny HTTP server on 127.0.0.1 and a free port, scripted by each test. One request per
-// connection; every request is recorded.
+// A tiny HTTP server on 127.0.0.1, scripted by each test (and by the demo printer). One request
+// per connection; every request is recorded.
 class LoopbackHttpServer : public QObject
 {
     Q_OBJECT
 
 public:
-    explicit LoopbackHttpServer(QObject *parent = nullptr);
+    // Port 0 picks a free one. The server cannot do without its port, so failing to get it is
+    // fatal.
+    explicit LoopbackHttpServer(QObject *parent = nullptr, quint16 port = 0);
 
     quint16 port() const;
     // "127.0.0.1:<port>", the form a printer address takes.

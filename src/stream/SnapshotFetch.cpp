@@ -1,0 +1,105 @@
+#include "stream/SnapshotFetch.h"
+
+#include "platform/ProcessRunner.h"
+
+#include <QDir>
+#include <QFile>
+#include <QImageReader>
+#include <QUuid>
+#include <QtConcurrent>
+
+namespace kestrel {
+
+namespace {
+
+QString temporaryFilePath(const QString &folder)
+{
+    return QDir(folder).filePath(QStringLiteral("kestrel-") +
+                                 QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper() +
+                                 QStringLiteral(".jpg"));
+}
+
+QString failureText(const ProcessResult &result)
+{
+    if (!result.launched)
+        return result.launchError;
+    const QString error = result.standardError.trimmed();
+    return error.isEmpty() ? QStringLiteral("curl-Fehler ") + QString::number(result.exitStatus)
+                           : error;
+}
+
+} // namespace
+
+SnapshotFetch::SnapshotFetch(QString path, QObject *owner)
+    : QObject(owner), m_path(std::move(path)), m_transfer(new QObject(this))
+{}
+
+SnapshotFetch::~SnapshotFetch()
+{
+    delete m_transfer; // curl must be gone before its file can be removed for good
+    QFile::remove(m_path);
+}
+
+QString SnapshotFetch::absoluteString(const QUrl &url)
+{
+    return url.toString(QUrl::FullyEncoded);
+}
+
+QFuture<FetchOutcome> SnapshotFetch::start(const FetchRequest &request, QObject *owner)
+{
+    auto *fetch = new SnapshotFetch(temporaryFilePath(request.temporaryFolder), owner);
+    const QString url = absoluteString(request.url);
+    const ProcessCommand curl{
+        .program = request.curlPath,
+        .arguments = {QStringLiteral("-sS"), QStringLiteral("--max-time"), QStringLiteral("5"),
+                      QStringLiteral("--fail"), QStringLiteral("--http1.1"), QStringLiteral("-o"),
+                      fetch->m_path, url},
+    };
+    return runProcess(curl, fetch->m_transfer)
+        .then(fetch,
+              [fetch, request, url](const ProcessResult &result) -> QFuture<FetchOutcome> {
+                  if (!result.succeeded()) {
+                      fetch->deleteLater();
+                      return QtFuture::makeReadyFuture(FetchOutcome{
+                          std::nullopt, failureText(result) + QStringLiteral(": ") + url});
+                  }
+                  return QtConcurrent::run(decodeAndRemove, fetch->m_path, request.decodeSize,
+                                           request.devicePixelRatio)
+                      .then(fetch, [fetch, url](const std::optional<QImage> &image) {
+                          fetch->deleteLater();
+                          return image ? FetchOutcome{image, {}}
+                                       : FetchOutcome{std::nullopt,
+                                                      QStringLiteral("JPEG ungültig: ") + url};
+                      });
+              })
+        .unwrap();
+}
+
+std::optional<QImage> SnapshotFetch::decodeAndRemove(const QString &path, QSize decodeSize,
+                                                     qreal devicePixelRatio)
+{
+    QFile file(path);
+    const bool readable = file.size() <= largestPicture && file.open(QIODevice::ReadOnly);
+    // Removed as soon as it is open: the open handle keeps the bytes readable, and nothing is
+    // left behind even if decoding fails.
+    QFile::remove(path);
+    if (!readable)
+        return std::nullopt;
+
+    QImageReader reader(&file);
+    const QSize sourceSize = reader.size();
+    if (decodeSize.isValid() && sourceSize.isValid()) {
+        // The JPEG decoder scales while it decodes, which is far cheaper than decoding the full
+        // picture and shrinking it; it never enlarges.
+        const QSize fitted = sourceSize.scaled(decodeSize, Qt::KeepAspectRatio);
+        if (fitted.width() < sourceSize.width() && !fitted.isEmpty())
+            reader.setScaledSize(fitted);
+    }
+    QImage image = reader.read();
+    if (image.isNull())
+        return std::nullopt;
+    image.setDevicePixelRatio(devicePixelRatio);
+    return image;
+}
+
+} // namespace kestrel

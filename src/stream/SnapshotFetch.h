@@ -1,0 +1,57 @@
+#pragma once
+
+#include <QFuture>
+#include <QImage>
+#include <QObject>
+#include <QSize>
+#include <QUrl>
+
+#include <optional>
+
+namespace kestrel {
+
+// What one fetch produced: a picture, or the German text of why not.
+struct FetchOutcome
+{
+    std::optional<QImage> image;
+    QString errorText;
+};
+
+struct FetchRequest
+{
+    QString curlPath;
+    QUrl url;
+    QString temporaryFolder;
+    QSize decodeSize; // device pixels to fit the picture into; empty for the full size
+    qreal devicePixelRatio = 1.0;
+};
+
+// One snapshot: curl writes it into "kestrel-<UUID>.jpg" in the temporary folder, then a worker
+// thread opens the file, removes it and decodes it. The file never outlives the fetch, whatever
+// happens: a failed transfer removes it at once, and a fetch destroyed mid-transfer (its owner
+// went away) kills curl before removing it.
+class SnapshotFetch : public QObject
+{
+    Q_OBJECT
+
+public:
+    static QFuture<FetchOutcome> start(const FetchRequest &request, QObject *owner);
+    ~SnapshotFetch() override;
+
+    // The part that runs on the worker: reads, removes and decodes the file. Larger files are
+    // not camera pictures and are not even read.
+    static std::optional<QImage> decodeAndRemove(const QString &path, QSize decodeSize,
+                                                 qreal devicePixelRatio);
+    static constexpr qint64 largestPicture = 64 * 1024 * 1024;
+
+    // The URL as every text and argument shows it.
+    static QString absoluteString(const QUrl &url);
+
+private:
+    explicit SnapshotFetch(QString path, QObject *owner);
+
+    const QString m_path;
+    QObject *m_transfer; // owns the curl process; deleting it kills curl
+};
+
+} // namespace kestrel

@@ -1,0 +1,101 @@
+#include "stream/SnapshotLoader.h"
+
+#include "stream/SnapshotFetch.h"
+
+#include <algorithm>
+
+namespace kestrel {
+
+SnapshotLoader::SnapshotLoader(QObject *parent, QString curlPath, QString temporaryFolder)
+    : QObject(parent), m_curlPath(std::move(curlPath)),
+      m_temporaryFolder(std::move(temporaryFolder))
+{
+    m_pause.setSingleShot(true);
+    m_pause.setTimerType(Qt::PreciseTimer);
+    connect(&m_pause, &QTimer::timeout, this, &SnapshotLoader::runRound);
+}
+
+std::chrono::milliseconds SnapshotLoader::pauseFor(qint64 fps)
+{
+    const std::chrono::nanoseconds pause{1'000'000'000ULL / std::max<qint64>(fps, 1)};
+    return std::chrono::ceil<std::chrono::milliseconds>(pause);
+}
+
+void SnapshotLoader::start(const QList<QUrl> &urls, qint64 fps)
+{
+    if (m_running && urls == m_currentURLs)
+        return;
+    stop();
+    m_currentURLs = urls;
+    setErrorText(std::nullopt);
+    m_pause.setInterval(pauseFor(fps));
+    m_running = true;
+    const quint64 loop = m_loop;
+    QMetaObject::invokeMethod(
+        this,
+        [this, loop] {
+            if (loop == m_loop)
+                runRound();
+        },
+        Qt::QueuedConnection);
+}
+
+void SnapshotLoader::stop()
+{
+    ++m_loop;
+    m_running = false;
+    m_pause.stop();
+    m_currentURLs.clear();
+}
+
+void SnapshotLoader::setDecodeSize(QSize size, qreal devicePixelRatio)
+{
+    m_decodeSize = size;
+    m_devicePixelRatio = devicePixelRatio;
+}
+
+void SnapshotLoader::runRound()
+{
+    fetchFrom(m_currentURLs, 0, m_loop);
+}
+
+void SnapshotLoader::fetchFrom(const QList<QUrl> &urls, qsizetype index, quint64 loop)
+{
+    if (index == urls.size()) {
+        finishRound(urls, false, loop);
+        return;
+    }
+    const FetchRequest request{m_curlPath, urls[index], m_temporaryFolder, m_decodeSize,
+                               m_devicePixelRatio};
+    SnapshotFetch::start(request, this).then(this, [this, urls, index, loop](FetchOutcome outcome) {
+        if (outcome.image) {
+            m_image = std::move(*outcome.image);
+            emit imageChanged();
+            setErrorText(std::nullopt);
+            finishRound(urls, true, loop);
+        } else {
+            setErrorText(outcome.errorText);
+            fetchFrom(urls, index + 1, loop);
+        }
+    });
+}
+
+void SnapshotLoader::finishRound(const QList<QUrl> &urls, bool gotPicture, quint64 loop)
+{
+    if (!gotPicture && !m_errorText && !urls.isEmpty())
+        setErrorText(QStringLiteral("Kein Bild von ") +
+                     SnapshotFetch::absoluteString(urls.first()));
+    emit roundFinished();
+    if (loop == m_loop)
+        m_pause.start();
+}
+
+void SnapshotLoader::setErrorText(std::optional<QString> text)
+{
+    if (text == m_errorText)
+        return;
+    m_errorText = std::move(text);
+    emit errorTextChanged();
+}
+
+} // namespace kestrel

@@ -1,0 +1,110 @@
+#include "stream/SnapshotStreamView.h"
+
+#include "monitor/PiStatusMonitor.h"
+#include "platform/ProgressSpinner.h"
+#include "stream/SnapshotErrorCard.h"
+#include "stream/SnapshotLoader.h"
+
+#include <QPainter>
+
+#include <algorithm>
+
+namespace kestrel {
+
+SnapshotStreamView::SnapshotStreamView(const PiStatusMonitor &monitor, QWidget *parent,
+                                       QString curlPath)
+    : QWidget(parent), m_monitor(monitor), m_loader(new SnapshotLoader(this, std::move(curlPath))),
+      m_spinner(new ProgressSpinner(Qt::white, this)), m_errorCard(new SnapshotErrorCard(this))
+{
+    setAttribute(Qt::WA_OpaquePaintEvent);
+    m_errorCard->hide();
+
+    connect(m_loader, &SnapshotLoader::imageChanged, this, [this] {
+        m_spinner->hide();
+        update();
+    });
+    connect(m_loader, &SnapshotLoader::errorTextChanged, this, &SnapshotStreamView::updateOverlays);
+    connect(&monitor, &PiStatusMonitor::reachabilityChanged, this,
+            &SnapshotStreamView::updateOverlays);
+    updateOverlays();
+}
+
+void SnapshotStreamView::setSnapshotURLs(const QList<QUrl> &urls)
+{
+    m_urls = urls;
+    if (isVisible())
+        startLoader();
+}
+
+void SnapshotStreamView::setTargetFPS(qint64 fps)
+{
+    m_targetFPS = fps;
+}
+
+void SnapshotStreamView::startLoader()
+{
+    m_loader->start(m_urls, std::clamp<qint64>(m_targetFPS, 1, 6));
+}
+
+void SnapshotStreamView::updateOverlays()
+{
+    m_spinner->setVisible(m_loader->image().isNull());
+    const auto errorText = m_loader->errorText();
+    if (!errorText) {
+        m_errorCard->hide();
+        return;
+    }
+    const PiReachability reachability = m_monitor.reachability();
+    if (reachability.isUnreachable()) {
+        m_errorCard->present(QStringLiteral("network.slash"), tr("Raspberry Pi offline"),
+                             reachability.reason());
+    } else {
+        m_errorCard->present(QStringLiteral("wifi.exclamationmark"), tr("Kamera nicht erreichbar"),
+                             *errorText);
+    }
+    placeOverlays();
+}
+
+// Both overlays sit in the middle; the card keeps the usual padding from the edges and is sized
+// by hand, since a layout cannot fit a centred box around wrapping text.
+void SnapshotStreamView::placeOverlays()
+{
+    QRect spinner(QPoint(), m_spinner->sizeHint());
+    spinner.moveCenter(rect().center());
+    m_spinner->setGeometry(spinner);
+    m_errorCard->placeIn(rect().marginsRemoved(QMargins(16, 16, 16, 16)));
+}
+
+void SnapshotStreamView::paintEvent(QPaintEvent *)
+{
+    QPainter painter(this);
+    painter.fillRect(rect(), Qt::black);
+    const QImage image = m_loader->image();
+    if (image.isNull())
+        return;
+    const QSizeF logicalSize = image.deviceIndependentSize();
+    const QSizeF fitted = logicalSize.scaled(size(), Qt::KeepAspectRatio);
+    QRectF target(QPointF(), fitted);
+    target.moveCenter(QRectF(rect()).center());
+    painter.setRenderHint(QPainter::SmoothPixmapTransform);
+    painter.drawImage(target, image);
+}
+
+void SnapshotStreamView::resizeEvent(QResizeEvent *)
+{
+    const qreal ratio = devicePixelRatioF();
+    m_loader->setDecodeSize(size() * ratio, ratio);
+    placeOverlays();
+}
+
+void SnapshotStreamView::showEvent(QShowEvent *)
+{
+    startLoader();
+}
+
+void SnapshotStreamView::hideEvent(QHideEvent *)
+{
+    m_loader->stop();
+}
+
+} // namespace kestrel
