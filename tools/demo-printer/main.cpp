@@ -1,0 +1,129 @@
+#include "DemoFrames.h"
+#include "LoopbackHttpServer.h"
+#include "settings/Camera.h"
+
+#include <QCommandLineParser>
+#include <QElapsedTimer>
+#include <QGuiApplication>
+
+#include <cstdio>
+
+using kestrel::test::HttpReply;
+using kestrel::test::HttpRequest;
+
+namespace {
+
+constexpr int framesPerCycle = 24;
+constexpr int framesPerSecond = 6;
+
+// What a camera does instead of serving pictures, to show each error state in Kestrel.
+enum class Fault
+{
+    none,
+    notFound,
+    html,
+    truncated,
+    stall
+};
+
+std::optional<Fault> faultNamed(const QString &name)
+{
+    if (name == u"404")
+        return Fault::notFound;
+    if (name == u"html")
+        return Fault::html;
+    if (name == u"truncated")
+        return Fault::truncated;
+    if (name == u"stall")
+        return Fault::stall;
+    return std::nullopt;
+}
+
+struct DemoCamera
+{
+    QByteArray snapshotPath;
+    QList<QByteArray> frames;
+    Fault fault = Fault::none;
+};
+
+HttpReply replyFor(const DemoCamera &camera, qint64 elapsedMs)
+{
+    const QByteArray &frame = camera.frames[(elapsedMs * framesPerSecond / 1000) % framesPerCycle];
+    switch (camera.fault) {
+    case Fault::notFound:
+        return HttpReply::status("HTTP/1.1 404 Not Found");
+    case Fault::html:
+        return HttpReply::content("text/html", "<html><body>Kamera nicht gefunden</body></html>");
+    case Fault::truncated:
+        return HttpReply::content("image/jpeg", frame.left(frame.size() / 2));
+    case Fault::stall:
+        return HttpReply::with(HttpReply::Action::silent);
+    case Fault::none:
+        break;
+    }
+    return HttpReply::content("image/jpeg", frame);
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    // Pictures are drawn off screen; the demo printer needs no display.
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    QGuiApplication app(argc, argv);
+    QGuiApplication::setApplicationName(QStringLiteral("kestrel-demo-printer"));
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        QStringLiteral("Ein Crowsnest-Host zum Ausprobieren: beantwortet / und liefert fuer die "
+                       "drei Kameras bewegte Testbilder, nur auf 127.0.0.1."));
+    parser.addHelpOption();
+    const QCommandLineOption portOption(QStringLiteral("port"),
+                                        QStringLiteral("Port auf 127.0.0.1 (Vorgabe 8080)."),
+                                        QStringLiteral("port"), QStringLiteral("8080"));
+    const QCommandLineOption faultOption(
+        QStringLiteral("fault"),
+        QStringLiteral("Laesst eine Kamera scheitern: KAMERA=404|html|truncated|stall, "
+                       "z. B. 2=404. Mehrfach moeglich."),
+        QStringLiteral("kamera=fehler"));
+    parser.addOptions({portOption, faultOption});
+    parser.process(app);
+
+    bool portOk = false;
+    const uint port = parser.value(portOption).toUInt(&portOk);
+    if (!portOk || port > 65535)
+        parser.showHelp(2);
+
+    QList<DemoCamera> cameras;
+    for (const kestrel::Camera &camera : kestrel::cameraCatalogue())
+        cameras.append(
+            {camera.snapshotPath.toUtf8(), kestrel::demo::renderCycle(camera, framesPerCycle)});
+    for (const QString &text : parser.values(faultOption)) {
+        const QStringList parts = text.split(u'=');
+        const int id = parts.value(0).toInt();
+        const auto fault = faultNamed(parts.value(1));
+        if (parts.size() != 2 || id < 1 || id > cameras.size() || !fault) {
+            std::fprintf(stderr, "Unbekannter Fehlerfall: %s\n", qPrintable(text));
+            return 2;
+        }
+        cameras[id - 1].fault = *fault;
+    }
+
+    QElapsedTimer clock;
+    clock.start();
+    kestrel::test::LoopbackHttpServer server(nullptr, quint16(port));
+    server.setHandler([&](const HttpRequest &request) {
+        if (request.path == "/")
+            return HttpReply::content("text/html",
+                                      "<html><body>Kestrel Demo-Drucker</body></html>");
+        for (const DemoCamera &camera : std::as_const(cameras)) {
+            if (request.path == camera.snapshotPath)
+                return replyFor(camera, clock.elapsed());
+        }
+        return HttpReply::status("HTTP/1.1 404 Not Found");
+    });
+    std::printf("Demo-Drucker laeuft auf http://%s/\n", qPrintable(server.address()));
+    std::fflush(stdout);
+    return QGuiApplication::exec();
+}
