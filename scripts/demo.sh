@@ -4,11 +4,10 @@
 # at it with all three cameras selected. Arguments go to the demo printer, e.g. --fault 2=404.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-source scripts/ensure-packages.sh
+source scripts/common.sh
 ensure_packages "${KESTREL_PACKAGES[@]}"
 
-cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo
-cmake --build build --parallel "$(nproc)" --target kestrel kestrel-demo-printer
+build_kestrel kestrel kestrel-demo-printer
 
 work=$(mktemp -d)
 printer_pid=

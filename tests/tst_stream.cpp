@@ -49,6 +49,15 @@ HttpReply jpegReply(QSize size = {640, 480})
     return HttpReply::content("image/jpeg", jpeg(size));
 }
 
+// Sends the start of a picture, then nothing more: curl has written part of its file.
+HttpReply stallingMidPicture()
+{
+    return {.contentType = "image/jpeg",
+            .body = jpeg({64, 48}).left(200),
+            .declaredLength = 100000,
+            .stallAfterBody = true};
+}
+
 QUrl urlOf(const LoopbackHttpServer &server, const char *path)
 {
     return QUrl(QStringLiteral("http://") + server.address() + QString::fromLatin1(path));
@@ -191,10 +200,7 @@ void StreamTest::deadHostsTimeOutAndLeaveNoPartialFile()
     LoopbackHttpServer silent;
     silent.setReply(HttpReply::with(HttpReply::Action::silent));
     LoopbackHttpServer stalling;
-    stalling.setReply({.contentType = "image/jpeg",
-                       .body = jpeg({64, 48}).left(200),
-                       .declaredLength = 100000,
-                       .stallAfterBody = true});
+    stalling.setReply(stallingMidPicture());
     auto first = makeLoader();
     auto second = makeLoader();
     QSignalSpy firstDone(first.get(), &SnapshotLoader::roundFinished);
@@ -323,10 +329,7 @@ void StreamTest::stoppedLoopFinishesItsRoundOnly()
 void StreamTest::destroyedLoaderKillsCurlAndRemovesItsFile()
 {
     LoopbackHttpServer server;
-    server.setReply({.contentType = "image/jpeg",
-                     .body = jpeg({64, 48}).left(200),
-                     .declaredLength = 100000,
-                     .stallAfterBody = true});
+    server.setReply(stallingMidPicture());
     auto loader = makeLoader();
     loader->start({urlOf(server, "/a")}, 1);
     QTRY_COMPARE_WITH_TIMEOUT(

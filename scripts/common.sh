@@ -1,4 +1,4 @@
-# Sourced by the set-up scripts: installs whichever of the named Debian packages are missing.
+# Sourced by the scripts in this folder: installs missing Debian packages and builds.
 # Works as root, or through sudo for an ordinary user.
 ensure_packages() {
     local missing=()
@@ -23,3 +23,11 @@ KESTREL_PACKAGES=(cmake g++ make qt6-base-dev qt6-svg-dev qt6-qpa-plugins libgl-
 
 # What the tests need beyond that: a virtual display with a window manager for the window tests.
 KESTREL_TEST_PACKAGES=(xvfb xauth openbox clang-format)
+
+# Configures and builds into build/: every target, or only the ones named.
+build_kestrel() {
+    cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo
+    local targets=()
+    [ $# -eq 0 ] || targets=(--target "$@")
+    cmake --build build --parallel "$(nproc)" "${targets[@]}"
+}
