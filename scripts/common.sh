@@ -19,7 +19,7 @@ ensure_packages() {
 }
 
 # What building and running Kestrel needs: the toolchain, Qt 6, and curl, which fetches pictures.
-KESTREL_PACKAGES=(cmake g++ make qt6-base-dev qt6-svg-dev qt6-qpa-plugins libgl-dev curl)
+KESTREL_PACKAGES=(cmake g++ make qt6-base-dev qt6-svg-dev qt6-qpa-plugins libgl-dev libxcb1-dev curl)
 
 # What the tests need beyond that: a virtual display with a window manager for the window tests.
 KESTREL_TEST_PACKAGES=(xvfb xauth openbox clang-format)

@@ -1,15 +1,45 @@
+#include "CameraApp.h"
+#include "stream/CameraWindowView.h"
+#include "windows/CameraWindow.h"
+#include "windows/ScreenFrames.h"
+#include "windows/WindowCoordinator.h"
 #include "windows/WindowGeometry.h"
 
+#include <QApplication>
+#include <QScreen>
+#include <QSignalSpy>
 #include <QTest>
+
+#include <memory>
 
 using namespace kestrel;
 using namespace kestrel::windowGeometry;
 using namespace std::chrono_literals;
 using P = WindowPlacement;
 
+namespace {
+
+using test::CameraApp;
+const auto ids = test::idList;
+
+QPointF originOf(const QWidget *window)
+{
+    return screenFrames::frame(window).topLeft(); // our x, y: the lower-left corner
+}
+
+} // namespace
+
 class WindowsTest : public QObject
 {
     Q_OBJECT
+
+public:
+    // Exact positions need a known screen: 1440 x 900, and windows without frame margins (the
+    // real frames are the X11 test's business).
+    static void initMain()
+    {
+        qputenv("QT_QPA_PLATFORM", "offscreen:configfile=" KESTREL_OFFSCREEN_CONFIG);
+    }
 
 private slots:
     // Geometry
@@ -20,6 +50,17 @@ private slots:
     void initialRectsCascade();
     void coordinatesConvertBothWays();
 
+    // Coordinator
+    void startOpensTheSelectionInOrderAndLaysOut();
+    void userCloseDeselectsAndSavesTheFrame();
+    void deselectingClosesWithoutFurtherChange();
+    void closeAllThenSyncReopens();
+    void replaceCamera();
+    void addressChangeRebuildsContentOnly();
+    void unknownIdsAreIgnoredAndKept();
+    void savedFrameOnlyForExplicitFree();
+    void movedCornerWindowSnapsBack();
+    void alwaysOnTopTogglesInPlace();
 };
 
 void WindowsTest::workedExampleAndWrappingRow()
@@ -81,5 +122,189 @@ void WindowsTest::coordinatesConvertBothWays()
     QCOMPARE(qtToScreen(qt, 900), ours);
 }
 
-QTEST_GUILESS_MAIN(WindowsTest)
+void WindowsTest::startOpensTheSelectionInOrderAndLaysOut()
+{
+    CameraApp app({{QStringLiteral("selectedCameraIDs"), ids({3, 1})}});
+    QList<CameraId> shown;
+    struct ShowRecorder : QObject
+    {
+        QList<CameraId> *shown;
+        bool eventFilter(QObject *object, QEvent *event) override
+        {
+            if (event->type() == QEvent::Show)
+                if (auto *window = qobject_cast<CameraWindow *>(object))
+                    shown->append(window->cameraID());
+            return false;
+        }
+    } recorder;
+    recorder.shown = &shown;
+    qApp->installEventFilter(&recorder);
+    auto coordinator = app.start();
+    qApp->removeEventFilter(&recorder);
+
+    QCOMPARE(shown, (QList<CameraId>{1, 3}));
+    QCOMPARE(coordinator->openCameraIDs(), (QList<CameraId>{1, 3}));
+    CameraWindow *one = coordinator->window(1);
+    CameraWindow *three = coordinator->window(3);
+    QCOMPARE(one->windowTitle(), QStringLiteral("Übersichtscam"));
+    QVERIFY(one->windowFlags().testFlag(Qt::WindowStaysOnTopHint));
+    QCOMPARE(one->geometry().size(), initialContentSize.toSize());
+
+    // Default placements: 1 top left, 3 top right.
+    QCOMPARE(screenFrames::visibleFrame(), QRectF(0, 0, 1440, 900));
+    const auto origins = layoutCornerWindows(
+        {{1, initialContentSize, P::topLeft}, {3, initialContentSize, P::topRight}},
+        screenFrames::visibleFrame());
+    QCOMPARE(origins[0].second, QPointF(24, 900 - 24 - 280));
+    QCOMPARE(originOf(one), origins[0].second);
+    QCOMPARE(originOf(three), origins[1].second);
+    QVERIFY(qobject_cast<CameraWindowView *>(one->content()));
+}
+
+void WindowsTest::userCloseDeselectsAndSavesTheFrame()
+{
+    CameraApp app({{QStringLiteral("selectedCameraIDs"), ids({1, 2})},
+                   {QStringLiteral("cameraPlacements"),
+                    QVariantMap{{QStringLiteral("1"), QStringLiteral("bottomLeft")},
+                                {QStringLiteral("2"), QStringLiteral("bottomLeft")}}}});
+    auto coordinator = app.start();
+    QPointer<CameraWindow> one = coordinator->window(1);
+    CameraWindow *two = coordinator->window(2);
+    const QRectF frame = screenFrames::frame(one);
+    const QPointF secondBefore = originOf(two);
+
+    one->close(); // as the title bar's close button does
+    QCOMPARE(app.settings.selectedCameraIDs(), CameraIdSet{2});
+    QCOMPARE(app.store.value(QStringLiteral("selectedCameraIDs")), ids({2}));
+    QCOMPARE(coordinator->openCameraIDs(), QList<CameraId>{2});
+    QVERIFY(originOf(two) != secondBefore); // laid out again: now first in its corner
+    QTRY_VERIFY(one.isNull());              // and the closed window is gone
+    QTRY_COMPARE(app.settings.frame(1), std::optional(frame));
+}
+
+void WindowsTest::deselectingClosesWithoutFurtherChange()
+{
+    CameraApp app({{QStringLiteral("selectedCameraIDs"), ids({1, 3})}});
+    auto coordinator = app.start();
+    const QRectF frame = screenFrames::frame(coordinator->window(3));
+    QSignalSpy selections(&app.settings, &AppSettings::selectedCameraIDsWillChange);
+
+    app.settings.setCameraSelected(3, false);
+    QCOMPARE(selections.count(), 1);
+    QCOMPARE(coordinator->openCameraIDs(), QList<CameraId>{1});
+    QCOMPARE(app.settings.selectedCameraIDs(), CameraIdSet{1});
+    QTRY_COMPARE(app.settings.frame(3), std::optional(frame));
+}
+
+void WindowsTest::closeAllThenSyncReopens()
+{
+    CameraApp app({{QStringLiteral("selectedCameraIDs"), ids({1, 2, 3})}});
+    auto coordinator = app.start();
+    QSignalSpy selections(&app.settings, &AppSettings::selectedCameraIDsWillChange);
+
+    coordinator->closeAllWindows();
+    QVERIFY(coordinator->openCameraIDs().isEmpty());
+    QCOMPARE(app.settings.selectedCameraIDs(), (CameraIdSet{1, 2, 3}));
+    QTRY_COMPARE(app.settings.cameraWindowFrames().size(), 3);
+
+    coordinator->syncWindows();
+    QCOMPARE(coordinator->openCameraIDs(), (QList<CameraId>{1, 2, 3}));
+    QCOMPARE(selections.count(), 0);
+}
+
+void WindowsTest::replaceCamera()
+{
+    CameraApp app({{QStringLiteral("selectedCameraIDs"), ids({1, 3})}});
+    auto coordinator = app.start();
+    CameraWindow *three = coordinator->window(3);
+    QSignalSpy selections(&app.settings, &AppSettings::selectedCameraIDsWillChange);
+
+    coordinator->replaceCamera(1, 1);
+    QCOMPARE(selections.count(), 0);
+
+    coordinator->replaceCamera(1, 2); // 2 is not open yet
+    QCOMPARE(selections.count(), 1);  // the closing of 1 changes the selection no further
+    QCOMPARE(app.settings.selectedCameraIDs(), (CameraIdSet{2, 3}));
+    QCOMPARE(coordinator->openCameraIDs(), (QList<CameraId>{2, 3}));
+    QCOMPARE(coordinator->window(3), three);
+
+    coordinator->replaceCamera(2, 3); // onto a camera that is open: nothing opens
+    QCOMPARE(app.settings.selectedCameraIDs(), CameraIdSet{3});
+    QCOMPARE(coordinator->openCameraIDs(), QList<CameraId>{3});
+    QCOMPARE(coordinator->window(3), three);
+}
+
+void WindowsTest::addressChangeRebuildsContentOnly()
+{
+    CameraApp app({{QStringLiteral("selectedCameraIDs"), ids({1, 2})}});
+    auto coordinator = app.start();
+    CameraWindow *one = coordinator->window(1);
+    QPointer<QWidget> oldContent = one->content();
+    QSignalSpy closes(one, &CameraWindow::closing);
+
+    app.settings.setPrinterIP(QStringLiteral("127.0.0.1:1"));
+    QCOMPARE(coordinator->window(1), one);
+    QCOMPARE(closes.count(), 0);
+    QVERIFY(one->content() != oldContent);
+    QTRY_VERIFY(oldContent.isNull());
+}
+
+void WindowsTest::unknownIdsAreIgnoredAndKept()
+{
+    CameraApp app({{QStringLiteral("selectedCameraIDs"), ids({1, 42})}});
+    auto coordinator = app.start();
+    QCOMPARE(coordinator->openCameraIDs(), QList<CameraId>{1});
+    coordinator->window(1)->close();
+    QCOMPARE(app.settings.selectedCameraIDs(), CameraIdSet{42});
+    QVERIFY(coordinator->openCameraIDs().isEmpty());
+}
+
+void WindowsTest::savedFrameOnlyForExplicitFree()
+{
+    const QString saved = QStringLiteral("{{300, 200}, {500, 400}}");
+    CameraApp app({{QStringLiteral("selectedCameraIDs"), ids({1, 2})},
+                   {QStringLiteral("cameraPlacements"),
+                    QVariantMap{{QStringLiteral("2"), QStringLiteral("free")}}},
+                   {QStringLiteral("cameraWindowFrames"),
+                    QVariantMap{{QStringLiteral("1"), saved}, {QStringLiteral("2"), saved}}}});
+    auto coordinator = app.start();
+    QCOMPARE(screenFrames::frame(coordinator->window(2)), QRectF(300, 200, 500, 400));
+    // Camera 1 has no placement at all: the cascade position, never moved by the layout.
+    const QScreen *screen = QGuiApplication::primaryScreen();
+    QCOMPARE(qtToScreen(coordinator->window(1)->geometry(), screen->geometry().height()),
+             initialContentRect(1));
+}
+
+void WindowsTest::movedCornerWindowSnapsBack()
+{
+    CameraApp app({{QStringLiteral("selectedCameraIDs"), ids({1})}});
+    auto coordinator = app.start();
+    CameraWindow *one = coordinator->window(1);
+    const QPointF corner = originOf(one);
+
+    screenFrames::setFrameOrigin(one, corner + QPointF(50, -30));
+    QTRY_COMPARE(app.settings.frame(1)->topLeft(), corner + QPointF(50, -30));
+    app.settings.setAlwaysOnTop(true); // any watched setting
+    QCOMPARE(originOf(one), corner);
+}
+
+void WindowsTest::alwaysOnTopTogglesInPlace()
+{
+    CameraApp app({{QStringLiteral("selectedCameraIDs"), ids({1, 3})}});
+    auto coordinator = app.start();
+    const QPointF before = originOf(coordinator->window(3));
+
+    app.settings.setAlwaysOnTop(false);
+    for (const CameraId id : {1, 3}) {
+        CameraWindow *window = coordinator->window(id);
+        QVERIFY(!window->windowFlags().testFlag(Qt::WindowStaysOnTopHint));
+        QVERIFY(window->windowHandle()->flags().testFlag(Qt::WindowStaysOnTopHint) == false);
+        QVERIFY(window->isVisible());
+    }
+    QCOMPARE(originOf(coordinator->window(3)), before);
+    app.settings.setAlwaysOnTop(true);
+    QVERIFY(coordinator->window(1)->windowHandle()->flags().testFlag(Qt::WindowStaysOnTopHint));
+}
+
+QTEST_MAIN(WindowsTest)
 #include "tst_windows.moc"

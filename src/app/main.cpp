@@ -1,42 +1,23 @@
-#include "monitor/PiStatusMonitor.h"
+#include "app/KestrelApp.h"
 #include "platform/JsonFileKeyValueStore.h"
-#include "settings/AppSettings.h"
-#include "settings/SnapshotUrls.h"
-#include "stream/SnapshotStreamView.h"
 
 #include <QApplication>
-#include <QVBoxLayout>
-#include <QWidget>
-
-using namespace kestrel;
 
 int main(int argc, char *argv[])
 {
+#if defined(Q_OS_LINUX)
+    // Wayland lets no client place its own windows, and corner placement is the point of
+    // camera windows: unless the user chose a platform, prefer X11 (XWayland on a Wayland
+    // desktop) and fall back to Wayland only where there is no X server.
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "xcb;wayland");
+#endif
     QApplication app(argc, argv);
     // The application name places the settings file (~/.config/Kestrel/settings.json); there is
     // deliberately no organisation name, so no extra folder level.
     QApplication::setApplicationName(QStringLiteral("Kestrel"));
 
-    JsonFileKeyValueStore store(JsonFileKeyValueStore::defaultFilePath());
-    AppSettings settings(store);
-    PiStatusMonitor monitor(settings);
-
-    // Until the camera windows exist: the first selected camera, live, in one window.
-    QWidget window;
-    window.setWindowTitle(QStringLiteral("Kestrel"));
-    window.resize(640, 420);
-    auto *layout = new QVBoxLayout(&window);
-    layout->setContentsMargins(0, 0, 0, 0);
-    auto *view = new SnapshotStreamView(monitor, &window);
-    layout->addWidget(view);
-    for (const Camera &camera : cameraCatalogue()) {
-        if (settings.selectedCameraIDs().contains(camera.id)) {
-            const Camera resolved = settings.resolvedCamera(camera);
-            view->setTargetFPS(resolved.fps);
-            view->setSnapshotURLs(makeSnapshotURLs(settings.printerIP(), resolved.snapshotPath));
-            break;
-        }
-    }
-    window.show();
+    kestrel::JsonFileKeyValueStore store(kestrel::JsonFileKeyValueStore::defaultFilePath());
+    kestrel::KestrelApp kestrel(store);
     return QApplication::exec();
 }

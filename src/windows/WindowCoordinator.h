@@ -1,0 +1,74 @@
+#pragma once
+
+#include "settings/SettingsTypes.h"
+
+#include <QMap>
+#include <QObject>
+#include <QRectF>
+#include <QSet>
+
+namespace kestrel {
+
+class AppSettings;
+class CameraWindow;
+class HomeKitManager;
+class PiStatusMonitor;
+
+// Keeps one floating window open for every selected camera: opens, retitles, re-levels and
+// lays out the windows whenever the selection, the printer address, the placements or
+// always-on-top change, remembers every window's frame, and turns a user's closing of a window
+// into deselecting its camera. Closing a window itself (the camera was deselected elsewhere,
+// switched, or all windows were closed) leaves the selection alone.
+class WindowCoordinator : public QObject
+{
+    Q_OBJECT
+
+public:
+    // Opens the windows of the stored selection at once.
+    WindowCoordinator(AppSettings &settings, const PiStatusMonitor &monitor,
+                      HomeKitManager &homeKitManager, QObject *parent = nullptr,
+                      QString curlPath = QStringLiteral("/usr/bin/curl"));
+    ~WindowCoordinator() override;
+
+    // Brings the windows in line with the settings as they are now.
+    void syncWindows();
+    // Closes every window but keeps the selection, so they come back with the next sync.
+    void closeAllWindows();
+    // Makes the window of `from` show `to` instead.
+    void replaceCamera(CameraId from, CameraId to);
+
+    QList<CameraId> openCameraIDs() const { return m_windows.keys(); }
+    CameraWindow *window(CameraId id) const { return m_windows.value(id); }
+
+private:
+    void reconcileWindows(const CameraIdSet &selection, const PlacementMap &placements,
+                          bool alwaysOnTop);
+    void openOrUpdateWindow(const Camera &camera, bool alwaysOnTop, const PlacementMap &placements);
+    void closeProgrammatically(CameraId id);
+    void layoutCorners();
+    void handleWindowClosed(CameraId id, const QRectF &frame);
+    void handleFrameChange(CameraId id, const QRectF &frame);
+    void handleFramed(CameraId id);
+
+    AppSettings &m_settings;
+    const PiStatusMonitor &m_monitor;
+    HomeKitManager &m_homeKitManager;
+    const QString m_curlPath;
+
+    QMap<CameraId, CameraWindow *> m_windows;
+    QSet<CameraId> m_programmaticClosures;
+    // Saved frames restored before the window manager framed the window; set again once it has.
+    QMap<CameraId, QRectF> m_restoredFrames;
+
+    // The watched settings as last announced; every announcement reconciles with all of them.
+    CameraIdSet m_selection;
+    PlacementMap m_placements;
+    bool m_alwaysOnTop = true;
+
+    // What the last reconciliation laid out, to lay out again once windows are framed.
+    QList<Camera> m_laidOutCameras;
+    PlacementMap m_laidOutPlacements;
+    bool m_layoutPending = false;
+};
+
+} // namespace kestrel

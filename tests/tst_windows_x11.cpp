@@ -1,0 +1,212 @@
+// Camera windows on a real X server with a real window manager (Xvfb and openbox): the frames
+// the window manager draws, title bar included, must stand where the corner layout says, and the
+// EWMH hints must say "above" and "all desktops". Read back from the X server itself.
+
+#include "CameraApp.h"
+#include "windows/CameraWindow.h"
+#include "windows/ScreenFrames.h"
+#include "windows/WindowGeometry.h"
+
+#include <QApplication>
+#include <QScreen>
+#include <QTest>
+#include <QtGui/qguiapplication_platform.h>
+
+#include <xcb/xcb.h>
+
+#include <memory>
+
+using namespace kestrel;
+using namespace kestrel::windowGeometry;
+using test::CameraApp;
+using test::idList;
+
+namespace {
+
+bool hasDisplay = false;
+
+xcb_connection_t *connection()
+{
+    return qGuiApp->nativeInterface<QNativeInterface::QX11Application>()->connection();
+}
+
+xcb_window_t rootWindow()
+{
+    return xcb_setup_roots_iterator(xcb_get_setup(connection())).data->root;
+}
+
+xcb_atom_t atom(const char *name)
+{
+    auto *reply = xcb_intern_atom_reply(
+        connection(), xcb_intern_atom(connection(), false, uint16_t(qstrlen(name)), name), nullptr);
+    const xcb_atom_t result = reply ? reply->atom : xcb_atom_t(XCB_ATOM_NONE);
+    free(reply);
+    return result;
+}
+
+// The 32-bit values of a window property; empty when it is not set.
+QList<quint32> windowProperty(xcb_window_t window, const char *name)
+{
+    auto *reply = xcb_get_property_reply(
+        connection(),
+        xcb_get_property(connection(), false, window, atom(name), XCB_ATOM_ANY, 0, 64), nullptr);
+    QList<quint32> values;
+    if (reply && reply->format == 32) {
+        const auto *data = static_cast<const quint32 *>(xcb_get_property_value(reply));
+        values = QList<quint32>(data, data + xcb_get_property_value_length(reply) / 4);
+    }
+    free(reply);
+    return values;
+}
+
+// The window manager's frame around a client: the ancestor that is a child of the root.
+QRect managedFrame(const QWidget *window)
+{
+    xcb_window_t current = xcb_window_t(window->winId());
+    for (;;) {
+        auto *tree =
+            xcb_query_tree_reply(connection(), xcb_query_tree(connection(), current), nullptr);
+        if (!tree)
+            return {};
+        const xcb_window_t parent = tree->parent;
+        free(tree);
+        if (parent == rootWindow() || parent == XCB_WINDOW_NONE)
+            break;
+        current = parent;
+    }
+    auto *geometry =
+        xcb_get_geometry_reply(connection(), xcb_get_geometry(connection(), current), nullptr);
+    if (!geometry)
+        return {};
+    const int border = geometry->border_width;
+    const QRect frame(geometry->x, geometry->y, geometry->width + 2 * border,
+                      geometry->height + 2 * border);
+    free(geometry);
+    return frame;
+}
+
+bool isFramed(const QWidget *window)
+{
+    const QRect frame = managedFrame(window);
+    return frame.isValid() && frame.height() > window->height();
+}
+
+qreal screenHeight()
+{
+    return QGuiApplication::primaryScreen()->geometry().height();
+}
+
+} // namespace
+
+class WindowsX11Test : public QObject
+{
+    Q_OBJECT
+
+public:
+    static void initMain()
+    {
+        hasDisplay = !qEnvironmentVariableIsEmpty("DISPLAY");
+        qputenv("QT_QPA_PLATFORM", hasDisplay ? "xcb" : "offscreen");
+    }
+
+private slots:
+    void initTestCase();
+    void framesStandInTheirCorners();
+    void staysOnTopAndFollowsEveryDesktop();
+    void savedFrameComesBackForFree();
+};
+
+void WindowsX11Test::initTestCase()
+{
+    if (!hasDisplay)
+        QSKIP("needs an X display with a window manager; install xvfb and openbox");
+    QTRY_VERIFY_WITH_TIMEOUT(!windowProperty(rootWindow(), "_NET_SUPPORTING_WM_CHECK").isEmpty(),
+                             20000);
+}
+
+void WindowsX11Test::framesStandInTheirCorners()
+{
+    CameraApp app({{QStringLiteral("selectedCameraIDs"), idList({1, 2, 3, 4})},
+                   {QStringLiteral("cameraPlacements"),
+                    QVariantMap{{QStringLiteral("1"), QStringLiteral("topLeft")},
+                                {QStringLiteral("2"), QStringLiteral("bottomRight")},
+                                {QStringLiteral("3"), QStringLiteral("bottomRight")}}}});
+    auto coordinator = app.start();
+    const QList<CameraId> ids{1, 2, 3};
+    for (const CameraId id : ids)
+        QTRY_VERIFY_WITH_TIMEOUT(isFramed(coordinator->window(id)), 20000);
+
+    // Where the layout puts frames of the size the window manager made them.
+    auto expected = [&] {
+        QList<LayoutWindow> windows;
+        const PlacementMap placements = app.settings.cameraPlacements();
+        for (const CameraId id : ids) {
+            const QRect frame = managedFrame(coordinator->window(id));
+            windows.append({id, QSizeF(frame.size()), placements.value(id)});
+        }
+        QMap<CameraId, QRect> frames;
+        for (const auto &[id, origin] :
+             layoutCornerWindows(windows, screenFrames::visibleFrame())) {
+            const QSizeF size = managedFrame(coordinator->window(id)).size();
+            frames.insert(id, screenToQt(QRectF(origin, size), screenHeight()).toRect());
+        }
+        return frames;
+    };
+    auto actual = [&] {
+        QMap<CameraId, QRect> frames;
+        for (const CameraId id : ids)
+            frames.insert(id, managedFrame(coordinator->window(id)));
+        return frames;
+    };
+    QTRY_COMPARE_WITH_TIMEOUT(actual(), expected(), 20000);
+    // The title bar is part of it: the top-left frame's top edge is 24 from the screen's.
+    QCOMPARE(actual()[1].topLeft(), QPoint(24, 24));
+    QTRY_VERIFY_WITH_TIMEOUT(coordinator->window(1)->geometry().top() > 24, 20000);
+}
+
+void WindowsX11Test::staysOnTopAndFollowsEveryDesktop()
+{
+    CameraApp app({{QStringLiteral("selectedCameraIDs"), idList({1})}});
+    auto coordinator = app.start();
+    const CameraWindow *window = coordinator->window(1);
+    const auto id = xcb_window_t(window->winId());
+    QTRY_VERIFY_WITH_TIMEOUT(isFramed(window), 20000);
+    const quint32 above = atom("_NET_WM_STATE_ABOVE");
+    constexpr quint32 allDesktops = 0xFFFFFFFF;
+
+    QTRY_VERIFY_WITH_TIMEOUT(windowProperty(id, "_NET_WM_STATE").contains(above), 20000);
+    QTRY_COMPARE_WITH_TIMEOUT(windowProperty(id, "_NET_WM_DESKTOP"), QList<quint32>{allDesktops},
+                              20000);
+
+    QTRY_COMPARE_WITH_TIMEOUT(managedFrame(window).topLeft(), QPoint(24, 24), 20000);
+    const QRect before = managedFrame(window);
+    app.settings.setAlwaysOnTop(false);
+    QTRY_VERIFY_WITH_TIMEOUT(!windowProperty(id, "_NET_WM_STATE").contains(above), 20000);
+    QTRY_COMPARE_WITH_TIMEOUT(windowProperty(id, "_NET_WM_DESKTOP"), QList<quint32>{allDesktops},
+                              20000);
+    QCOMPARE(xcb_window_t(window->winId()), id); // the same native window, still mapped
+    QCOMPARE(managedFrame(window), before);
+
+    app.settings.setAlwaysOnTop(true);
+    QTRY_VERIFY_WITH_TIMEOUT(windowProperty(id, "_NET_WM_STATE").contains(above), 20000);
+    QTRY_COMPARE_WITH_TIMEOUT(windowProperty(id, "_NET_WM_DESKTOP"), QList<quint32>{allDesktops},
+                              20000);
+}
+
+void WindowsX11Test::savedFrameComesBackForFree()
+{
+    CameraApp app(
+        {{QStringLiteral("selectedCameraIDs"), idList({2})},
+         {QStringLiteral("cameraPlacements"),
+          QVariantMap{{QStringLiteral("2"), QStringLiteral("free")}}},
+         {QStringLiteral("cameraWindowFrames"),
+          QVariantMap{{QStringLiteral("2"), QStringLiteral("{{300, 200}, {500, 400}}")}}}});
+    auto coordinator = app.start();
+    QTRY_VERIFY_WITH_TIMEOUT(isFramed(coordinator->window(2)), 20000);
+    QTRY_COMPARE_WITH_TIMEOUT(managedFrame(coordinator->window(2)),
+                              screenToQt(QRectF(300, 200, 500, 400), screenHeight()).toRect(),
+                              20000);
+}
+
+QTEST_MAIN(WindowsX11Test)
+#include "tst_windows_x11.moc"
