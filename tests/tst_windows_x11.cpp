@@ -3,6 +3,8 @@
 // EWMH hints must say "above" and "all desktops". Read back from the X server itself.
 
 #include "CameraApp.h"
+#include "stream/SnapshotLoader.h"
+#include "stream/SnapshotStreamView.h"
 #include "windows/CameraWindow.h"
 #include "windows/ScreenFrames.h"
 #include "windows/WindowGeometry.h"
@@ -114,6 +116,7 @@ private slots:
     void framesStandInTheirCorners();
     void staysOnTopAndFollowsEveryDesktop();
     void savedFrameComesBackForFree();
+    void minimisedWindowFetchesNothing();
 };
 
 void WindowsX11Test::initTestCase()
@@ -206,6 +209,21 @@ void WindowsX11Test::savedFrameComesBackForFree()
     QTRY_COMPARE_WITH_TIMEOUT(managedFrame(coordinator->window(2)),
                               screenToQt(QRectF(300, 200, 500, 400), screenHeight()).toRect(),
                               20000);
+}
+
+void WindowsX11Test::minimisedWindowFetchesNothing()
+{
+    CameraApp app({{QStringLiteral("selectedCameraIDs"), idList({1})}});
+    auto coordinator = app.start();
+    CameraWindow *window = coordinator->window(1);
+    QTRY_VERIFY_WITH_TIMEOUT(isFramed(window), 20000);
+    const auto *stream = window->findChild<SnapshotStreamView *>();
+    QVERIFY(stream->loader().isRunning());
+
+    window->showMinimized();
+    QTRY_VERIFY_WITH_TIMEOUT(!stream->loader().isRunning(), 20000);
+    window->showNormal();
+    QTRY_VERIFY_WITH_TIMEOUT(stream->loader().isRunning(), 20000);
 }
 
 QTEST_MAIN(WindowsX11Test)
