@@ -213,7 +213,9 @@ void WindowsX11Test::savedFrameComesBackForFree()
 
 void WindowsX11Test::minimisedWindowFetchesNothing()
 {
-    CameraApp app({{QStringLiteral("selectedCameraIDs"), idList({1})}});
+    // A valid address, so there is a stream; nothing listens there, which does not matter here.
+    CameraApp app({{QStringLiteral("selectedCameraIDs"), idList({1})},
+                   {QStringLiteral("printerIP"), QStringLiteral("127.0.0.1:9")}});
     auto coordinator = app.start();
     CameraWindow *window = coordinator->window(1);
     QTRY_VERIFY_WITH_TIMEOUT(isFramed(window), 20000);

@@ -10,6 +10,11 @@ std::optional<QUrl> strictHttpUrl(const QString &text)
     return url;
 }
 
+QString absoluteString(const QUrl &url)
+{
+    return url.toString(QUrl::FullyEncoded);
+}
+
 QList<QUrl> makeSnapshotURLs(const QString &host, const QString &path)
 {
     const QString slashedPath = path.startsWith(u'/') ? path : u'/' + path;

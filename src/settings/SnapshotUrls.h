@@ -13,6 +13,9 @@ namespace kestrel {
 // smuggle in an option or a second URL.
 std::optional<QUrl> strictHttpUrl(const QString &text);
 
+// A URL as every text and argument of ours shows it: fully percent-encoded.
+QString absoluteString(const QUrl &url);
+
 // The snapshot addresses of one camera: "http://" + host + path, with a "/" put in front of a
 // path that lacks one. The host is used exactly as typed (it may carry its own ":port").
 // Returns one URL, or an empty list when the text is no valid URL; callers treat that as a

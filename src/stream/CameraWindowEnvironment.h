@@ -16,7 +16,7 @@ struct CameraWindowEnvironment
     const PiStatusMonitor &monitor;
     HomeKitManager &homeKitManager;
     WindowCoordinator &coordinator;
-    QString curlPath;
+    QString curlPath = QStringLiteral("/usr/bin/curl");
 };
 
 } // namespace kestrel

@@ -1,36 +1,178 @@
 #include "stream/CameraWindowView.h"
 
+#include "monitor/PiStatusMonitor.h"
+#include "platform/ConfirmationAlert.h"
+#include "platform/LinkButton.h"
+#include "platform/StatusDot.h"
+#include "platform/Symbols.h"
+#include "platform/SystemColors.h"
 #include "platform/TextStyles.h"
+#include "power/HomeKitManager.h"
 #include "settings/AppSettings.h"
 #include "settings/SnapshotUrls.h"
-#include "stream/SnapshotStreamView.h"
+#include "stream/CameraMenuButton.h"
+#include "stream/PictureArea.h"
+#include "windows/WindowCoordinator.h"
 
+#include <QDesktopServices>
 #include <QLabel>
+#include <QLinearGradient>
+#include <QMenu>
+#include <QPainter>
+#include <QShortcut>
+#include <QToolButton>
 #include <QVBoxLayout>
+
+#include <algorithm>
 
 namespace kestrel {
 
+namespace {
+constexpr int outerPadding = 8;
+constexpr int cardPadding = 14;
+constexpr qreal cardRadius = 14;
+} // namespace
+
 CameraWindowView::CameraWindowView(const Camera &camera, const CameraWindowEnvironment &environment,
                                    QWidget *parent)
-    : QWidget(parent), m_camera(camera), m_environment(environment), m_title(new QLabel(this)),
-      m_stream(new SnapshotStreamView(environment.monitor, this, environment.curlPath))
+    : QWidget(parent), m_camera(camera), m_environment(environment),
+      m_cameraMenuButton(new CameraMenuButton(camera.name, this)), m_cameraMenu(new QMenu(this)),
+      m_statusDot(new StatusDot(10, this)),
+      m_pictureArea(new PictureArea(environment.monitor, environment.curlPath, camera.fps, this)),
+      m_footer(new LinkButton(systemColors::white(0.6), this))
 {
-    auto *layout = new QVBoxLayout(this);
-    m_title->setFont(textStyles::headline());
-    m_title->setTextFormat(Qt::PlainText);
-    layout->addWidget(m_title);
-    layout->addWidget(m_stream, 1);
-    m_stream->setTargetFPS(camera.fps);
-    // Formed anew from the settings on every change, so a new address shows at once.
+    setMinimumSize(320, 220);
+
+    auto *titleBlock = new QVBoxLayout;
+    titleBlock->setSpacing(4);
+    m_cameraMenuButton->setMenu(m_cameraMenu);
+    titleBlock->addWidget(m_cameraMenuButton, 0, Qt::AlignLeft);
+    auto *captionLabel = new QLabel(caption(camera), this);
+    captionLabel->setFont(textStyles::caption());
+    captionLabel->setStyleSheet(
+        QStringLiteral("color: %1;").arg(systemColors::white(0.72).name(QColor::HexArgb)));
+    titleBlock->addWidget(captionLabel);
+
+    auto *powerButton = new QToolButton(this);
+    powerButton->setObjectName(QStringLiteral("powerButton"));
+    powerButton->setAutoRaise(true);
+    powerButton->setIcon(
+        symbols::pixmap(QStringLiteral("power"), Qt::white, 18, devicePixelRatioF()));
+    powerButton->setIconSize(QSize(18, 18));
+    powerButton->setToolTip(tr("Drucker ausschalten"));
+    connect(powerButton, &QToolButton::clicked, this, &CameraWindowView::askToPowerOff);
+    // The window's default action: Return asks to switch the printer off.
+    for (const auto key : {Qt::Key_Return, Qt::Key_Enter}) {
+        auto *shortcut = new QShortcut(QKeySequence(key), this);
+        connect(shortcut, &QShortcut::activated, this, &CameraWindowView::askToPowerOff);
+    }
+
+    auto *header = new QHBoxLayout;
+    header->addLayout(titleBlock);
+    header->addStretch();
+    header->addWidget(powerButton);
+    header->addWidget(m_statusDot);
+
+    m_footer->setFont(textStyles::caption2());
+    connect(m_footer, &LinkButton::clicked, this, &CameraWindowView::openHostPage);
+
+    auto *card = new QVBoxLayout(this);
+    card->setContentsMargins(outerPadding + cardPadding, outerPadding + cardPadding,
+                             outerPadding + cardPadding, outerPadding + cardPadding);
+    card->setSpacing(12);
+    card->addLayout(header);
+    card->addWidget(m_pictureArea, 1);
+    card->addWidget(m_footer);
+
     connect(&environment.settings, &AppSettings::changed, this, &CameraWindowView::refresh);
+    connect(&environment.monitor, &PiStatusMonitor::reachabilityChanged, this,
+            &CameraWindowView::refreshStatusDot);
     refresh();
+    refreshStatusDot();
 }
 
+QString CameraWindowView::caption(const Camera &camera)
+{
+    return tr("%1 • Aktualisierung bis %2 FPS")
+        .arg(camera.resolution)
+        .arg(std::min<qint64>(camera.fps, 6));
+}
+
+// Formed anew from the shared settings on every change: a new address or name shows at once.
 void CameraWindowView::refresh()
 {
-    m_title->setText(m_camera.name);
-    m_stream->setSnapshotURLs(
-        makeSnapshotURLs(m_environment.settings.printerIP(), m_camera.snapshotPath));
+    m_snapshotURLs = makeSnapshotURLs(m_environment.settings.printerIP(), m_camera.snapshotPath);
+    m_pictureArea->setSnapshotURLs(m_snapshotURLs);
+    m_footer->setVisible(!m_snapshotURLs.isEmpty());
+    if (!m_snapshotURLs.isEmpty())
+        m_footer->setText(absoluteString(m_snapshotURLs.first()));
+    rebuildCameraMenu();
+}
+
+void CameraWindowView::refreshStatusDot()
+{
+    switch (m_environment.monitor.reachability().kind()) {
+    case PiReachability::Kind::checking:
+        m_statusDot->setColor(systemColors::yellow());
+        break;
+    case PiReachability::Kind::reachable:
+        m_statusDot->setColor(systemColors::green());
+        break;
+    case PiReachability::Kind::unreachable:
+        m_statusDot->setColor(systemColors::red());
+        break;
+    }
+}
+
+void CameraWindowView::rebuildCameraMenu()
+{
+    m_cameraMenu->clear();
+    const CameraTextMap customNames = m_environment.settings.customCameraNames();
+    for (const Camera &entry : cameraCatalogue()) {
+        QAction *action = m_cameraMenu->addAction(customNames.value(entry.id, entry.name));
+        const CameraId from = m_camera.id;
+        const CameraId to = entry.id;
+        WindowCoordinator &coordinator = m_environment.coordinator;
+        // Queued: switching replaces this view, which must not happen inside its own menu.
+        connect(
+            action, &QAction::triggered, &coordinator,
+            [&coordinator, from, to] { coordinator.replaceCamera(from, to); },
+            Qt::QueuedConnection);
+    }
+}
+
+void CameraWindowView::askToPowerOff()
+{
+    AppSettings &settings = m_environment.settings;
+    HomeKitManager &homeKit = m_environment.homeKitManager;
+    confirmDestructive(this, tr("Bist du sicher?"), tr("Der Kurzbefehl schaltet den Drucker aus."),
+                       tr("Bis du sicher?"), [&settings, &homeKit] {
+                           // The scene named at this moment; nobody waits for the outcome,
+                           // which the main window shows.
+                           homeKit.runShortcut(settings.homeKitPowerOffSceneName());
+                       });
+}
+
+// The link shows the snapshot address but leads to the host's own page, when there is one.
+void CameraWindowView::openHostPage()
+{
+    const QString host = m_environment.settings.printerIP().trimmed();
+    const auto page = strictHttpUrl(QStringLiteral("http://") + host + u'/');
+    QDesktopServices::openUrl(page ? *page : m_snapshotURLs.value(0));
+}
+
+void CameraWindowView::paintEvent(QPaintEvent *)
+{
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    const QRectF card =
+        QRectF(rect()).adjusted(outerPadding, outerPadding, -outerPadding, -outerPadding);
+    QLinearGradient gradient(card.topLeft(), card.bottomRight());
+    gradient.setColorAt(0, QColor::fromRgbF(0.1, 0.11, 0.14));
+    gradient.setColorAt(1, Qt::black);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(gradient);
+    painter.drawRoundedRect(card, cardRadius, cardRadius);
 }
 
 } // namespace kestrel

@@ -3,15 +3,25 @@
 #include "settings/Camera.h"
 #include "stream/CameraWindowEnvironment.h"
 
+#include <QList>
+#include <QUrl>
 #include <QWidget>
 
 class QLabel;
+class QMenu;
 
 namespace kestrel {
 
-class SnapshotStreamView;
+class CameraMenuButton;
+class LinkButton;
+class PictureArea;
+class StatusDot;
 
-// The whole content of one camera window: the camera's name over its live picture.
+// The whole content of one camera window, on a dark card: the camera's name as a menu to switch
+// the window to another camera, its resolution and picture rate, a power button that switches
+// the printer off after asking, a dot for the printer host's state, the live picture, and a
+// link to the host's web page. Everything follows the shared settings and monitor as they
+// change.
 class CameraWindowView : public QWidget
 {
     Q_OBJECT
@@ -22,13 +32,27 @@ public:
 
     const Camera &camera() const { return m_camera; }
 
+    // "<resolution> • Aktualisierung bis <rate> FPS", the rate capped at 6 from above only.
+    static QString caption(const Camera &camera);
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+
 private:
     void refresh();
+    void refreshStatusDot();
+    void rebuildCameraMenu();
+    void askToPowerOff();
+    void openHostPage();
 
     const Camera m_camera;
     const CameraWindowEnvironment m_environment;
-    QLabel *m_title;
-    SnapshotStreamView *m_stream;
+    QList<QUrl> m_snapshotURLs;
+    CameraMenuButton *m_cameraMenuButton;
+    QMenu *m_cameraMenu;
+    StatusDot *m_statusDot;
+    PictureArea *m_pictureArea;
+    LinkButton *m_footer;
 };
 
 } // namespace kestrel

@@ -43,6 +43,7 @@ void SnapshotErrorCard::present(const QString &symbol, const QString &title, con
         m_symbol->setPixmap(symbols::pixmap(symbol, Qt::white, symbolSize, devicePixelRatioF()));
     }
     m_title->setText(title);
+    m_detailText = detail;
     m_detail->setText(detail);
     show();
 }
@@ -54,18 +55,37 @@ QString SnapshotErrorCard::title() const
 
 QString SnapshotErrorCard::detail() const
 {
-    return m_detail->text();
+    return m_detailText;
 }
 
+// In a small window the full card may not fit: it then leaves out the symbol, and if that is
+// not enough, keeps the detail to one line, elided.
 void SnapshotErrorCard::placeIn(const QRect &area)
 {
     const QMargins margins = layout()->contentsMargins();
     const int textWidth =
         std::max({m_title->fontMetrics().horizontalAdvance(m_title->text()),
-                  m_detail->fontMetrics().horizontalAdvance(m_detail->text()), symbolSize});
+                  m_detail->fontMetrics().horizontalAdvance(m_detailText), symbolSize});
     const int width =
         std::min(textWidth + margins.left() + margins.right() + 2, std::max(area.width(), 0));
-    QRect card(0, 0, width, std::min(heightForWidth(width), area.height()));
+
+    // Without wrapping text the layout has no height-for-width and answers -1.
+    const auto heightAt = [this](int w) {
+        const int height = heightForWidth(w);
+        return height >= 0 ? height : sizeHint().height();
+    };
+    m_symbol->setVisible(true);
+    m_detail->setWordWrap(true);
+    m_detail->setText(m_detailText);
+    if (heightAt(width) > area.height())
+        m_symbol->setVisible(false);
+    if (heightAt(width) > area.height()) {
+        m_detail->setWordWrap(false);
+        const int lineWidth = width - margins.left() - margins.right();
+        m_detail->setText(
+            m_detail->fontMetrics().elidedText(m_detailText, Qt::ElideRight, lineWidth));
+    }
+    QRect card(0, 0, width, std::min(heightAt(width), area.height()));
     card.moveCenter(area.center());
     setGeometry(card);
 }

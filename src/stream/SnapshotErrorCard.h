@@ -18,7 +18,7 @@ public:
     void present(const QString &symbol, const QString &title, const QString &detail);
 
     // Centres the card in `area`, as wide as its texts want but no wider than the area; long
-    // details wrap.
+    // details wrap, and a card that does not fit gives up its symbol, then the detail's wrap.
     void placeIn(const QRect &area);
 
     QString title() const;
@@ -32,6 +32,7 @@ private:
     QLabel *m_title;
     QLabel *m_detail;
     QString m_symbolName;
+    QString m_detailText; // in full; the label may show it elided
 };
 
 } // namespace kestrel

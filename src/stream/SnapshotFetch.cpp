@@ -1,6 +1,7 @@
 #include "stream/SnapshotFetch.h"
 
 #include "platform/ProcessRunner.h"
+#include "settings/SnapshotUrls.h"
 
 #include <QDir>
 #include <QFile>
@@ -38,11 +39,6 @@ SnapshotFetch::~SnapshotFetch()
 {
     delete m_transfer; // curl must be gone before its file can be removed for good
     QFile::remove(m_path);
-}
-
-QString SnapshotFetch::absoluteString(const QUrl &url)
-{
-    return url.toString(QUrl::FullyEncoded);
 }
 
 QFuture<FetchOutcome> SnapshotFetch::start(const FetchRequest &request, QObject *owner)

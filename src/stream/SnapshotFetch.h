@@ -44,9 +44,6 @@ public:
                                                  qreal devicePixelRatio);
     static constexpr qint64 largestPicture = 64 * 1024 * 1024;
 
-    // The URL as every text and argument shows it.
-    static QString absoluteString(const QUrl &url);
-
 private:
     explicit SnapshotFetch(QString path, QObject *owner);
 

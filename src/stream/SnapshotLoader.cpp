@@ -1,5 +1,6 @@
 #include "stream/SnapshotLoader.h"
 
+#include "settings/SnapshotUrls.h"
 #include "stream/SnapshotFetch.h"
 
 #include <algorithm>
@@ -83,8 +84,7 @@ void SnapshotLoader::fetchFrom(const QList<QUrl> &urls, qsizetype index, quint64
 void SnapshotLoader::finishRound(const QList<QUrl> &urls, bool gotPicture, quint64 loop)
 {
     if (!gotPicture && !m_errorText && !urls.isEmpty())
-        setErrorText(QStringLiteral("Kein Bild von ") +
-                     SnapshotFetch::absoluteString(urls.first()));
+        setErrorText(QStringLiteral("Kein Bild von ") + absoluteString(urls.first()));
     emit roundFinished();
     if (loop == m_loop)
         m_pause.start();

@@ -6,6 +6,7 @@
 #include "stream/SnapshotLoader.h"
 
 #include <QPainter>
+#include <QPainterPath>
 
 #include <algorithm>
 
@@ -39,6 +40,13 @@ void SnapshotStreamView::setSnapshotURLs(const QList<QUrl> &urls)
 void SnapshotStreamView::setTargetFPS(qint64 fps)
 {
     m_targetFPS = fps;
+}
+
+void SnapshotStreamView::setCornerRadius(qreal radius)
+{
+    m_cornerRadius = radius;
+    setAttribute(Qt::WA_OpaquePaintEvent, radius == 0); // rounded corners show what is behind
+    update();
 }
 
 void SnapshotStreamView::startLoader()
@@ -78,6 +86,12 @@ void SnapshotStreamView::placeOverlays()
 void SnapshotStreamView::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
+    if (m_cornerRadius > 0) {
+        QPainterPath rounded;
+        rounded.addRoundedRect(QRectF(rect()), m_cornerRadius, m_cornerRadius);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setClipPath(rounded);
+    }
     painter.fillRect(rect(), Qt::black);
     const QImage image = m_loader->image();
     if (image.isNull())

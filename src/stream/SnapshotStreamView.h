@@ -29,6 +29,8 @@ public:
     void setSnapshotURLs(const QList<QUrl> &urls);
     // The wished rate; it takes effect with the next list, as a rate alone never restarts.
     void setTargetFPS(qint64 fps);
+    // Rounds the corners of the black area and the picture.
+    void setCornerRadius(qreal radius);
 
     const SnapshotLoader &loader() const { return *m_loader; }
 
@@ -49,6 +51,7 @@ private:
     SnapshotErrorCard *m_errorCard;
     QList<QUrl> m_urls;
     qint64 m_targetFPS = 1;
+    qreal m_cornerRadius = 0;
 };
 
 } // namespace kestrel

@@ -21,17 +21,22 @@ inline QVariant idList(std::initializer_list<qint64> values)
     return list;
 }
 
-// The app's long-lived objects over settings in memory, reaching no network and no real tool:
-// an empty printer address and a shortcuts tool that does not exist. start() makes the
-// coordinator, which opens the stored selection.
+// The app's long-lived objects over settings in memory, reaching no network and no real tool
+// unless the test says so: an empty printer address unless one is stored, and a shortcuts tool
+// that does not exist unless one is given. start() makes the coordinator, which opens the
+// stored selection.
 struct CameraApp
 {
-    explicit CameraApp(QVariantMap stored)
+    explicit CameraApp(QVariantMap stored, const QString &shortcutsPath = {})
         : store([&] {
-              stored.insert(QStringLiteral("printerIP"), QString());
+              if (!stored.contains(QStringLiteral("printerIP")))
+                  stored.insert(QStringLiteral("printerIP"), QString());
               return stored;
           }()),
-          settings(store), homeKit(settings, nullptr, tools.filePath(QStringLiteral("shortcuts"))),
+          settings(store),
+          homeKit(settings, nullptr,
+                  shortcutsPath.isEmpty() ? tools.filePath(QStringLiteral("shortcuts"))
+                                          : shortcutsPath),
           monitor(settings, nullptr, std::chrono::seconds(60))
     {}
     std::unique_ptr<WindowCoordinator> start()

@@ -1,0 +1,31 @@
+#include "platform/ConfirmationAlert.h"
+
+#include "platform/SystemColors.h"
+
+#include <QMessageBox>
+#include <QPushButton>
+
+namespace kestrel {
+
+void confirmDestructive(QWidget *parent, const QString &title, const QString &message,
+                        const QString &confirmLabel, std::function<void()> confirmed)
+{
+    auto *alert = new QMessageBox(parent);
+    alert->setAttribute(Qt::WA_DeleteOnClose);
+    alert->setWindowModality(Qt::WindowModal);
+    alert->setIcon(QMessageBox::Warning);
+    alert->setWindowTitle(title);
+    alert->setText(title);
+    alert->setInformativeText(message);
+    alert->setTextFormat(Qt::PlainText);
+    QPushButton *cancel = alert->addButton(QObject::tr("Abbrechen"), QMessageBox::RejectRole);
+    QPushButton *confirm = alert->addButton(confirmLabel, QMessageBox::DestructiveRole);
+    confirm->setStyleSheet(
+        QStringLiteral("color: %1; font-weight: 600;").arg(systemColors::red().name()));
+    alert->setDefaultButton(cancel);
+    alert->setEscapeButton(cancel);
+    QObject::connect(confirm, &QPushButton::clicked, alert, std::move(confirmed));
+    alert->open();
+}
+
+} // namespace kestrel

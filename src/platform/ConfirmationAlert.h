@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QString>
+
+#include <functional>
+
+class QWidget;
+
+namespace kestrel {
+
+// Asks before something that cannot be undone: an alert over `parent`'s window with "Abbrechen"
+// and a confirming button marked as the dangerous choice. It does not block: `confirmed` runs
+// once the user confirms, and cancelling does nothing. The alert is a QMessageBox child of
+// `parent`, so it can be found and answered like any other widget.
+void confirmDestructive(QWidget *parent, const QString &title, const QString &message,
+                        const QString &confirmLabel, std::function<void()> confirmed);
+
+} // namespace kestrel

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QAbstractButton>
+
+namespace kestrel {
+
+// A plain button that looks like a link: underlined text, elided in the middle when the space
+// is short, so an address keeps both its host and its end.
+class LinkButton : public QAbstractButton
+{
+    Q_OBJECT
+
+public:
+    explicit LinkButton(const QColor &color, QWidget *parent = nullptr);
+
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+
+private:
+    QColor m_color;
+};
+
+} // namespace kestrel

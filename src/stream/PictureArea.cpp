@@ -1,0 +1,55 @@
+#include "stream/PictureArea.h"
+
+#include "platform/ContentUnavailableView.h"
+#include "platform/SystemColors.h"
+#include "stream/SnapshotStreamView.h"
+
+#include <QPainter>
+#include <QStackedLayout>
+
+namespace kestrel {
+
+namespace {
+constexpr qreal cornerRadius = 10;
+} // namespace
+
+PictureArea::PictureArea(const PiStatusMonitor &monitor, QString curlPath, qint64 fps,
+                         QWidget *parent)
+    : QWidget(parent), m_monitor(monitor), m_curlPath(std::move(curlPath)), m_fps(fps),
+      m_placeholder(new ContentUnavailableView(tr("Ungültige URL"),
+                                               QStringLiteral("wifi.exclamationmark"),
+                                               systemColors::white(0.85), this))
+{
+    auto *layout = new QStackedLayout(this);
+    layout->setContentsMargins(1, 1, 1, 1); // inside the frame's line
+    layout->addWidget(m_placeholder);
+}
+
+void PictureArea::setSnapshotURLs(const QList<QUrl> &urls)
+{
+    auto *stack = static_cast<QStackedLayout *>(layout());
+    if (urls.isEmpty()) {
+        stack->setCurrentWidget(m_placeholder); // hides the stream, which stops fetching
+        return;
+    }
+    if (!m_stream) {
+        m_stream = new SnapshotStreamView(m_monitor, this, m_curlPath);
+        m_stream->setCornerRadius(cornerRadius - 1);
+        m_stream->setTargetFPS(m_fps);
+        stack->addWidget(m_stream);
+    }
+    m_stream->setSnapshotURLs(urls);
+    stack->setCurrentWidget(m_stream);
+}
+
+void PictureArea::paintEvent(QPaintEvent *)
+{
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(systemColors::white(0.12), 1));
+    painter.setBrush(Qt::NoBrush);
+    painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), cornerRadius,
+                            cornerRadius);
+}
+
+} // namespace kestrel

@@ -1,0 +1,333 @@
+#include "CameraApp.h"
+#include "FakeTool.h"
+#include "LoopbackHttpServer.h"
+#include "platform/ContentUnavailableView.h"
+#include "platform/LinkButton.h"
+#include "platform/StatusDot.h"
+#include "platform/SystemColors.h"
+#include "stream/CameraMenuButton.h"
+#include "stream/CameraWindowView.h"
+#include "stream/SnapshotErrorCard.h"
+#include "stream/SnapshotLoader.h"
+#include "stream/SnapshotStreamView.h"
+#include "windows/CameraWindow.h"
+
+#include <QBuffer>
+#include <QDesktopServices>
+#include <QDir>
+#include <QImage>
+#include <QLabel>
+#include <QMenu>
+#include <QMessageBox>
+#include <QPainter>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <memory>
+
+using namespace kestrel;
+using test::CameraApp;
+using test::HttpReply;
+using test::idList;
+
+namespace {
+
+// Records what would have opened in the browser.
+class UrlRecorder : public QObject
+{
+    Q_OBJECT
+
+public:
+    QList<QUrl> opened;
+
+public slots:
+    void open(const QUrl &url) { opened << url; }
+};
+
+QByteArray jpeg(QSize size)
+{
+    QImage image(size, QImage::Format_RGB32);
+    image.fill(QColor(70, 110, 160));
+    QPainter painter(&image);
+    painter.fillRect(
+        QRect(size.width() / 4, size.height() / 2, size.width() / 2, size.height() / 3),
+        QColor(200, 200, 205));
+    painter.end();
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    image.save(&buffer, "JPEG");
+    return bytes;
+}
+
+void writePng(QWidget &widget, const QString &name)
+{
+    QDir().mkpath(QStringLiteral(KESTREL_SCREENSHOT_DIR));
+    QVERIFY(widget.grab().save(QStringLiteral(KESTREL_SCREENSHOT_DIR "/%1.png").arg(name)));
+}
+
+// No text on the card is cut off: each label is as tall as its text needs at its width.
+bool cardFits(const SnapshotErrorCard *card)
+{
+    const QRect area = card->parentWidget()->rect();
+    if (!area.contains(card->geometry()))
+        return false;
+    for (const QLabel *label : card->findChildren<QLabel *>()) {
+        const int needed =
+            label->wordWrap() ? label->heightForWidth(label->width()) : label->sizeHint().height();
+        if (label->isVisible() && label->height() < needed)
+            return false;
+    }
+    return true;
+}
+
+QMessageBox *openAlert(QWidget *view)
+{
+    QMessageBox *alert = nullptr;
+    [&] { QTRY_VERIFY((alert = view->findChild<QMessageBox *>()) != nullptr); }();
+    return alert;
+}
+
+QPushButton *buttonLabelled(QMessageBox *alert, const QString &label)
+{
+    for (QAbstractButton *button : alert->buttons()) {
+        if (button->text() == label)
+            return qobject_cast<QPushButton *>(button);
+    }
+    return nullptr;
+}
+
+const QVariantMap noWindows{{QStringLiteral("selectedCameraIDs"), idList({99})}};
+
+} // namespace
+
+class CameraViewTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void captionCapsTheRateFromAbove();
+    void invalidAddressShowsThePlaceholderOnly();
+    void footerShowsTheSnapshotButOpensTheHost();
+    void menuFollowsCustomNamesAndSwitchesCameras();
+    void returnAsksBeforePoweringOff();
+    void statusDotFollowsTheHost();
+    void rendersInEveryState();
+};
+
+void CameraViewTest::initTestCase()
+{
+    qputenv("TMPDIR", QDir::tempPath().toLocal8Bit()); // loaders clean up after themselves
+}
+
+void CameraViewTest::captionCapsTheRateFromAbove()
+{
+    Camera camera = cameraCatalogue()[2];
+    QCOMPARE(CameraWindowView::caption(camera),
+             QStringLiteral("1920x1080 • Aktualisierung bis 6 FPS"));
+    camera.fps = 15;
+    QCOMPARE(CameraWindowView::caption(camera),
+             QStringLiteral("1920x1080 • Aktualisierung bis 6 FPS"));
+    camera.fps = 3;
+    QCOMPARE(CameraWindowView::caption(camera),
+             QStringLiteral("1920x1080 • Aktualisierung bis 3 FPS"));
+    camera.fps = 0;
+    QCOMPARE(CameraWindowView::caption(camera),
+             QStringLiteral("1920x1080 • Aktualisierung bis 0 FPS"));
+}
+
+void CameraViewTest::invalidAddressShowsThePlaceholderOnly()
+{
+    QVariantMap stored = noWindows;
+    stored.insert(QStringLiteral("printerIP"), QStringLiteral("drucker zuhause"));
+    CameraApp app(stored);
+    auto coordinator = app.start();
+    CameraWindowView view(cameraCatalogue()[0],
+                          {app.settings, app.monitor, app.homeKit, *coordinator});
+    view.show();
+    const auto *placeholder = view.findChild<ContentUnavailableView *>();
+    QVERIFY(placeholder->isVisible());
+    QCOMPARE(placeholder->title(), QStringLiteral("Ungültige URL"));
+    QVERIFY(!view.findChild<LinkButton *>()->isVisible());
+    QVERIFY(!view.findChild<SnapshotStreamView *>()); // nothing that could fetch
+
+    // A valid address brings the picture and the footer; losing it stops fetching again.
+    app.settings.setPrinterIP(QStringLiteral("127.0.0.1:9"));
+    const auto *stream = view.findChild<SnapshotStreamView *>();
+    QVERIFY(stream && stream->loader().isRunning());
+    QVERIFY(view.findChild<LinkButton *>()->isVisible());
+    app.settings.setPrinterIP(QStringLiteral("drucker zuhause"));
+    QVERIFY(!stream->loader().isRunning());
+    QVERIFY(placeholder->isVisible());
+}
+
+void CameraViewTest::footerShowsTheSnapshotButOpensTheHost()
+{
+    QVariantMap stored = noWindows;
+    stored.insert(QStringLiteral("printerIP"), QStringLiteral("127.0.0.1:9"));
+    stored.insert(QStringLiteral("customSnapshotPaths"),
+                  QVariantMap{{QStringLiteral("2"), QStringLiteral("snap.jpg")}});
+    CameraApp app(stored);
+    auto coordinator = app.start();
+    CameraWindowView view(app.settings.resolvedCamera(cameraCatalogue()[1]),
+                          {app.settings, app.monitor, app.homeKit, *coordinator});
+    view.show();
+    auto *footer = view.findChild<LinkButton *>();
+    QCOMPARE(footer->text(), QStringLiteral("http://127.0.0.1:9/snap.jpg"));
+
+    UrlRecorder recorder;
+    QDesktopServices::setUrlHandler(QStringLiteral("http"), &recorder, "open");
+    footer->click();
+    QDesktopServices::unsetUrlHandler(QStringLiteral("http"));
+    QCOMPARE(recorder.opened, QList<QUrl>{QUrl(QStringLiteral("http://127.0.0.1:9/"))});
+}
+
+void CameraViewTest::menuFollowsCustomNamesAndSwitchesCameras()
+{
+    CameraApp app({{QStringLiteral("selectedCameraIDs"), idList({1})},
+                   {QStringLiteral("customCameraNames"),
+                    QVariantMap{{QStringLiteral("2"), QStringLiteral("Nozzle")}}}});
+    auto coordinator = app.start();
+    CameraWindow *window = coordinator->window(1);
+    auto *view = qobject_cast<CameraWindowView *>(window->content());
+    auto labels = [&] {
+        QStringList texts;
+        for (QAction *action : view->findChild<CameraMenuButton *>()->menu()->actions())
+            texts << action->text();
+        return texts;
+    };
+    QCOMPARE(view->findChild<CameraMenuButton *>()->text(), QStringLiteral("Übersichtscam"));
+    QCOMPARE(labels(), (QStringList{QStringLiteral("Übersichtscam"), QStringLiteral("Nozzle"),
+                                    QStringLiteral("Filamentcam")}));
+    app.settings.setCustomName(QStringLiteral("Rolle"), 3);
+    QCOMPARE(labels().last(), QStringLiteral("Rolle"));
+
+    // Its own camera: nothing happens.
+    view->findChild<CameraMenuButton *>()->menu()->actions()[0]->trigger();
+    QCoreApplication::processEvents();
+    QCOMPARE(window->content(), view);
+    QCOMPARE(app.settings.selectedCameraIDs(), CameraIdSet{1});
+
+    // Another camera takes the window's place.
+    view->findChild<CameraMenuButton *>()->menu()->actions()[1]->trigger();
+    QTRY_COMPARE(app.settings.selectedCameraIDs(), CameraIdSet{2});
+    QCOMPARE(coordinator->openCameraIDs(), QList<CameraId>{2});
+}
+
+void CameraViewTest::returnAsksBeforePoweringOff()
+{
+    QTemporaryDir dir;
+    test::FakeTool shortcuts(dir.path(), QStringLiteral("shortcuts"), QStringLiteral("true"));
+    QVariantMap stored = noWindows;
+    stored.insert(QStringLiteral("homeKitPowerOffSceneName"), QStringLiteral("Drucker aus"));
+    CameraApp app(stored, shortcuts.path());
+    auto coordinator = app.start();
+    CameraWindowView view(cameraCatalogue()[0],
+                          {app.settings, app.monitor, app.homeKit, *coordinator});
+    view.show();
+    QVERIFY(QTest::qWaitForWindowActive(&view));
+
+    QTest::keyClick(&view, Qt::Key_Return);
+    QMessageBox *alert = openAlert(&view);
+    QCOMPARE(alert->text(), QStringLiteral("Bist du sicher?"));
+    QCOMPARE(alert->informativeText(), QStringLiteral("Der Kurzbefehl schaltet den Drucker aus."));
+    QCOMPARE(alert->buttonRole(buttonLabelled(alert, QStringLiteral("Bis du sicher?"))),
+             QMessageBox::DestructiveRole);
+    writePng(*alert, QStringLiteral("camera-power-off-alert"));
+    buttonLabelled(alert, QStringLiteral("Abbrechen"))->click();
+    QTRY_VERIFY(!view.findChild<QMessageBox *>());
+    QCoreApplication::processEvents();
+    QVERIFY(shortcuts.calls().isEmpty());
+
+    // Confirming runs the off scene named at that moment.
+    view.findChild<QToolButton *>(QStringLiteral("powerButton"))->click();
+    alert = openAlert(&view);
+    app.settings.setHomeKitPowerOffSceneName(QStringLiteral("Alles aus"));
+    buttonLabelled(alert, QStringLiteral("Bis du sicher?"))->click();
+    const QList<QStringList> offScene{{QStringLiteral("run"), QStringLiteral("Alles aus")}};
+    QTRY_COMPARE(shortcuts.calls(), offScene);
+    QTRY_COMPARE(app.homeKit.actionMessage(),
+                 QStringLiteral("Kurzbefehl \"Alles aus\" ausgefuehrt"));
+}
+
+void CameraViewTest::statusDotFollowsTheHost()
+{
+    test::LoopbackHttpServer printer;
+    QVariantMap stored = noWindows;
+    stored.insert(QStringLiteral("printerIP"), printer.address());
+    CameraApp app(stored);
+    auto coordinator = app.start();
+    CameraWindowView view(cameraCatalogue()[0],
+                          {app.settings, app.monitor, app.homeKit, *coordinator});
+    const StatusDot *dot = view.findChild<StatusDot *>();
+    QCOMPARE(dot->color(), systemColors::yellow());
+    QTRY_COMPARE_WITH_TIMEOUT(dot->color(), systemColors::green(), 20000);
+    app.settings.setPrinterIP(QString());
+    QCOMPARE(dot->color(), systemColors::yellow()); // checking again, at once
+    // The monitor takes an address one change late; the next change brings the empty one in.
+    QTRY_COMPARE_WITH_TIMEOUT(dot->color(), systemColors::green(), 20000);
+    app.settings.setPrinterIP(QStringLiteral(" "));
+    QTRY_COMPARE_WITH_TIMEOUT(dot->color(), systemColors::red(), 20000);
+}
+
+void CameraViewTest::rendersInEveryState()
+{
+    test::LoopbackHttpServer printer;
+    printer.setHandler([](const test::HttpRequest &request) {
+        return request.path == "/webcam/?action=snapshot"
+                   ? HttpReply::content("image/jpeg", jpeg({1280, 960}))
+                   : HttpReply::status("HTTP/1.1 404 Not Found");
+    });
+    quint16 closedPort = 0;
+    {
+        test::LoopbackHttpServer gone;
+        closedPort = gone.port();
+    }
+    QVariantMap stored = noWindows;
+    stored.insert(QStringLiteral("printerIP"), printer.address());
+    CameraApp app(stored);
+    auto coordinator = app.start();
+    QTRY_VERIFY_WITH_TIMEOUT(app.monitor.reachability() == PiReachability::reachable(), 20000);
+
+    const CameraWindowEnvironment environment{app.settings, app.monitor, app.homeKit, *coordinator};
+    for (const QSize size : {QSize(436, 296), QSize(320, 220)}) {
+        const QString suffix = QStringLiteral("-%1x%2").arg(size.width()).arg(size.height());
+        CameraWindowView live(cameraCatalogue()[0], environment);
+        live.resize(size);
+        live.show();
+        QSignalSpy pictures(&live.findChild<SnapshotStreamView *>()->loader(),
+                            &SnapshotLoader::imageChanged);
+        QVERIFY(pictures.wait(20000));
+        writePng(live, QStringLiteral("camera-live") + suffix);
+
+        CameraWindowView failing(cameraCatalogue()[1], environment);
+        failing.resize(size);
+        failing.show();
+        QTRY_VERIFY_WITH_TIMEOUT(failing.findChild<SnapshotErrorCard *>()->isVisible(), 20000);
+        QVERIFY(cardFits(failing.findChild<SnapshotErrorCard *>()));
+        writePng(failing, QStringLiteral("camera-error") + suffix);
+    }
+
+    // The monitor takes an address one change late: the second change brings the first in.
+    app.settings.setPrinterIP(QStringLiteral("127.0.0.1:%1").arg(closedPort));
+    app.settings.setPrinterIP(QStringLiteral("127.0.0.1:%1/").arg(closedPort));
+    QTRY_VERIFY_WITH_TIMEOUT(app.monitor.reachability().isUnreachable(), 20000);
+    CameraWindowView offline(cameraCatalogue()[2], environment);
+    offline.resize(436, 296);
+    offline.show();
+    const auto *card = offline.findChild<SnapshotErrorCard *>();
+    QTRY_VERIFY_WITH_TIMEOUT(card->isVisible(), 20000);
+    QCOMPARE(card->title(), QStringLiteral("Raspberry Pi offline"));
+    writePng(offline, QStringLiteral("camera-host-offline"));
+
+    app.settings.setPrinterIP(QStringLiteral("drucker zuhause"));
+    CameraWindowView invalid(cameraCatalogue()[2], environment);
+    invalid.resize(320, 220);
+    invalid.show();
+    writePng(invalid, QStringLiteral("camera-invalid-url"));
+}
+
+QTEST_MAIN(CameraViewTest)
+#include "tst_camera_view.moc"
