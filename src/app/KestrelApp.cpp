@@ -1,14 +1,67 @@
 #include "app/KestrelApp.h"
 
+#include "monitor/PiStatusMonitor.h"
+#include "power/HomeKitManager.h"
+#include "screens/ContentView.h"
+#include "screens/SettingsView.h"
+#include "settings/AppSettings.h"
+#include "windows/WindowCoordinator.h"
+
+#include <QAction>
+#include <QMenuBar>
+
 namespace kestrel {
 
-KestrelApp::KestrelApp(KeyValueStore &store)
-    : m_settings(store), m_homeKitManager(m_settings), m_piStatusMonitor(m_settings),
-      m_windowCoordinator(m_settings, m_piStatusMonitor, m_homeKitManager)
+KestrelApp::KestrelApp(KeyValueStore &store, const ExternalTools &tools)
+    : m_settings(new AppSettings(store, this)),
+      m_homeKitManager(new HomeKitManager(*m_settings, this, tools.shortcuts)),
+      m_piStatusMonitor(
+          new PiStatusMonitor(*m_settings, this, PiStatusMonitor::defaultInterval, tools.curl)),
+      m_windowCoordinator(new WindowCoordinator(*m_settings, *m_piStatusMonitor, *m_homeKitManager,
+                                                this, tools.curl)),
+      m_contentView(new ContentView(*m_settings, *m_homeKitManager, *m_piStatusMonitor,
+                                    *m_windowCoordinator, [this] { openSettings(); }))
 {
     m_mainWindow.setWindowTitle(QStringLiteral("Kestrel"));
-    m_mainWindow.resize(640, 360);
+    m_mainWindow.setCentralWidget(m_contentView);
+    addMenuCommands();
     m_mainWindow.show();
+}
+
+KestrelApp::~KestrelApp()
+{
+    delete m_settingsWindow;
+}
+
+void KestrelApp::addMenuCommands()
+{
+    QMenu *menu = m_mainWindow.menuBar()->addMenu(QStringLiteral("Kestrel"));
+    QAction *preferences = menu->addAction(tr("Einstellungen…"), this, &KestrelApp::openSettings);
+    preferences->setMenuRole(QAction::PreferencesRole);
+    // Where the platform names no shortcut for preferences, the one Mac users know.
+    const QKeySequence platform(QKeySequence::Preferences);
+    preferences->setShortcut(platform.isEmpty() ? QKeySequence(Qt::CTRL | Qt::Key_Comma)
+                                                : platform);
+    preferences->setShortcutContext(Qt::ApplicationShortcut);
+    QAction *sync = menu->addAction(tr("Kamerafenster synchronisieren"), m_windowCoordinator,
+                                    &WindowCoordinator::syncWindows);
+    sync->setMenuRole(QAction::NoRole);
+}
+
+SettingsView *KestrelApp::settingsWindow() const
+{
+    return m_settingsWindow;
+}
+
+void KestrelApp::openSettings()
+{
+    if (!m_settingsWindow) {
+        m_settingsWindow = new SettingsView(*m_settings, *m_homeKitManager);
+        m_settingsWindow->setAttribute(Qt::WA_QuitOnClose, false);
+    }
+    m_settingsWindow->show();
+    m_settingsWindow->raise();
+    m_settingsWindow->activateWindow();
 }
 
 } // namespace kestrel

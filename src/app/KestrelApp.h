@@ -1,30 +1,54 @@
 #pragma once
 
-#include "monitor/PiStatusMonitor.h"
-#include "power/HomeKitManager.h"
-#include "settings/AppSettings.h"
-#include "windows/WindowCoordinator.h"
+#include "platform/ExternalTools.h"
 
-#include <QWidget>
+#include <QMainWindow>
+#include <QObject>
+#include <QPointer>
 
 namespace kestrel {
 
+class AppSettings;
+class ContentView;
+class HomeKitManager;
 class KeyValueStore;
+class PiStatusMonitor;
+class SettingsView;
+class WindowCoordinator;
 
 // The application: creates the long-lived objects in their fixed order (settings first, since
 // everything reads them; the power manager before the host monitor; the coordinator, which opens
-// camera windows, last) and keeps them for the life of the process.
-class KestrelApp
+// camera windows, once the main window exists), keeps them as its children for the life of the
+// process, and offers the two menu commands.
+class KestrelApp : public QObject
 {
+    Q_OBJECT
+
 public:
-    explicit KestrelApp(KeyValueStore &store);
+    explicit KestrelApp(KeyValueStore &store, const ExternalTools &tools = {});
+    ~KestrelApp() override;
+
+    // The single settings window: made on first use, brought to the front after that.
+    void openSettings();
+
+    AppSettings &settings() const { return *m_settings; }
+    HomeKitManager &homeKitManager() const { return *m_homeKitManager; }
+    PiStatusMonitor &piStatusMonitor() const { return *m_piStatusMonitor; }
+    WindowCoordinator &windowCoordinator() const { return *m_windowCoordinator; }
+    QMainWindow &mainWindow() { return m_mainWindow; }
+    ContentView &contentView() const { return *m_contentView; }
+    SettingsView *settingsWindow() const;
 
 private:
-    AppSettings m_settings;
-    HomeKitManager m_homeKitManager;
-    PiStatusMonitor m_piStatusMonitor;
-    QWidget m_mainWindow;
-    WindowCoordinator m_windowCoordinator;
+    void addMenuCommands();
+
+    AppSettings *m_settings;
+    HomeKitManager *m_homeKitManager;
+    PiStatusMonitor *m_piStatusMonitor;
+    QMainWindow m_mainWindow;
+    WindowCoordinator *m_windowCoordinator;
+    ContentView *m_contentView;
+    QPointer<SettingsView> m_settingsWindow;
 };
 
 } // namespace kestrel

@@ -3,8 +3,8 @@
 #include <QFont>
 
 // The named text styles of the screens, derived from the desktop's own font so they follow the
-// user's size settings: body is the desktop font, the others keep the proportions people know
-// from the Mac (body 13, headline 13 semibold, caption 10, title 3 at 15 points).
+// user's size settings: body is the desktop font, headline is body in semibold, title 3 is
+// 15/13 of body as on the Mac, and the captions are a little smaller than body.
 namespace kestrel::textStyles {
 
 QFont body();

@@ -60,6 +60,7 @@ CameraWindowView::CameraWindowView(const Camera &camera, const CameraWindowEnvir
         symbols::pixmap(QStringLiteral("power"), Qt::white, 18, devicePixelRatioF()));
     powerButton->setIconSize(QSize(18, 18));
     powerButton->setToolTip(tr("Drucker ausschalten"));
+    powerButton->setAccessibleName(tr("Drucker ausschalten"));
     connect(powerButton, &QToolButton::clicked, this, &CameraWindowView::askToPowerOff);
     // The window's default action: Return asks to switch the printer off.
     for (const auto key : {Qt::Key_Return, Qt::Key_Enter}) {

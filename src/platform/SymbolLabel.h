@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QColor>
+#include <QWidget>
+
+class QLabel;
+
+namespace kestrel {
+
+// A symbol followed by a text, both in one colour, as a status line shows them.
+class SymbolLabel : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit SymbolLabel(QWidget *parent = nullptr);
+
+    // An invalid colour means the palette's text colour. The text takes the colour too unless
+    // told otherwise.
+    enum class Tint
+    {
+        symbolAndText,
+        symbolOnly
+    };
+    void set(const QString &symbol, const QString &text, const QColor &color = {},
+             Tint tint = Tint::symbolAndText);
+    QString text() const;
+    QString symbol() const { return m_symbolName; }
+
+private:
+    QLabel *m_symbol;
+    QLabel *m_text;
+    QString m_symbolName;
+};
+
+} // namespace kestrel

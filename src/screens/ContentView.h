@@ -1,0 +1,64 @@
+#pragma once
+
+#include "monitor/PiReachability.h"
+
+#include <QPointer>
+#include <QWidget>
+
+#include <functional>
+
+class QLabel;
+class QPushButton;
+class QVBoxLayout;
+
+namespace kestrel {
+
+class AppSettings;
+class HomeKitManager;
+class PiStatusMonitor;
+class StartupInfoView;
+class SymbolLabel;
+class WindowCoordinator;
+
+// The main window's content: the printer address, whether the host answers, the power state,
+// the last power action's outcome, the selected cameras, and the commands that open the camera
+// windows, open the settings, close all camera windows and quit. While the host does not answer
+// it offers to switch the printer on, and it decides when the start-up prompt shows.
+class ContentView : public QWidget
+{
+    Q_OBJECT
+
+public:
+    ContentView(AppSettings &settings, HomeKitManager &homeKitManager,
+                const PiStatusMonitor &monitor, WindowCoordinator &coordinator,
+                std::function<void()> openSettings, QWidget *parent = nullptr);
+
+    // The start-up prompt, shown as a sheet on this window while true.
+    bool showsStartupInfo() const;
+    void setShowStartupInfo(bool show);
+
+protected:
+    void showEvent(QShowEvent *event) override;
+
+private:
+    void refresh();
+    void reachabilityChanged(const PiReachability &reachability);
+    void powerOn();
+
+    AppSettings &m_settings;
+    HomeKitManager &m_homeKitManager;
+    const PiStatusMonitor &m_monitor;
+    WindowCoordinator &m_coordinator;
+
+    SymbolLabel *m_address;
+    SymbolLabel *m_hostState;
+    QLabel *m_hostDetail;
+    QWidget *m_powerOnRow;
+    QLabel *m_powerState;
+    QLabel *m_actionMessage;
+    QList<std::pair<SymbolLabel *, QLabel *>> m_cameraRows;
+    QPointer<StartupInfoView> m_startupInfo;
+    PiReachability m_lastReachability;
+};
+
+} // namespace kestrel

@@ -1,0 +1,252 @@
+#include "screens/SettingsView.h"
+
+#include "platform/ConfirmationAlert.h"
+#include "platform/SystemColors.h"
+#include "platform/TextStyles.h"
+#include "power/HomeKitManager.h"
+#include "power/StatusInterpretation.h"
+#include "settings/AppSettings.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QFormLayout>
+#include <QFrame>
+#include <QGroupBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QScrollArea>
+#include <QScrollBar>
+#include <QVBoxLayout>
+
+namespace kestrel {
+
+namespace {
+
+QLabel *caption(const QString &text, QWidget *parent)
+{
+    auto *label = new QLabel(text, parent);
+    label->setFont(textStyles::caption());
+    label->setForegroundRole(QPalette::PlaceholderText);
+    label->setTextFormat(Qt::PlainText);
+    label->setWordWrap(true);
+    return label;
+}
+
+// Sets a field without disturbing the user's typing when it already shows the value.
+void showValue(QLineEdit *field, const QString &value)
+{
+    if (field->text() != value)
+        field->setText(value);
+}
+
+} // namespace
+
+SettingsView::SettingsView(AppSettings &settings, HomeKitManager &homeKitManager, QWidget *parent)
+    : QWidget(parent), m_settings(settings), m_homeKitManager(homeKitManager)
+{
+    setWindowTitle(tr("Einstellungen"));
+    auto *form = new QWidget;
+    auto *sections = new QVBoxLayout(form);
+    sections->setContentsMargins(20, 20, 20, 20);
+    sections->setSpacing(16);
+    sections->addWidget(printerSection());
+    sections->addWidget(camerasSection());
+    sections->addWidget(homeKitSection());
+    sections->addStretch();
+
+    // The form is as tall as its content; on a small screen it scrolls instead of running off.
+    auto *scroll = new QScrollArea(this);
+    scroll->setWidget(form);
+    scroll->setWidgetResizable(true);
+    scroll->setFrameShape(QFrame::NoFrame);
+    scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(scroll);
+    form->setFixedWidth(560);
+    setFixedWidth(560 + scroll->verticalScrollBar()->sizeHint().width());
+    resize(width(), form->sizeHint().height());
+
+    connect(&settings, &AppSettings::changed, this, &SettingsView::refresh);
+    connect(&homeKitManager, &HomeKitManager::accessoryStateChanged, this,
+            &SettingsView::refreshPowerState);
+    connect(&homeKitManager, &HomeKitManager::actionMessageChanged, this,
+            &SettingsView::refreshPowerState);
+    refresh();
+    refreshPowerState();
+}
+
+QLineEdit *SettingsView::boundField(const QString &label, QFormLayout *into,
+                                    std::function<void(const QString &)> assign)
+{
+    auto *field = new QLineEdit;
+    field->setClearButtonEnabled(false);
+    // Every keystroke is an assignment, taken as typed: nothing is trimmed or checked here.
+    connect(field, &QLineEdit::textEdited, this, std::move(assign));
+    into->addRow(label, field);
+    return field;
+}
+
+QWidget *SettingsView::printerSection()
+{
+    auto *box = new QGroupBox(tr("Drucker"));
+    auto *form = new QFormLayout(box);
+    m_printerIP = boundField(tr("IP-Adresse"), form,
+                             [this](const QString &text) { m_settings.setPrinterIP(text); });
+    form->addRow(QString(), caption(tr("Beispiel: ") + AppSettings::defaultPrinterIP(), box));
+    m_alwaysOnTop = new QCheckBox(tr("Fenster immer oben halten"), box);
+    connect(m_alwaysOnTop, &QCheckBox::toggled, this,
+            [this](bool on) { m_settings.setAlwaysOnTop(on); });
+    form->addRow(m_alwaysOnTop);
+    return box;
+}
+
+QWidget *SettingsView::camerasSection()
+{
+    auto *box = new QGroupBox(tr("Kameras anzeigen"));
+    auto *blocks = new QVBoxLayout(box);
+    for (const Camera &camera : cameraCatalogue()) {
+        const CameraId id = camera.id;
+        auto *line = new QHBoxLayout;
+        auto *shown = new QCheckBox(box);
+        shown->setAccessibleName(camera.name);
+        connect(shown, &QCheckBox::toggled, this,
+                [this, id](bool on) { m_settings.setCameraSelected(id, on); });
+        auto *labels = new QVBoxLayout;
+        labels->setSpacing(2);
+        auto *name = new QLabel(camera.name, box);
+        name->setBuddy(shown);
+        labels->addWidget(name);
+        labels->addWidget(caption(camera.resolution + tr(" • Proxy ") + camera.snapshotPath, box));
+        line->addWidget(shown);
+        line->addLayout(labels, 1);
+        line->addWidget(caption(tr("Startposition"), box));
+        auto *placement = new QComboBox(box);
+        placement->setFixedWidth(160);
+        placement->setAccessibleName(tr("Startposition"));
+        for (const WindowPlacement option : allWindowPlacements)
+            placement->addItem(displayName(option), rawValue(option));
+        connect(placement, &QComboBox::activated, this, [this, id, placement](int index) {
+            if (const auto chosen =
+                    windowPlacementFromRawValue(placement->itemData(index).toString()))
+                m_settings.setPlacement(*chosen, id);
+        });
+        line->addWidget(placement);
+
+        auto *divider = new QFrame(box);
+        divider->setFrameShape(QFrame::HLine);
+        divider->setFrameShadow(QFrame::Sunken);
+
+        auto *custom = new QFormLayout;
+        custom->addRow(caption(tr("Individuelle Einstellungen"), box));
+        // Emptying a field removes the override, and the catalogue value shows again.
+        QLineEdit *customName =
+            boundField(tr("Kameraname"), custom, [this, id](const QString &text) {
+                m_settings.setCustomName(text.isEmpty() ? std::nullopt : std::optional(text), id);
+            });
+        QLineEdit *customPath =
+            boundField(tr("Snapshot-Pfad"), custom, [this, id](const QString &text) {
+                m_settings.setCustomSnapshotPath(
+                    text.isEmpty() ? std::nullopt : std::optional(text), id);
+            });
+
+        auto *block = new QVBoxLayout;
+        block->setContentsMargins(0, 4, 0, 4);
+        block->addLayout(line);
+        block->addWidget(divider);
+        block->addLayout(custom);
+        blocks->addLayout(block);
+        m_cameras.append({id, shown, placement, customName, customPath});
+    }
+    return box;
+}
+
+QWidget *SettingsView::homeKitSection()
+{
+    auto *box = new QGroupBox(tr("HomeKit"));
+    auto *form = new QFormLayout(box);
+    m_accessoryName = boundField(tr("HomeKit-Geraet"), form, [this](const QString &text) {
+        m_settings.setHomeKitAccessoryName(text);
+    });
+    m_powerOnScene = boundField(tr("Szene fuer Einschalten"), form, [this](const QString &text) {
+        m_settings.setHomeKitPowerOnSceneName(text);
+    });
+    m_statusShortcut =
+        boundField(tr("Status-Kurzbefehl (optional)"), form,
+                   [this](const QString &text) { m_settings.setHomeKitStatusShortcutName(text); });
+    m_powerOffScene = boundField(tr("Szene fuer Ausschalten"), form, [this](const QString &text) {
+        m_settings.setHomeKitPowerOffSceneName(text);
+    });
+    form->addRow(caption(tr("Der optionale Status-Kurzbefehl sollte als Text zum Beispiel \"ein\" "
+                            "oder \"aus\" zurueckgeben."),
+                         box));
+    m_powerState = caption(QString(), box);
+    m_actionMessage = caption(QString(), box);
+    form->addRow(m_powerState);
+    form->addRow(m_actionMessage);
+
+    auto *buttons = new QHBoxLayout;
+    auto *refreshButton = new QPushButton(tr("HomeKit aktualisieren"), box);
+    auto *powerOn = new QPushButton(tr("Klipper einschalten"), box);
+    powerOn->setDefault(true); // the prominent one
+    auto *powerOff = new QPushButton(tr("Klipper ausschalten"), box);
+    powerOff->setStyleSheet(QStringLiteral("color: %1;").arg(systemColors::red().name()));
+    connect(refreshButton, &QPushButton::clicked, &m_homeKitManager,
+            &HomeKitManager::refreshStatus);
+    connect(powerOn, &QPushButton::clicked, this,
+            [this] { m_homeKitManager.runShortcut(m_settings.homeKitPowerOnSceneName()); });
+    connect(powerOff, &QPushButton::clicked, this, [this] {
+        confirmDestructive(this, tr("Klipper ausschalten?"),
+                           tr("Bist du sicher, dass der Raspberry Pi ueber die HomeKit-Szene "
+                              "ausgeschaltet werden soll?"),
+                           tr("Ausschalten"), [this] {
+                               m_homeKitManager.runShortcut(m_settings.homeKitPowerOffSceneName());
+                           });
+    });
+    buttons->addWidget(refreshButton);
+    buttons->addWidget(powerOn);
+    buttons->addWidget(powerOff);
+    buttons->addStretch();
+    form->addRow(buttons);
+    return box;
+}
+
+void SettingsView::refresh()
+{
+    showValue(m_printerIP, m_settings.printerIP());
+    {
+        const QSignalBlocker blocker(m_alwaysOnTop); // showing a value is no assignment
+        m_alwaysOnTop->setChecked(m_settings.alwaysOnTop());
+    }
+    const CameraIdSet selected = m_settings.selectedCameraIDs();
+    const PlacementMap placements = m_settings.cameraPlacements();
+    const CameraTextMap names = m_settings.customCameraNames();
+    const CameraTextMap paths = m_settings.customSnapshotPaths();
+    for (const CameraControls &controls : std::as_const(m_cameras)) {
+        const Camera &camera =
+            *std::find_if(cameraCatalogue().cbegin(), cameraCatalogue().cend(),
+                          [&](const Camera &entry) { return entry.id == controls.id; });
+        const QSignalBlocker blocker(controls.shown);
+        controls.shown->setChecked(selected.contains(controls.id));
+        // A camera without an entry starts free.
+        controls.placement->setCurrentIndex(controls.placement->findData(
+            rawValue(placements.value(controls.id, WindowPlacement::free))));
+        showValue(controls.name, names.value(controls.id, camera.name));
+        showValue(controls.snapshotPath, paths.value(controls.id, camera.snapshotPath));
+    }
+    showValue(m_accessoryName, m_settings.homeKitAccessoryName());
+    showValue(m_powerOnScene, m_settings.homeKitPowerOnSceneName());
+    showValue(m_statusShortcut, m_settings.homeKitStatusShortcutName());
+    showValue(m_powerOffScene, m_settings.homeKitPowerOffSceneName());
+}
+
+void SettingsView::refreshPowerState()
+{
+    m_powerState->setText(statusText(m_homeKitManager.accessoryState()));
+    const auto message = m_homeKitManager.actionMessage();
+    m_actionMessage->setVisible(message.has_value());
+    m_actionMessage->setText(message.value_or(QString()));
+}
+
+} // namespace kestrel

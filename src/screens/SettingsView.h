@@ -1,0 +1,60 @@
+#pragma once
+
+#include "settings/Camera.h"
+
+#include <QWidget>
+
+#include <functional>
+
+class QCheckBox;
+class QComboBox;
+class QFormLayout;
+class QLabel;
+class QLineEdit;
+
+namespace kestrel {
+
+class AppSettings;
+class HomeKitManager;
+
+// Edits every setting directly: each keystroke, toggle and choice is assigned and written at
+// once, with no save step. It also offers the printer's power controls.
+class SettingsView : public QWidget
+{
+    Q_OBJECT
+
+public:
+    SettingsView(AppSettings &settings, HomeKitManager &homeKitManager, QWidget *parent = nullptr);
+
+private:
+    struct CameraControls
+    {
+        CameraId id;
+        QCheckBox *shown;
+        QComboBox *placement;
+        QLineEdit *name;
+        QLineEdit *snapshotPath;
+    };
+
+    QWidget *printerSection();
+    QWidget *camerasSection();
+    QWidget *homeKitSection();
+    QLineEdit *boundField(const QString &label, QFormLayout *into,
+                          std::function<void(const QString &)> assign);
+    void refresh();
+    void refreshPowerState();
+
+    AppSettings &m_settings;
+    HomeKitManager &m_homeKitManager;
+    QLineEdit *m_printerIP = nullptr;
+    QCheckBox *m_alwaysOnTop = nullptr;
+    QList<CameraControls> m_cameras;
+    QLineEdit *m_accessoryName = nullptr;
+    QLineEdit *m_powerOnScene = nullptr;
+    QLineEdit *m_statusShortcut = nullptr;
+    QLineEdit *m_powerOffScene = nullptr;
+    QLabel *m_powerState = nullptr;
+    QLabel *m_actionMessage = nullptr;
+};
+
+} // namespace kestrel

@@ -1,0 +1,53 @@
+#include "screens/StartupInfoView.h"
+
+#include "platform/SystemColors.h"
+#include "platform/TextStyles.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+namespace kestrel {
+
+StartupInfoView::StartupInfoView(std::function<void()> onStart, std::function<void()> onCancel,
+                                 QWidget *parent)
+    : QDialog(parent)
+{
+    setWindowModality(Qt::WindowModal);
+    setWindowTitle(tr("Der 3D-Drucker antwortet nicht"));
+    setMinimumWidth(320);
+
+    auto *layout = new QVBoxLayout(this);
+    layout->setSpacing(16);
+    layout->setContentsMargins(20, 20, 20, 20);
+    auto *title = new QLabel(tr("Der 3D-Drucker antwortet nicht"), this);
+    QFont titleFont = textStyles::title3();
+    titleFont.setBold(true);
+    title->setFont(titleFont);
+    title->setAlignment(Qt::AlignCenter);
+    layout->addWidget(title);
+    auto *message = new QLabel(tr("Der Klipper auf dem Raspberry Pi reagiert nicht. Möchtest du "
+                                  "ihn jetzt mit der HomeKit-Szene einstarten?"),
+                               this);
+    message->setWordWrap(true);
+    message->setAlignment(Qt::AlignCenter);
+    layout->addWidget(message);
+
+    auto *cancel = new QPushButton(tr("Abbrechen"), this);
+    auto *start = new QPushButton(tr("Bis du sicher?"), this);
+    start->setObjectName(QStringLiteral("destructive"));
+    start->setStyleSheet(
+        QStringLiteral("color: %1; font-weight: 600;").arg(systemColors::red().name()));
+    cancel->setDefault(true);
+    connect(cancel, &QPushButton::clicked, this, std::move(onCancel));
+    connect(start, &QPushButton::clicked, this, std::move(onStart));
+    auto *buttons = new QHBoxLayout;
+    buttons->addStretch();
+    buttons->addWidget(cancel);
+    buttons->addWidget(start);
+    buttons->addStretch();
+    layout->addLayout(buttons);
+}
+
+} // namespace kestrel

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QDialog>
+
+#include <functional>
+
+namespace kestrel {
+
+// The sheet that says the 3D printer does not answer and offers to switch it on. What its two
+// buttons do is up to the main window; the sheet itself never closes on "Bis du sicher?", so it
+// stays until the switching-on has finished.
+class StartupInfoView : public QDialog
+{
+    Q_OBJECT
+
+public:
+    StartupInfoView(std::function<void()> onStart, std::function<void()> onCancel,
+                    QWidget *parent = nullptr);
+};
+
+} // namespace kestrel

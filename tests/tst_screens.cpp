@@ -1,0 +1,303 @@
+#include "CameraApp.h"
+#include "FakeTool.h"
+#include "LoopbackHttpServer.h"
+#include "app/KestrelApp.h"
+#include "platform/SymbolLabel.h"
+#include "screens/ContentView.h"
+#include "screens/SettingsView.h"
+#include "screens/StartupInfoView.h"
+#include "windows/CameraWindow.h"
+
+#include <QAction>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDir>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <chrono>
+
+using namespace kestrel;
+using namespace std::chrono_literals;
+using test::FakeTool;
+using test::idList;
+
+namespace {
+
+void writePng(QWidget &widget, const QString &name)
+{
+    QDir().mkpath(QStringLiteral(KESTREL_SCREENSHOT_DIR));
+    QVERIFY(widget.grab().save(QStringLiteral(KESTREL_SCREENSHOT_DIR "/%1.png").arg(name)));
+}
+
+template <typename T> T *childWithText(QWidget *root, const QString &text)
+{
+    for (T *child : root->findChildren<T *>()) {
+        if (child->text() == text)
+            return child;
+    }
+    return nullptr;
+}
+
+QStringList labelTexts(QWidget *root)
+{
+    QStringList texts;
+    for (const QLabel *label : root->findChildren<QLabel *>()) {
+        if (label->isVisibleTo(root))
+            texts << label->text();
+    }
+    return texts;
+}
+
+// A printer host that answers, or none at all; a shortcuts tool that answers the status query
+// with `statusAnswer` and records every call.
+struct Environment
+{
+    explicit Environment(const QString &statusAnswer = QStringLiteral("aus"))
+        : shortcuts(dir.path(), QStringLiteral("shortcuts"),
+                    QStringLiteral("echo '%1'").arg(statusAnswer))
+    {}
+    QTemporaryDir dir;
+    FakeTool shortcuts;
+    test::LoopbackHttpServer printer;
+};
+
+} // namespace
+
+class ScreensTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void createsItsObjectsInOrder();
+    void oneSettingsWindowAfterTwoOpens();
+    void settingsChangesShowAtOnceInTheMainWindow();
+    void promptOnAppearAndOnNewReasons();
+    void powerOnRowOnlyWhenItCanHelp();
+    void closeAllEmptiesTheSelection();
+    void settingsFieldsToggleAndPicker();
+    void powerOffAsksFirst();
+    void rendersEveryScreen();
+};
+
+void ScreensTest::createsItsObjectsInOrder()
+{
+    Environment environment;
+    MemoryKeyValueStore store({{QStringLiteral("printerIP"), environment.printer.address()}});
+    KestrelApp app(store, {.shortcuts = environment.shortcuts.path()});
+    QStringList order;
+    for (QObject *child : app.children())
+        order << QString::fromLatin1(child->metaObject()->className());
+    QCOMPARE(order, (QStringList{QStringLiteral("kestrel::AppSettings"),
+                                 QStringLiteral("kestrel::HomeKitManager"),
+                                 QStringLiteral("kestrel::PiStatusMonitor"),
+                                 QStringLiteral("kestrel::WindowCoordinator")}));
+    // The stored selection ({1} by default) is open once everything exists.
+    QCOMPARE(app.windowCoordinator().openCameraIDs(), QList<CameraId>{1});
+}
+
+void ScreensTest::oneSettingsWindowAfterTwoOpens()
+{
+    Environment environment;
+    MemoryKeyValueStore store({{QStringLiteral("printerIP"), environment.printer.address()}});
+    KestrelApp app(store, {.shortcuts = environment.shortcuts.path()});
+    QAction *preferences = nullptr;
+    for (QAction *action : app.mainWindow().menuBar()->actions().first()->menu()->actions()) {
+        if (action->text() == QStringLiteral("Einstellungen…"))
+            preferences = action;
+    }
+    QVERIFY(preferences);
+    QVERIFY(!preferences->shortcut().isEmpty());
+    preferences->trigger();
+    SettingsView *first = app.settingsWindow();
+    preferences->trigger();
+    QCOMPARE(app.settingsWindow(), first);
+    QVERIFY(first->isVisible());
+    int settingsWindows = 0;
+    for (QWidget *window : QApplication::topLevelWidgets())
+        settingsWindows += qobject_cast<SettingsView *>(window) ? 1 : 0;
+    QCOMPARE(settingsWindows, 1);
+    QCOMPARE(first->windowTitle(), QStringLiteral("Einstellungen"));
+}
+
+void ScreensTest::settingsChangesShowAtOnceInTheMainWindow()
+{
+    Environment environment;
+    MemoryKeyValueStore store({{QStringLiteral("printerIP"), environment.printer.address()}});
+    KestrelApp app(store, {.shortcuts = environment.shortcuts.path()});
+    app.openSettings();
+    QLineEdit *address = app.settingsWindow()->findChildren<QLineEdit *>().first();
+    address->selectAll();
+    QTest::keyClicks(address, QStringLiteral("10.0.0.7 "));
+    QCOMPARE(store.value(QStringLiteral("printerIP")).toString(), QStringLiteral("10.0.0.7 "));
+    QVERIFY(labelTexts(&app.contentView()).contains(QStringLiteral("Drucker-IP: 10.0.0.7 ")));
+}
+
+void ScreensTest::promptOnAppearAndOnNewReasons()
+{
+    quint16 closedPort = 0;
+    {
+        test::LoopbackHttpServer gone;
+        closedPort = gone.port();
+    }
+    test::CameraApp app({{QStringLiteral("selectedCameraIDs"), idList({99})}});
+    PiStatusMonitor monitor(app.settings, nullptr, 30ms); // re-publishes the same reason often
+    QTRY_VERIFY(monitor.reachability().isUnreachable());
+    auto coordinator = app.start();
+    ContentView view(app.settings, app.homeKit, monitor, *coordinator, [] {});
+
+    view.show();
+    QVERIFY(view.showsStartupInfo()); // unreachable when it appears
+    auto *prompt = view.findChild<StartupInfoView *>();
+    writePng(*prompt, QStringLiteral("startup-prompt"));
+    childWithText<QPushButton>(prompt, QStringLiteral("Abbrechen"))->click();
+    QVERIFY(!view.showsStartupInfo());
+
+    // The same reason again and again keeps it closed...
+    QSignalSpy published(&monitor, &PiStatusMonitor::reachabilityChanged);
+    QTRY_VERIFY(published.count() >= 3);
+    QVERIFY(!view.showsStartupInfo());
+    // ... a new reason brings it back (the monitor takes an address one change late).
+    app.settings.setPrinterIP(QStringLiteral("127.0.0.1:%1").arg(closedPort));
+    app.settings.setPrinterIP(QStringLiteral("127.0.0.1:%1/").arg(closedPort));
+    QTRY_VERIFY_WITH_TIMEOUT(monitor.reachability().reason().startsWith(u"curl: (7)"), 20000);
+    QVERIFY(view.showsStartupInfo());
+}
+
+void ScreensTest::powerOnRowOnlyWhenItCanHelp()
+{
+    auto powerOnVisible = [](const QString &statusAnswer, bool toolPresent) {
+        Environment environment(statusAnswer);
+        test::CameraApp app(
+            {{QStringLiteral("selectedCameraIDs"), idList({99})},
+             {QStringLiteral("homeKitStatusShortcutName"), QStringLiteral("Status")}},
+            toolPresent ? environment.shortcuts.path() : QString());
+        auto coordinator = app.start();
+        ContentView view(app.settings, app.homeKit, app.monitor, *coordinator, [] {});
+        view.show();
+        [&] {
+            QTRY_VERIFY(app.monitor.reachability().isUnreachable());
+            QTRY_VERIFY(app.homeKit.accessoryState().kind() !=
+                        HomeKitAccessoryState::Kind::checking);
+        }();
+        view.setShowStartupInfo(false);
+        return childWithText<QPushButton>(&view, QStringLiteral("Ender einschalten"))->isVisible();
+    };
+    QVERIFY(powerOnVisible(QStringLiteral("aus"), true));
+    QVERIFY(!powerOnVisible(QStringLiteral("ein"), true));  // already on
+    QVERIFY(!powerOnVisible(QStringLiteral("aus"), false)); // no tool
+}
+
+void ScreensTest::closeAllEmptiesTheSelection()
+{
+    test::CameraApp app({{QStringLiteral("selectedCameraIDs"), idList({1, 2})}});
+    auto coordinator = app.start();
+    ContentView view(app.settings, app.homeKit, app.monitor, *coordinator, [] {});
+    childWithText<QPushButton>(&view, QStringLiteral("Alle Fenster schließen"))->click();
+    QCOMPARE(app.settings.selectedCameraIDs(), CameraIdSet{});
+    QCOMPARE(app.store.value(QStringLiteral("selectedCameraIDs")), idList({}));
+    QVERIFY(coordinator->openCameraIDs().isEmpty());
+    childWithText<QPushButton>(&view, QStringLiteral("Kamerafenster öffnen"))->click();
+    QVERIFY(coordinator->openCameraIDs().isEmpty());
+}
+
+void ScreensTest::settingsFieldsToggleAndPicker()
+{
+    test::CameraApp app({{QStringLiteral("selectedCameraIDs"), idList({99})},
+                         {QStringLiteral("cameraPlacements"), QVariantMap{}},
+                         {QStringLiteral("customCameraNames"),
+                          QVariantMap{{QStringLiteral("2"), QStringLiteral("Nozzle")}}}});
+    SettingsView view(app.settings, app.homeKit);
+    view.show();
+
+    // Camera 2's name field: cleared, the entry goes and the catalogue name shows again.
+    QLineEdit *name = childWithText<QLineEdit>(&view, QStringLiteral("Nozzle"));
+    QVERIFY(name);
+    name->selectAll();
+    QTest::keyClick(name, Qt::Key_Backspace);
+    QCOMPARE(name->text(), QStringLiteral("Düsencam"));
+    QVERIFY(!app.settings.customCameraNames().contains(2));
+    QCOMPARE(app.store.value(QStringLiteral("customCameraNames")), QVariant(QVariantMap{}));
+
+    // A toggle is written at once.
+    const QList<QCheckBox *> toggles = view.findChildren<QCheckBox *>();
+    QCheckBox *third = toggles[3]; // after "Fenster immer oben halten"
+    QCOMPARE(third->accessibleName(), QStringLiteral("Filamentcam"));
+    third->click();
+    QCOMPARE(app.store.value(QStringLiteral("selectedCameraIDs")), idList({3, 99}));
+
+    // No placement entry shows "Frei"; choosing it makes the entry explicit.
+    QComboBox *picker = view.findChildren<QComboBox *>()[1];
+    QCOMPARE(picker->currentText(), QStringLiteral("Frei"));
+    QCOMPARE(picker->count(), 5);
+    QCOMPARE(picker->itemText(0), QStringLiteral("Links oben"));
+    picker->activated(4);
+    QCOMPARE(app.store.value(QStringLiteral("cameraPlacements")),
+             QVariant(QVariantMap{{QStringLiteral("2"), QStringLiteral("free")}}));
+}
+
+void ScreensTest::powerOffAsksFirst()
+{
+    Environment environment;
+    test::CameraApp app({{QStringLiteral("selectedCameraIDs"), idList({99})}},
+                        environment.shortcuts.path());
+    SettingsView view(app.settings, app.homeKit);
+    view.show();
+    childWithText<QPushButton>(&view, QStringLiteral("Klipper ausschalten"))->click();
+    QMessageBox *alert = view.findChild<QMessageBox *>();
+    QVERIFY(alert);
+    QCOMPARE(alert->text(), QStringLiteral("Klipper ausschalten?"));
+    childWithText<QPushButton>(alert, QStringLiteral("Abbrechen"))->click();
+    QTRY_VERIFY(!view.findChild<QMessageBox *>());
+    QCoreApplication::processEvents();
+    QVERIFY(environment.shortcuts.calls().isEmpty());
+
+    childWithText<QPushButton>(&view, QStringLiteral("Klipper ausschalten"))->click();
+    childWithText<QPushButton>(view.findChild<QMessageBox *>(), QStringLiteral("Ausschalten"))
+        ->click();
+    const QList<QStringList> offScene{
+        {QStringLiteral("run"), QStringLiteral("Klipper ausschalten")}};
+    QTRY_COMPARE(environment.shortcuts.calls(), offScene);
+}
+
+void ScreensTest::rendersEveryScreen()
+{
+    Environment environment(QStringLiteral("ein"));
+    test::CameraApp app({{QStringLiteral("selectedCameraIDs"), idList({99})},
+                         {QStringLiteral("printerIP"), environment.printer.address()},
+                         {QStringLiteral("homeKitStatusShortcutName"), QStringLiteral("Status")},
+                         {QStringLiteral("customCameraNames"),
+                          QVariantMap{{QStringLiteral("2"), QStringLiteral("Düse")}}}},
+                        environment.shortcuts.path());
+    app.settings.setSelectedCameraIDs({1, 2});
+    auto coordinator = app.start();
+    ContentView view(app.settings, app.homeKit, app.monitor, *coordinator, [] {});
+    view.resize(680, 560);
+    view.show();
+    QTRY_VERIFY_WITH_TIMEOUT(app.monitor.reachability() == PiReachability::reachable(), 20000);
+    QTRY_COMPARE(app.homeKit.accessoryState(), HomeKitAccessoryState::on());
+    app.homeKit.runShortcut(QStringLiteral("Klipper einschalten"));
+    QTRY_VERIFY(app.homeKit.actionMessage().has_value());
+    QTRY_COMPARE(app.homeKit.accessoryState(), HomeKitAccessoryState::on());
+    writePng(view, QStringLiteral("main-reachable-on"));
+
+    app.settings.setPrinterIP(QString());
+    app.settings.setPrinterIP(QStringLiteral(" "));
+    QTRY_VERIFY_WITH_TIMEOUT(view.showsStartupInfo(), 20000);
+    writePng(view, QStringLiteral("main-unreachable"));
+    writePng(*view.findChild<StartupInfoView *>(), QStringLiteral("main-unreachable-prompt"));
+
+    SettingsView settings(app.settings, app.homeKit);
+    settings.show();
+    writePng(settings, QStringLiteral("settings"));
+    QVERIFY(settings.width() >= 560);
+}
+
+QTEST_MAIN(ScreensTest)
+#include "tst_screens.moc"
