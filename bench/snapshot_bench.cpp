@@ -1,13 +1,16 @@
-// How much one picture costs. Runs the snapshot loader against a loopback server that serves a
-// camera-like 1920x1080 JPEG and prints medians; it asserts nothing.
+// How much one picture costs. Runs the snapshot loader against a snapshot URL (--url, e.g. the
+// nginx of bench/run.sh; without it, a loopback server of its own serving a camera-like
+// 1920x1080 JPEG) and prints medians and 90th percentiles; it asserts nothing.
 //
-// The round time is the loader's own, start to published picture. Next to it, in the same run,
-// the same curl command alone and the same decode alone show where the time goes; what remains
-// is the hand-over between process, worker thread and event loop, and the publish.
+// The round time is the loader's own, start to published picture. In the same run it measures
+// the floor, what nobody can avoid when every picture is a curl run: the same curl command
+// alone, and the same file decoded alone at the shown size. What remains is the hand-over
+// between process, worker thread and event loop, and the publish.
 //
-// The server runs as a separate process (this program with --serve), so its work is not
-// counted as Kestrel's: a child that is still running does not show in RUSAGE_CHILDREN.
+// The server runs as a separate process (nginx, or this program with --serve), so its work is
+// not counted: a child that is still running does not show in RUSAGE_CHILDREN.
 
+#include "CameraPictures.h"
 #include "LoopbackHttpServer.h"
 #include "platform/ProcessRunner.h"
 #include "stream/SnapshotFetch.h"
@@ -17,6 +20,7 @@
 #include <QCommandLineParser>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QFileInfo>
 #include <QFutureWatcher>
 #include <QGuiApplication>
 #include <QPainter>
@@ -34,41 +38,17 @@ using namespace kestrel;
 
 namespace {
 
-// Gradient, shapes and sensor-like noise: compresses like a real camera picture, not like a
-// flat test card.
-QByteArray cameraLikeJpeg(QSize size)
-{
-    QImage image(size, QImage::Format_RGB32);
-    QPainter painter(&image);
-    QLinearGradient gradient(0, 0, size.width(), size.height());
-    gradient.setColorAt(0, QColor(70, 80, 95));
-    gradient.setColorAt(1, QColor(20, 22, 25));
-    painter.fillRect(image.rect(), gradient);
-    painter.fillRect(
-        QRect(size.width() / 4, size.height() / 2, size.width() / 2, size.height() / 3),
-        QColor(90, 90, 96));
-    painter.end();
-    QRandomGenerator random(42);
-    for (int y = 0; y < size.height(); ++y) {
-        auto *line = reinterpret_cast<QRgb *>(image.scanLine(y));
-        for (int x = 0; x < size.width(); ++x) {
-            const int noise = int(random.bounded(13)) - 6;
-            const QRgb p = line[x];
-            line[x] =
-                qRgb(std::clamp(qRed(p) + noise, 0, 255), std::clamp(qGreen(p) + noise, 0, 255),
-                     std::clamp(qBlue(p) + noise, 0, 255));
-        }
-    }
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    image.save(&buffer, "JPEG", 85);
-    return bytes;
-}
-
-double median(QList<double> values)
+double percentile(QList<double> values, double fraction)
 {
     std::sort(values.begin(), values.end());
-    return values.isEmpty() ? 0.0 : values[values.size() / 2];
+    return values.isEmpty() ? 0.0 : values[qsizetype(fraction * (values.size() - 1) + 0.5)];
+}
+
+QString spread(const QList<double> &values)
+{
+    return QStringLiteral("%1 ms (p90 %2)")
+        .arg(percentile(values, 0.5), 7, 'f', 2)
+        .arg(percentile(values, 0.9), 6, 'f', 2);
 }
 
 double cpuMilliseconds(int who)
@@ -99,93 +79,122 @@ int main(int argc, char *argv[])
     QCommandLineParser parser;
     const QCommandLineOption roundsOption(QStringLiteral("rounds"), QStringLiteral("Rounds."),
                                           QStringLiteral("n"), QStringLiteral("100"));
+    const QCommandLineOption urlOption(QStringLiteral("url"),
+                                       QStringLiteral("Snapshot URL on 127.0.0.1 to measure."),
+                                       QStringLiteral("url"));
     const QCommandLineOption serveOption(QStringLiteral("serve"),
                                          QStringLiteral("Serve the test picture (internal)."));
-    parser.addOptions({roundsOption, serveOption});
+    parser.addOptions({roundsOption, urlOption, serveOption});
     parser.addHelpOption();
     parser.process(app);
     const int rounds = std::max(1, parser.value(roundsOption).toInt());
     const QSize shown(420, 280);
-    const QByteArray jpeg = cameraLikeJpeg({1920, 1080});
 
     if (parser.isSet(serveOption)) {
         test::LoopbackHttpServer server;
-        server.setReply(test::HttpReply::content("image/jpeg", jpeg));
+        server.setReply(test::HttpReply::content(
+            "image/jpeg", bench::cameraLikeJpeg({1920, 1080}, QColor(70, 80, 95), 42)));
         std::printf("%s\n", qPrintable(server.address()));
         std::fflush(stdout);
         return QGuiApplication::exec();
     }
 
     QProcess serverProcess;
-    serverProcess.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--serve")});
-    if (!serverProcess.waitForReadyRead(30000)) {
-        std::fprintf(stderr, "the picture server did not start\n");
-        return 1;
+    QUrl url(parser.value(urlOption));
+    if (!parser.isSet(urlOption)) {
+        serverProcess.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--serve")});
+        if (!serverProcess.waitForReadyRead(30000)) {
+            std::fprintf(stderr, "the picture server did not start\n");
+            return 1;
+        }
+        url = QUrl(QStringLiteral("http://%1/webcam2/?action=snapshot")
+                       .arg(QString::fromLatin1(serverProcess.readLine().trimmed())));
     }
-    const QString address = QString::fromLatin1(serverProcess.readLine().trimmed());
+    if (url.host() != u"127.0.0.1") {
+        std::fprintf(stderr, "only 127.0.0.1 is measured\n");
+        return 2;
+    }
     QTemporaryDir temporary;
-    const QUrl url(QStringLiteral("http://%1/webcam2/?action=snapshot").arg(address));
 
-    // The loader, round by round: start, published picture, stop.
+    // Interleaved, so that both see the same machine: one loader round (start, published
+    // picture, stop), then the floor, the same transfer alone and the same file decoded alone.
     SnapshotLoader loader(nullptr, QStringLiteral("/usr/bin/curl"), temporary.path());
     loader.setDecodeSize(shown, 1.0);
     QSignalSpy finished(&loader, &SnapshotLoader::roundFinished);
+    QObject owner;
+    const QString file = temporary.filePath(QStringLiteral("floor.jpg"));
     QList<double> roundMs;
-    const double selfBefore = cpuMilliseconds(RUSAGE_SELF);
-    const double childrenBefore = cpuMilliseconds(RUSAGE_CHILDREN);
+    QList<double> curlMs;
+    QList<double> decodeShownMs;
+    QList<double> decodeFullMs;
+    double kestrelCpu = 0;
+    double kestrelCurlCpu = 0;
+    double floorCurlCpu = 0;
+    double floorDecodeCpu = 0;
+    qint64 bytes = 0;
     for (int i = 0; i < rounds; ++i) {
+        double self = cpuMilliseconds(RUSAGE_SELF);
+        double children = cpuMilliseconds(RUSAGE_CHILDREN);
         QElapsedTimer clock;
         clock.start();
         loader.start({url}, 1);
         finished.wait(60000);
         roundMs << clock.nsecsElapsed() / 1e6;
         loader.stop();
+        kestrelCpu += cpuMilliseconds(RUSAGE_SELF) - self;
+        kestrelCurlCpu += cpuMilliseconds(RUSAGE_CHILDREN) - children;
         if (loader.errorText())
             std::fprintf(stderr, "round %d failed: %s\n", i, qPrintable(*loader.errorText()));
-    }
-    const double selfCpu = (cpuMilliseconds(RUSAGE_SELF) - selfBefore) / rounds;
-    const double curlCpu = (cpuMilliseconds(RUSAGE_CHILDREN) - childrenBefore) / rounds;
 
-    // The same transfer alone, and the same decode alone.
-    QList<double> curlMs;
-    QList<double> decodeShownMs;
-    QList<double> decodeFullMs;
-    QObject owner;
-    const QString file = temporary.filePath(QStringLiteral("bench.jpg"));
-    for (int i = 0; i < rounds; ++i) {
-        QElapsedTimer clock;
-        clock.start();
+        children = cpuMilliseconds(RUSAGE_CHILDREN);
+        clock.restart();
         await(runProcess({QStringLiteral("/usr/bin/curl"),
                           {QStringLiteral("-sS"), QStringLiteral("--max-time"), QStringLiteral("5"),
                            QStringLiteral("--fail"), QStringLiteral("--http1.1"),
-                           QStringLiteral("-o"), file, url.toString()}},
+                           QStringLiteral("-o"), file, url.toString(QUrl::FullyEncoded)}},
                          &owner));
         curlMs << clock.nsecsElapsed() / 1e6;
+        floorCurlCpu += cpuMilliseconds(RUSAGE_CHILDREN) - children;
+        bytes = QFileInfo(file).size();
         QFile::copy(file, file + QStringLiteral(".full"));
 
+        self = cpuMilliseconds(RUSAGE_SELF);
         clock.restart();
         SnapshotFetch::decodeAndRemove(file, shown, 1.0);
         decodeShownMs << clock.nsecsElapsed() / 1e6;
+        floorDecodeCpu += cpuMilliseconds(RUSAGE_SELF) - self;
         clock.restart();
         SnapshotFetch::decodeAndRemove(file + QStringLiteral(".full"), {}, 1.0);
         decodeFullMs << clock.nsecsElapsed() / 1e6;
     }
+    kestrelCpu /= rounds;
+    kestrelCurlCpu /= rounds;
+    floorCurlCpu /= rounds;
+    floorDecodeCpu /= rounds;
 
-    const double round = median(roundMs);
-    const double curl = median(curlMs);
-    const double decode = median(decodeShownMs);
-    std::printf("Snapshot loader, %d rounds, %lld-byte 1920x1080 JPEG shown at %dx%d\n", rounds,
-                static_cast<long long>(jpeg.size()), shown.width(), shown.height());
-    std::printf("  round (start to published)     median %7.2f ms\n", round);
-    std::printf("    curl alone                   median %7.2f ms\n", curl);
-    std::printf("    read + decode alone          median %7.2f ms\n", decode);
-    std::printf("    hand-offs and publish (rest)        %7.2f ms\n", round - curl - decode);
-    std::printf("  CPU per picture                Kestrel %6.2f ms, curl %6.2f ms\n", selfCpu,
-                curlCpu);
-    std::printf("  decode at full size            median %7.2f ms\n", median(decodeFullMs));
-    std::printf("  decode at %dx%d               median %7.2f ms\n", shown.width(), shown.height(),
-                decode);
-    serverProcess.kill();
-    serverProcess.waitForFinished();
+    const double round = percentile(roundMs, 0.5);
+    const double curl = percentile(curlMs, 0.5);
+    const double decode = percentile(decodeShownMs, 0.5);
+    const double kestrelTotal = kestrelCpu + kestrelCurlCpu;
+    const double floorTotal = floorCurlCpu + floorDecodeCpu;
+    std::printf("Snapshot pipeline: %d rounds of %s (%lld bytes), shown at %dx%d\n", rounds,
+                qPrintable(url.toString()), static_cast<long long>(bytes), shown.width(),
+                shown.height());
+    std::printf("  round, start to published      %s\n", qPrintable(spread(roundMs)));
+    std::printf("    curl's share (curl alone)    %s\n", qPrintable(spread(curlMs)));
+    std::printf("    read + decode (alone)        %s\n", qPrintable(spread(decodeShownMs)));
+    std::printf("    hand-offs and publish        %7.2f ms (round - curl - decode, medians)\n",
+                round - curl - decode);
+    std::printf("  CPU per picture, Kestrel       %7.2f ms = %.2f in Kestrel + %.2f in curl\n",
+                kestrelTotal, kestrelCpu, kestrelCurlCpu);
+    std::printf("  CPU per picture, floor         %7.2f ms = %.2f decode + %.2f curl\n", floorTotal,
+                floorDecodeCpu, floorCurlCpu);
+    std::printf("  Kestrel / floor                %7.2f\n", kestrelTotal / floorTotal);
+    std::printf("  decode at full size            %s\n", qPrintable(spread(decodeFullMs)));
+    std::printf("ROUND_MEDIAN_MS=%.2f\n", round);
+    if (serverProcess.state() != QProcess::NotRunning) {
+        serverProcess.kill();
+        serverProcess.waitForFinished();
+    }
     return 0;
 }

@@ -1,10 +1,53 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds the benchmarks and runs them. They print figures and assert
-# nothing; everything they talk to runs on 127.0.0.1.
+# Installs what is missing, builds the benchmarks and runs them against nginx on 127.0.0.1: the
+# snapshot pipeline next to its floor, then the whole app with three windows under Xvfb. They
+# print figures and assert nothing. Options: --rounds N (pipeline, default 100), --seconds N
+# (whole app, default 60).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 source scripts/common.sh
-ensure_packages "${KESTREL_PACKAGES[@]}"
+source bench/nginx.sh
 
-build_kestrel snapshot_bench
-build/bench/snapshot_bench "$@"
+rounds=100
+seconds=60
+while [ $# -gt 0 ]; do
+    case $1 in
+        --rounds) rounds=$2; shift 2 ;;
+        --seconds) seconds=$2; shift 2 ;;
+        *) echo "unknown option: $1" >&2; exit 2 ;;
+    esac
+done
+
+had_nginx=$(command -v nginx || true)
+ensure_packages "${KESTREL_PACKAGES[@]}" nginx-light python3 xvfb xauth openbox
+# Installing nginx starts Debian's own server; the benchmarks want only their own on 127.0.0.1.
+[ -n "$had_nginx" ] || service nginx stop >/dev/null 2>&1 || true
+build_kestrel kestrel snapshot_bench make_pictures
+
+work=$PWD/build/bench-run
+rm -rf "$work"
+mkdir -p "$work/pictures"
+xvfb_pid=
+cleanup() {
+    stop_nginx
+    [ -z "$xvfb_pid" ] || kill "$xvfb_pid" 2>/dev/null || true
+}
+trap cleanup EXIT
+build/bench/make_pictures "$work/pictures"
+start_nginx "$work/nginx" "$work/pictures"
+echo "nginx on $NGINX_ADDRESS serving $(ls "$work/pictures" | tr '\n' ' ')"
+echo
+
+build/bench/snapshot_bench --rounds "$rounds" --url "http://$NGINX_ADDRESS/webcam2/?action=snapshot" \
+    2>/dev/null > "$work/pipeline.txt"
+grep -v '^ROUND_MEDIAN_MS=' "$work/pipeline.txt"
+round=$(sed -n 's/^ROUND_MEDIAN_MS=//p' "$work/pipeline.txt")
+echo
+
+Xvfb -displayfd 3 -screen 0 1440x900x24 3>"$work/display" >/dev/null 2>&1 &
+xvfb_pid=$!
+until [ -s "$work/display" ]; do sleep 0.1; done
+export DISPLAY=":$(cat "$work/display")"
+openbox --sm-disable >/dev/null 2>&1 &
+python3 bench/app_bench.py --kestrel build/src/kestrel --address "$NGINX_ADDRESS" \
+    --seconds "$seconds" --round-ms "$round"

@@ -1,5 +1,6 @@
 #include "app/KestrelApp.h"
 
+#include "app/EventLoopProbe.h"
 #include "monitor/PiStatusMonitor.h"
 #include "power/HomeKitManager.h"
 #include "screens/ContentView.h"
@@ -25,6 +26,8 @@ KestrelApp::KestrelApp(KeyValueStore &store, const ExternalTools &tools)
     m_mainWindow.setWindowTitle(QStringLiteral("Kestrel"));
     m_mainWindow.setCentralWidget(m_contentView);
     addMenuCommands();
+    if (EventLoopProbe::wanted())
+        new EventLoopProbe(this);
     m_mainWindow.show();
 }
 

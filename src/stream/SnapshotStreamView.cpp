@@ -2,15 +2,21 @@
 
 #include "monitor/PiStatusMonitor.h"
 #include "platform/ProgressSpinner.h"
+#include "settings/SnapshotUrls.h"
 #include "stream/SnapshotErrorCard.h"
 #include "stream/SnapshotLoader.h"
 
+#include <QLoggingCategory>
 #include <QPainter>
 #include <QPainterPath>
 
 #include <algorithm>
 
 namespace kestrel {
+
+// Off unless enabled (QT_LOGGING_RULES="kestrel.pictures.debug=true"): one line per picture
+// that reaches the screen, which is how the benchmarks count them from outside.
+Q_LOGGING_CATEGORY(lcShownPictures, "kestrel.pictures", QtWarningMsg)
 
 SnapshotStreamView::SnapshotStreamView(const PiStatusMonitor &monitor, QWidget *parent,
                                        QString curlPath)
@@ -23,6 +29,7 @@ SnapshotStreamView::SnapshotStreamView(const PiStatusMonitor &monitor, QWidget *
     connect(m_loader, &SnapshotLoader::imageChanged, this, [this] {
         m_spinner->hide();
         update();
+        qCDebug(lcShownPictures).noquote() << absoluteString(m_urls.value(0));
     });
     connect(m_loader, &SnapshotLoader::errorTextChanged, this, &SnapshotStreamView::updateOverlays);
     connect(&monitor, &PiStatusMonitor::reachabilityChanged, this,

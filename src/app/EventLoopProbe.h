@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QElapsedTimer>
+#include <QObject>
+#include <QTimer>
+
+namespace kestrel {
+
+// Measures how late the event loop runs a 1 ms timer and logs the worst delay once a second
+// under "kestrel.eventloop". The application makes one only when that category is enabled, so
+// normally it costs nothing.
+class EventLoopProbe : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit EventLoopProbe(QObject *parent = nullptr);
+
+    static bool wanted();
+
+private:
+    QTimer m_tick;
+    QTimer m_report;
+    QElapsedTimer m_sinceTick;
+    qint64 m_worstNs = 0;
+};
+
+} // namespace kestrel
