@@ -69,6 +69,65 @@ def run(kestrel, address, seconds, warmup, stall_probe):
             "leftover_files": len(glob.glob(os.path.join(temporary, "kestrel-*")))}
 
 
+def browser_processes(profile):
+    """Every process of the browser started with this profile folder."""
+    pids = []
+    for entry in os.listdir("/proc"):
+        if not entry.isdigit():
+            continue
+        try:
+            with open(f"/proc/{entry}/cmdline", "rb") as cmdline:
+                if profile.encode() in cmdline.read():
+                    pids.append(int(entry))
+        except OSError:
+            pass
+    return pids
+
+
+def browser_sample(profile):
+    cpu = 0.0
+    rss_kb = 0
+    for pid in browser_processes(profile):
+        try:
+            with open(f"/proc/{pid}/stat") as stat:
+                fields = stat.read().rsplit(")", 1)[1].split()
+            cpu += (int(fields[11]) + int(fields[12]) + int(fields[13]) + int(fields[14])) / TICKS
+            for line in open(f"/proc/{pid}/status"):
+                if line.startswith("VmRSS:"):
+                    rss_kb += int(line.split()[1])
+        except OSError:
+            pass
+    return cpu, rss_kb
+
+
+def browser_run(chromium, address, seconds, warmup):
+    """Headless Chromium polling the same three snapshots through bench/browser.html."""
+    profile = tempfile.mkdtemp(prefix="kestrel-bench-chromium-")
+    log_path = os.path.join(profile, "console.log")
+    command = [chromium, "--headless", "--no-sandbox", "--disable-gpu",
+               "--disable-background-networking", "--disable-component-update", "--disable-sync",
+               "--no-first-run", "--disable-quic", f"--user-data-dir={profile}",
+               "--enable-logging=stderr", "--v=0", f"http://{address}/browser.html"]
+    with open(log_path, "w") as log:
+        process = subprocess.Popen(command, stdout=log, stderr=log)
+        time.sleep(warmup)
+        warm_cpu, _ = browser_sample(profile)
+        warm_shown = last_shown(log_path)
+        time.sleep(seconds - warmup)
+        end_cpu, rss_kb = browser_sample(profile)
+        end_shown = last_shown(log_path)
+        process.send_signal(signal.SIGTERM)
+        process.wait(timeout=30)
+    shown = end_shown - warm_shown
+    return {"cpu_per_picture_ms": (end_cpu - warm_cpu) * 1000 / shown if shown else float("nan"),
+            "rss_kb": rss_kb, "rate": shown / (seconds - warmup) / 3}
+
+
+def last_shown(log_path):
+    counts = re.findall(r'"shown (\d+)"', open(log_path, errors="replace").read())
+    return int(counts[-1]) if counts else 0
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("--kestrel", required=True)
@@ -77,6 +136,7 @@ def main():
     parser.add_argument("--warmup", type=float, default=10)
     parser.add_argument("--round-ms", type=float, required=True,
                         help="median round time from the pipeline benchmark")
+    parser.add_argument("--chromium", help="compare with this browser, polling the same pictures")
     args = parser.parse_args()
     if not args.address.startswith("127.0.0.1:"):
         sys.exit("only 127.0.0.1 is measured")
@@ -84,6 +144,10 @@ def main():
     main_run = run(args.kestrel, args.address, args.seconds, args.warmup, stall_probe=False)
     stall_run = run(args.kestrel, args.address, min(args.seconds, 30), min(args.warmup, 5),
                     stall_probe=True)
+    # The same app and windows with an address that forms no URL, so nothing is fetched: what
+    # the machine itself costs the event loop (scheduling, timers, the X server).
+    idle_run = run(args.kestrel, "kein host", min(args.seconds, 30), min(args.warmup, 5),
+                   stall_probe=True)
 
     window = args.seconds - args.warmup
     in_window = {url: [t for t in times if args.warmup <= t <= args.seconds]
@@ -93,6 +157,7 @@ def main():
     warm, end = main_run["warm"], main_run["end"]
     first = min((times[0] for times in main_run["shown"].values()), default=float("nan"))
     settled_stalls = [stall for at, stall in stall_run["stalls"] if at > 5]
+    idle_stalls = [stall for at, stall in idle_run["stalls"] if at > 5]
 
     print(f"Whole app, three windows for {args.seconds:.0f} s ({args.warmup:.0f} s warm-up)")
     for url in sorted(in_window):
@@ -102,15 +167,30 @@ def main():
     if pictures:
         cpu = (end["cpu"] - warm["cpu"]) * 1000 / pictures
         print(f"  CPU per shown picture {cpu:6.2f} ms (Kestrel and its curl runs)")
-    print(f"  longest GUI stall     {max(settled_stalls, default=float('nan')):6.2f} ms after "
-          f"start-up, {max((s for _, s in stall_run['stalls']), default=float('nan')):.2f} ms "
-          f"including start-up (1 ms probe, separate run)")
+    print(f"  longest GUI stall     {max(settled_stalls, default=float('nan')):6.2f} ms with "
+          f"pictures, {max(idle_stalls, default=float('nan')):.2f} ms idle (same windows, nothing "
+          f"fetched); {max((s for _, s in stall_run['stalls']), default=float('nan')):.2f} ms "
+          f"including start-up (1 ms probe, separate runs)")
     print(f"  RSS peak / final      {end['peak_kb'] / 1024:6.1f} / {end['rss_kb'] / 1024:.1f} MB")
     print(f"  launch to 1st picture {first * 1000:6.0f} ms")
-    print(f"  growth after warm-up  RSS {(end['rss_kb'] - warm['rss_kb']) / 1024:+.2f} MB, "
+    growth = (f"  growth after warm-up  RSS {(end['rss_kb'] - warm['rss_kb']) / 1024:+.2f} MB, "
           f"descriptors {end['fds'] - warm['fds']:+d}, temporary files "
           f"{end['temporary_files'] - warm['temporary_files']:+d} "
           f"({main_run['leftover_files']} left after quitting)")
+    print(growth)
+
+    if args.chromium:
+        browser = browser_run(args.chromium, args.address, args.seconds, args.warmup)
+        kestrel_cpu = (end["cpu"] - warm["cpu"]) * 1000 / pictures if pictures else float("nan")
+        print()
+        print(f"{'Kestrel against a browser':28}{'Kestrel':>10}{'Chromium':>10}{'ratio':>8}")
+        print(f"{'  CPU per shown picture, ms':28}{kestrel_cpu:10.2f}"
+              f"{browser['cpu_per_picture_ms']:10.2f}"
+              f"{kestrel_cpu / browser['cpu_per_picture_ms']:8.2f}")
+        print(f"{'  RSS, MB':28}{end['rss_kb'] / 1024:10.1f}{browser['rss_kb'] / 1024:10.1f}"
+              f"{end['rss_kb'] / browser['rss_kb']:8.2f}")
+        print(f"{'  pictures per window and s':28}{pictures / window / 3:10.2f}"
+              f"{browser['rate']:10.2f}")
 
 
 if __name__ == "__main__":

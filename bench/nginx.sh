@@ -19,7 +19,7 @@ http {
     fastcgi_temp_path $folder/temp;
     uwsgi_temp_path $folder/temp;
     scgi_temp_path $folder/temp;
-    types { image/jpeg jpg; }
+    types { image/jpeg jpg; text/html html; }
     server {
         listen 127.0.0.1:$port;
         root $pictures;
@@ -27,6 +27,7 @@ http {
         location = /webcam/ { try_files /cam1.jpg =404; }
         location = /webcam2/ { try_files /cam2.jpg =404; }
         location = /webcam3/ { try_files /cam3.jpg =404; }
+        location = /browser.html { default_type text/html; }
     }
 }
 CONF

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds the benchmarks and runs them against nginx on 127.0.0.1: the
-# snapshot pipeline next to its floor, then the whole app with three windows under Xvfb. They
-# print figures and assert nothing. Options: --rounds N (pipeline, default 100), --seconds N
+# snapshot pipeline next to its floor, then the whole app with three windows under Xvfb, and
+# headless Chromium polling the same pictures as a printer's web page does. They print figures
+# and assert nothing. Options: --rounds N (pipeline, default 100), --seconds N
 # (whole app, default 60).
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -19,7 +20,7 @@ while [ $# -gt 0 ]; do
 done
 
 had_nginx=$(command -v nginx || true)
-ensure_packages "${KESTREL_PACKAGES[@]}" nginx-light python3 xvfb xauth openbox
+ensure_packages "${KESTREL_PACKAGES[@]}" nginx-light python3 xvfb xauth openbox chromium
 # Installing nginx starts Debian's own server; the benchmarks want only their own on 127.0.0.1.
 [ -n "$had_nginx" ] || service nginx stop >/dev/null 2>&1 || true
 build_kestrel kestrel snapshot_bench make_pictures
@@ -34,6 +35,7 @@ cleanup() {
 }
 trap cleanup EXIT
 build/bench/make_pictures "$work/pictures"
+cp bench/browser.html "$work/pictures/"
 start_nginx "$work/nginx" "$work/pictures"
 echo "nginx on $NGINX_ADDRESS serving $(ls "$work/pictures" | tr '\n' ' ')"
 echo
@@ -50,4 +52,4 @@ until [ -s "$work/display" ]; do sleep 0.1; done
 export DISPLAY=":$(cat "$work/display")"
 openbox --sm-disable >/dev/null 2>&1 &
 python3 bench/app_bench.py --kestrel build/src/kestrel --address "$NGINX_ADDRESS" \
-    --seconds "$seconds" --round-ms "$round"
+    --seconds "$seconds" --round-ms "$round" --chromium /usr/bin/chromium
