@@ -1,5 +1,6 @@
 #include "app/KestrelApp.h"
 #include "platform/JsonFileKeyValueStore.h"
+#include "platform/TerminationSignals.h"
 
 #include <QApplication>
 
@@ -17,6 +18,7 @@ int main(int argc, char *argv[])
     // deliberately no organisation name, so no extra folder level.
     QApplication::setApplicationName(QStringLiteral("Kestrel"));
 
+    kestrel::quitOnTerminationSignals();
     kestrel::JsonFileKeyValueStore store(kestrel::JsonFileKeyValueStore::defaultFilePath());
     kestrel::KestrelApp kestrel(store);
     return QApplication::exec();
