@@ -173,6 +173,9 @@ void StreamTest::failuresBecomeTextsWithTheUrl_data()
                                             .declaredLength = 5000}
                                << QStringLiteral("curl: (18) transfer closed with 4900 bytes "
                                                  "remaining to read: ");
+    // Over 64 MB is no camera picture: counted as not one, without reading a byte of it.
+    QTest::newRow("70 MB body") << HttpReply::content("image/jpeg", QByteArray(70 << 20, '\xff'))
+                                << QStringLiteral("JPEG ungültig: ");
     QTest::newRow("closed without a word")
         << HttpReply::with(HttpReply::Action::close)
         << QStringLiteral("curl: (52) Empty reply from server: ");
