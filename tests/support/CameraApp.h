@@ -27,7 +27,8 @@ inline QVariant idList(std::initializer_list<qint64> values)
 // stored selection.
 struct CameraApp
 {
-    explicit CameraApp(QVariantMap stored, const QString &shortcutsPath = {})
+    explicit CameraApp(QVariantMap stored, const QString &shortcutsPath = {},
+                       std::chrono::milliseconds probeInterval = std::chrono::seconds(60))
         : store([&] {
               if (!stored.contains(QStringLiteral("printerIP")))
                   stored.insert(QStringLiteral("printerIP"), QString());
@@ -37,7 +38,7 @@ struct CameraApp
           homeKit(settings, nullptr,
                   shortcutsPath.isEmpty() ? tools.filePath(QStringLiteral("shortcuts"))
                                           : shortcutsPath),
-          monitor(settings, nullptr, std::chrono::seconds(60))
+          monitor(settings, nullptr, probeInterval)
     {}
     std::unique_ptr<WindowCoordinator> start()
     {

@@ -14,12 +14,21 @@ LoopbackHttpServer::LoopbackHttpServer(QObject *parent, quint16 port)
     m_clock.start();
     if (!m_server->listen(QHostAddress::LocalHost, port))
         qFatal("cannot listen on 127.0.0.1:%d: %s", port, qPrintable(m_server->errorString()));
+    m_port = m_server->serverPort();
     connect(m_server, &QTcpServer::newConnection, this, &LoopbackHttpServer::accept);
 }
 
 quint16 LoopbackHttpServer::port() const
 {
-    return m_server->serverPort();
+    return m_port;
+}
+
+void LoopbackHttpServer::setListening(bool listening)
+{
+    if (!listening)
+        m_server->close();
+    else if (!m_server->isListening() && !m_server->listen(QHostAddress::LocalHost, m_port))
+        qFatal("cannot listen again on 127.0.0.1:%d", m_port);
 }
 
 QString LoopbackHttpServer::address() const

@@ -64,6 +64,9 @@ public:
     // "127.0.0.1:<port>", the form a printer address takes.
     QString address() const;
 
+    // Stops or starts taking connections on the same port: a host whose port is closed.
+    void setListening(bool listening);
+
     void setReply(const HttpReply &reply);
     void setHandler(std::function<HttpReply(const HttpRequest &)> handler);
 
@@ -82,6 +85,7 @@ private:
     static void answer(QTcpSocket *socket, const HttpRequest &request, const HttpReply &reply);
 
     QTcpServer *m_server;
+    quint16 m_port = 0;
     QElapsedTimer m_clock;
     std::function<HttpReply(const HttpRequest &)> m_handler;
     QList<HttpRequest> m_requests;
