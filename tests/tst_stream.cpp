@@ -4,6 +4,7 @@
 #include "monitor/PiStatusMonitor.h"
 #include "platform/MemoryKeyValueStore.h"
 #include "settings/AppSettings.h"
+#include "settings/SnapshotUrls.h"
 #include "stream/SnapshotErrorCard.h"
 #include "stream/SnapshotLoader.h"
 #include "stream/SnapshotStreamView.h"
@@ -95,6 +96,8 @@ private slots:
     void stoppedLoopFinishesItsRoundOnly();
     void destroyedLoaderKillsCurlAndRemovesItsFile();
     void argumentsAreExactlyTheTransfer();
+    void hostileAddressesStayOneArgument_data();
+    void hostileAddressesStayOneArgument();
     void picturesAreDecodedToTheShownSize();
     void pauseFollowsTheRate();
 
@@ -369,6 +372,56 @@ void StreamTest::argumentsAreExactlyTheTransfer()
              qPrintable(arguments[6]));
     QCOMPARE(arguments[7], absolute(url));
     QCOMPARE(loader->errorText(), QStringLiteral("curl-Fehler 22: ") + absolute(url));
+}
+
+void StreamTest::hostileAddressesStayOneArgument_data()
+{
+    QTest::addColumn<QString>("host");
+    QTest::addColumn<QString>("path");
+    const QString longText(100000, u'a');
+    QTest::newRow("option in the address") << QStringLiteral("127.0.0.1 -o /tmp/x") << QString();
+    QTest::newRow("option as the address") << QStringLiteral("-K/etc/passwd") << QString();
+    QTest::newRow("shell in the path")
+        << QStringLiteral("127.0.0.1") << QStringLiteral("$(touch x)");
+    QTest::newRow("separator in the path") << QStringLiteral("127.0.0.1") << QStringLiteral(";id");
+    QTest::newRow("option as the path")
+        << QStringLiteral("127.0.0.1") << QStringLiteral("-o/tmp/x");
+    QTest::newRow("newline") << QStringLiteral("127.0.0.1\n--output=/tmp/x")
+                             << QStringLiteral("/a");
+    QTest::newRow("NUL") << QStringLiteral("127.0.0.1") << QStringLiteral("/a\0-o/tmp/x");
+    QTest::newRow("very long") << QStringLiteral("127.0.0.1") << longText;
+    QTest::newRow("non-ASCII") << QStringLiteral("drucker.local") << QStringLiteral("/bild/ä ö");
+    QTest::newRow("user-info and port")
+        << QStringLiteral("a:b@127.0.0.1:80") << QStringLiteral("x");
+}
+
+// Whatever a person types as address or path, curl gets the same eight arguments: the text
+// ends up inside the one URL, percent-encoded, or no URL forms and curl never runs.
+void StreamTest::hostileAddressesStayOneArgument()
+{
+    QFETCH(QString, host);
+    QFETCH(QString, path);
+    QTemporaryDir dir;
+    test::FakeTool curl(dir.path(), QStringLiteral("curl"), QStringLiteral("exit 7"));
+    const QList<QUrl> urls = makeSnapshotURLs(host, path);
+    auto loader = makeLoader(curl.path());
+    QSignalSpy rounds(loader.get(), &SnapshotLoader::roundFinished);
+    loader->start(urls, 1);
+    QVERIFY(rounds.wait(20000));
+    loader->stop();
+
+    const QList<QStringList> calls = curl.calls();
+    QCOMPARE(calls.size(), urls.isEmpty() ? 0 : 1);
+    for (const QStringList &arguments : calls) {
+        QCOMPARE(arguments.size(), 8);
+        QCOMPARE(arguments[5], QStringLiteral("-o"));
+        QCOMPARE(QFileInfo(arguments[6]).absolutePath(), m_temporary->path());
+        QVERIFY(arguments[7].startsWith(u"http://"));
+        QVERIFY(!arguments[7].contains(u' ') && !arguments[7].contains(u'\n'));
+    }
+    for (const QString &file : QDir(dir.path()).entryList(QDir::Files))
+        QVERIFY2(file == u"curl" || file == u"curl.calls", qPrintable(file));
+    QVERIFY(!QFile::exists(QStringLiteral("/tmp/x")));
 }
 
 void StreamTest::picturesAreDecodedToTheShownSize()
