@@ -7,6 +7,7 @@
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QNetworkRequest>
+#include <QPointer>
 
 namespace kestrel {
 
@@ -57,8 +58,8 @@ void PiStatusMonitor::probeRound()
 {
     const quint64 loop = m_loop;
     probePrinterHost(m_curlPath, m_host, this)
-        .then(this, [this, loop](const PiReachability &result) {
-            if (loop != m_loop)
+        .then([this, self = QPointer(this), loop](const PiReachability &result) {
+            if (!self || loop != m_loop)
                 return;
             publish(result);
             m_pause.start();

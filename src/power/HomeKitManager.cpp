@@ -5,6 +5,7 @@
 #include "settings/AppSettings.h"
 
 #include <QFileInfo>
+#include <QPointer>
 
 namespace kestrel {
 
@@ -51,10 +52,11 @@ void HomeKitManager::refreshStatus()
     }
 
     setAccessoryState(HomeKitAccessoryState::checking());
-    executeShortcut(name).then(this, [this, query](const ShortcutExecutionResult &result) {
-        if (query == m_query)
-            setAccessoryState(interpretStatusResult(result));
-    });
+    executeShortcut(name).then(
+        [this, self = QPointer(this), query](const ShortcutExecutionResult &result) {
+            if (self && query == m_query)
+                setAccessoryState(interpretStatusResult(result));
+        });
 }
 
 QFuture<void> HomeKitManager::runShortcut(const QString &name)
@@ -64,8 +66,10 @@ QFuture<void> HomeKitManager::runShortcut(const QString &name)
         setActionMessage(QStringLiteral("Kein Kurzbefehls-Name eingetragen"));
         return QtFuture::makeReadyFuture();
     }
-    return executeShortcut(trimmed).then(this, [this,
-                                                trimmed](const ShortcutExecutionResult &result) {
+    return executeShortcut(trimmed).then([this, self = QPointer(this),
+                                          trimmed](const ShortcutExecutionResult &result) {
+        if (!self)
+            return;
         if (result.success) {
             setActionMessage(QStringLiteral("Kurzbefehl \"") + trimmed +
                              QStringLiteral("\" ausgefuehrt"));

@@ -205,9 +205,11 @@ void ContentView::setShowStartupInfo(bool show)
     m_startupInfo = new StartupInfoView(
         [this] {
             // The sheet stays until the shortcut has finished, whether it worked or not.
-            m_homeKitManager.runShortcut(m_settings.homeKitPowerOnSceneName()).then(this, [this] {
-                setShowStartupInfo(false);
-            });
+            m_homeKitManager.runShortcut(m_settings.homeKitPowerOnSceneName())
+                .then([self = QPointer(this)] {
+                    if (self)
+                        self->setShowStartupInfo(false);
+                });
         },
         [this] { setShowStartupInfo(false); }, this);
     // Closed by the window system (Escape, the title bar): the same as cancelling.

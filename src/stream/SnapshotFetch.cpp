@@ -5,7 +5,9 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFutureWatcher>
 #include <QImageReader>
+#include <QPointer>
 #include <QUuid>
 #include <QtConcurrent>
 
@@ -44,31 +46,47 @@ SnapshotFetch::~SnapshotFetch()
 QFuture<FetchOutcome> SnapshotFetch::start(const FetchRequest &request, QObject *owner)
 {
     auto *fetch = new SnapshotFetch(temporaryFilePath(request.temporaryFolder), owner);
-    const QString url = absoluteString(request.url);
+    fetch->m_outcome.start();
     const ProcessCommand curl{
         .program = request.curlPath,
         .arguments = {QStringLiteral("-sS"), QStringLiteral("--max-time"), QStringLiteral("5"),
                       QStringLiteral("--fail"), QStringLiteral("--http1.1"), QStringLiteral("-o"),
-                      fetch->m_path, url},
+                      fetch->m_path, absoluteString(request.url)},
     };
-    return runProcess(curl, fetch->m_transfer)
-        .then(fetch,
-              [fetch, request, url](const ProcessResult &result) -> QFuture<FetchOutcome> {
-                  if (!result.succeeded()) {
-                      fetch->deleteLater();
-                      return QtFuture::makeReadyFuture(FetchOutcome{
-                          std::nullopt, failureText(result) + QStringLiteral(": ") + url});
-                  }
-                  return QtConcurrent::run(decodeAndRemove, fetch->m_path, request.decodeSize,
-                                           request.devicePixelRatio)
-                      .then(fetch, [fetch, url](const std::optional<QImage> &image) {
-                          fetch->deleteLater();
-                          return image ? FetchOutcome{image, {}}
-                                       : FetchOutcome{std::nullopt,
-                                                      QStringLiteral("JPEG ungültig: ") + url};
-                      });
-              })
-        .unwrap();
+    // Without a context object: a run killed because its fetch is gone never calls back.
+    runProcess(curl, fetch->m_transfer)
+        .then([fetch = QPointer(fetch), request](const ProcessResult &result) {
+            if (!fetch)
+                return;
+            if (result.succeeded())
+                fetch->decode(request);
+            else
+                fetch->finish({std::nullopt, failureText(result) + QStringLiteral(": ") +
+                                                 absoluteString(request.url)});
+        });
+    return fetch->m_outcome.future();
+}
+
+// On a worker thread; the watcher brings the picture back to this thread, and goes with the
+// fetch if the fetch goes first.
+void SnapshotFetch::decode(const FetchRequest &request)
+{
+    auto *watcher = new QFutureWatcher<std::optional<QImage>>(this);
+    connect(watcher, &QFutureWatcherBase::finished, this, [this, watcher, url = request.url] {
+        const std::optional<QImage> image = watcher->result();
+        finish(image ? FetchOutcome{image, {}}
+                     : FetchOutcome{std::nullopt,
+                                    QStringLiteral("JPEG ungültig: ") + absoluteString(url)});
+    });
+    watcher->setFuture(
+        QtConcurrent::run(decodeAndRemove, m_path, request.decodeSize, request.devicePixelRatio));
+}
+
+void SnapshotFetch::finish(FetchOutcome outcome)
+{
+    m_outcome.addResult(std::move(outcome));
+    m_outcome.finish();
+    deleteLater();
 }
 
 std::optional<QImage> SnapshotFetch::decodeAndRemove(const QString &path, QSize decodeSize,

@@ -3,6 +3,7 @@
 #include <QFuture>
 #include <QImage>
 #include <QObject>
+#include <QPromise>
 #include <QSize>
 #include <QUrl>
 
@@ -46,9 +47,13 @@ public:
 
 private:
     explicit SnapshotFetch(QString path, QObject *owner);
+    void decode(const FetchRequest &request);
+    void finish(FetchOutcome outcome);
 
     const QString m_path;
     QObject *m_transfer; // owns the curl process; deleting it kills curl
+    // Finished with the outcome; cancelled, so that nobody hears of it, if the fetch goes first.
+    QPromise<FetchOutcome> m_outcome;
 };
 
 } // namespace kestrel

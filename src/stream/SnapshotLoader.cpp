@@ -3,6 +3,8 @@
 #include "settings/SnapshotUrls.h"
 #include "stream/SnapshotFetch.h"
 
+#include <QPointer>
+
 #include <algorithm>
 
 namespace kestrel {
@@ -68,17 +70,20 @@ void SnapshotLoader::fetchFrom(const QList<QUrl> &urls, qsizetype index, quint64
     }
     const FetchRequest request{m_curlPath, urls[index], m_temporaryFolder, m_decodeSize,
                                m_devicePixelRatio};
-    SnapshotFetch::start(request, this).then(this, [this, urls, index, loop](FetchOutcome outcome) {
-        if (outcome.image) {
-            m_image = std::move(*outcome.image);
-            emit imageChanged();
-            setErrorText(std::nullopt);
-            finishRound(urls, true, loop);
-        } else {
-            setErrorText(outcome.errorText);
-            fetchFrom(urls, index + 1, loop);
-        }
-    });
+    SnapshotFetch::start(request, this)
+        .then([this, self = QPointer(this), urls, index, loop](FetchOutcome outcome) {
+            if (!self)
+                return;
+            if (outcome.image) {
+                m_image = std::move(*outcome.image);
+                emit imageChanged();
+                setErrorText(std::nullopt);
+                finishRound(urls, true, loop);
+            } else {
+                setErrorText(outcome.errorText);
+                fetchFrom(urls, index + 1, loop);
+            }
+        });
 }
 
 void SnapshotLoader::finishRound(const QList<QUrl> &urls, bool gotPicture, quint64 loop)
