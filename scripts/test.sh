@@ -14,8 +14,8 @@ build_kestrel
 (cd build && ctest --output-on-failure --timeout 300 --parallel "$(nproc)")
 
 if [ -n "$sanitize" ]; then
-    cmake -S . -B build-sanitize -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKESTREL_SANITIZE=ON
-    cmake --build build-sanitize --parallel "$(nproc)"
+    cmake -S . -B build-sanitize -DCMAKE_BUILD_TYPE=Debug -DKESTREL_SANITIZE=ON
+    cmake --build build-sanitize --parallel "$(nproc)" --target kestrel_tests
     cd build-sanitize
     ASAN_OPTIONS=detect_leaks=1 LSAN_OPTIONS="suppressions=$PWD/../tests/support/lsan.supp" \
         UBSAN_OPTIONS=print_stacktrace=1 \

@@ -173,7 +173,7 @@ void FaultSoakTest::screensFollowEveryFaultAndNothingIsLost()
 
     const int stateMs = seconds * 1000 / int(states.size());
     int descriptorsBefore = 0;
-    qint64 residentBefore = 0;
+    [[maybe_unused]] qint64 residentBefore = 0;
     for (qsizetype i = 0; i < states.size(); ++i) {
         const State &state = states[i];
         host.write(QByteArray(state.name) + '\n');
@@ -199,8 +199,12 @@ void FaultSoakTest::screensFollowEveryFaultAndNothingIsLost()
              qPrintable(QStringLiteral("%1 descriptors, %2 before")
                             .arg(openDescriptors())
                             .arg(descriptorsBefore)));
+#if !defined(__SANITIZE_ADDRESS__)
+    // Under AddressSanitizer freed memory is held back on purpose (up to 256 MB) to catch use
+    // after free, so RSS says nothing there; LeakSanitizer watches for leaks in that build.
     QVERIFY2(residentKb() - residentBefore < 8 * 1024,
              qPrintable(QStringLiteral("RSS grew by %1 kB").arg(residentKb() - residentBefore)));
+#endif
     host.closeWriteChannel();
     QVERIFY(host.waitForFinished(30000));
 }
