@@ -1,0 +1,21 @@
+#!/usr/bin/env bash
+# Fuzzes the settings loader and the frame-text reader with libFuzzer for a bounded time:
+# bench/fuzz.sh [SECONDS per target] (default 60). Inputs that break a check are kept in
+# tests/fuzz-corpus/<target>/, where the test suite replays them from then on.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+source scripts/common.sh
+ensure_packages "${KESTREL_PACKAGES[@]}" clang-14 libclang-rt-14-dev
+seconds=${1:-60}
+
+cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_CXX_COMPILER=clang++-14 \
+    -DKESTREL_FUZZ=ON
+cmake --build build-fuzz --parallel "$(nproc)" --target fuzz_settings fuzz_frame_text
+for target in settings frame_text; do
+    kept=$PWD/tests/fuzz-corpus/$target
+    corpus=build-fuzz/corpus/$target
+    mkdir -p "$corpus"
+    echo "== fuzz_$target for $seconds s"
+    build-fuzz/fuzz/fuzz_$target -max_total_time="$seconds" -artifact_prefix="$kept/" \
+        -print_final_stats=1 "$corpus" "$kept"
+done

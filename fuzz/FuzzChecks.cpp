@@ -1,0 +1,52 @@
+#include "FuzzChecks.h"
+
+#include "platform/FrameText.h"
+#include "platform/MemoryKeyValueStore.h"
+#include "settings/AppSettings.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <cmath>
+
+namespace kestrel::fuzz {
+
+namespace {
+
+void require(bool condition)
+{
+    if (!condition)
+        __builtin_trap();
+}
+
+} // namespace
+
+void checkSettingsDocument(const QByteArray &bytes)
+{
+    // A file that does not parse as an object is an empty store, which the file backend's own
+    // tests cover; everything that parses is loaded as the app loads it.
+    const QJsonDocument document = QJsonDocument::fromJson(bytes);
+    MemoryKeyValueStore store(document.object().toVariantMap());
+    AppSettings settings(store);
+    for (const QString &name : settings.customCameraNames())
+        require(!name.isEmpty());
+    for (const QString &path : settings.customSnapshotPaths())
+        require(!path.isEmpty());
+    for (const CameraId id : settings.cameraPlacements().keys())
+        require(id >= 1 && id <= 3);
+    require(!settings.selectedCameraIDs().empty());
+    for (const CameraId id : settings.cameraWindowFrames().keys())
+        settings.frame(id);
+}
+
+void checkFrameText(const QByteArray &bytes)
+{
+    const QRectF read = rectFromString(QString::fromUtf8(bytes));
+    for (const qreal value : {read.x(), read.y(), read.width(), read.height()})
+        require(std::isfinite(value));
+    const QRectF again = rectFromString(stringFromRect(read));
+    require(again.x() == read.x() && again.y() == read.y() && again.width() == read.width() &&
+            again.height() == read.height());
+}
+
+} // namespace kestrel::fuzz

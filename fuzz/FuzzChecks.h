@@ -1,0 +1,15 @@
+#pragma once
+
+#include <QByteArray>
+
+// What must hold for any input at all; a violation stops the program (the fuzzer reports it as
+// a crash and keeps the input). The same checks replay the kept inputs in the test suite.
+namespace kestrel::fuzz {
+
+// Any bytes as a settings file: loading succeeds and keeps the store's rules.
+void checkSettingsDocument(const QByteArray &bytes);
+
+// Any bytes as frame text: reading never fails, and what the writer writes reads back exactly.
+void checkFrameText(const QByteArray &bytes);
+
+} // namespace kestrel::fuzz

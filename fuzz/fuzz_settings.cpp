@@ -1,0 +1,11 @@
+#include "FuzzChecks.h"
+
+#include <cstddef>
+#include <cstdint>
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    kestrel::fuzz::checkSettingsDocument(
+        QByteArray(reinterpret_cast<const char *>(data), qsizetype(size)));
+    return 0;
+}
