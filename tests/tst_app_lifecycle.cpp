@@ -43,6 +43,7 @@ class AppLifecycleTest : public QObject
 
 private slots:
     void terminationMidTransferLeavesNothingBehind();
+    void aSecondLaunchDefersToTheFirst();
 };
 
 void AppLifecycleTest::terminationMidTransferLeavesNothingBehind()
@@ -89,6 +90,45 @@ void AppLifecycleTest::terminationMidTransferLeavesNothingBehind()
     QCOMPARE(processesMentioning(temporary), 0);
     // The settings were not touched by quitting.
     QVERIFY(!QFile::exists(config + QStringLiteral("/Kestrel/settings.json.corrupt")));
+}
+
+void AppLifecycleTest::aSecondLaunchDefersToTheFirst()
+{
+    QTemporaryDir home;
+    auto launch = [&](QProcess &process, const QString &config) {
+        QDir().mkpath(config + QStringLiteral("/Kestrel"));
+        QFile settings(config + QStringLiteral("/Kestrel/settings.json"));
+        settings.open(QIODevice::WriteOnly);
+        settings.write(R"({"printerIP": "kein host", "selectedCameraIDs": [1]})");
+        settings.close();
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("XDG_CONFIG_HOME"), config);
+        environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+        process.setProcessEnvironment(environment);
+        process.start(QStringLiteral(KESTREL_BINARY), {});
+        return process.waitForStarted();
+    };
+    const QString config = home.filePath(QStringLiteral("config"));
+    QProcess first;
+    QVERIFY(launch(first, config));
+    QVERIFY(!first.waitForFinished(3000)); // up and running
+
+    QProcess second;
+    QVERIFY(launch(second, config));
+    QVERIFY(second.waitForFinished(20000));
+    QCOMPARE(second.exitCode(), 0);
+    QCOMPARE(first.state(), QProcess::Running);
+
+    // Another settings folder is another Kestrel.
+    QProcess other;
+    QVERIFY(launch(other, home.filePath(QStringLiteral("other"))));
+    QVERIFY(!other.waitForFinished(3000));
+
+    for (QProcess *process : {&first, &other}) {
+        process->terminate();
+        QVERIFY(process->waitForFinished(20000));
+        QCOMPARE(process->exitCode(), 0);
+    }
 }
 
 QTEST_GUILESS_MAIN(AppLifecycleTest)

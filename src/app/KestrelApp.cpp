@@ -51,6 +51,13 @@ void KestrelApp::addMenuCommands()
     sync->setMenuRole(QAction::NoRole);
 }
 
+void KestrelApp::bringToFront()
+{
+    m_mainWindow.showNormal();
+    m_mainWindow.raise();
+    m_mainWindow.activateWindow();
+}
+
 SettingsView *KestrelApp::settingsWindow() const
 {
     return m_settingsWindow;

@@ -30,6 +30,8 @@ public:
 
     // The single settings window: made on first use, brought to the front after that.
     void openSettings();
+    // Shows the main window in front, as when Kestrel is launched while it already runs.
+    void bringToFront();
 
     AppSettings &settings() const { return *m_settings; }
     HomeKitManager &homeKitManager() const { return *m_homeKitManager; }

@@ -1,5 +1,6 @@
 #include "app/KestrelApp.h"
 #include "platform/JsonFileKeyValueStore.h"
+#include "platform/SingleInstance.h"
 #include "platform/TerminationSignals.h"
 
 #include <QApplication>
@@ -18,8 +19,13 @@ int main(int argc, char *argv[])
     // deliberately no organisation name, so no extra folder level.
     QApplication::setApplicationName(QStringLiteral("Kestrel"));
 
+    kestrel::SingleInstance instance;
+    if (!instance.isFirst())
+        return 0;
     kestrel::quitOnTerminationSignals();
     kestrel::JsonFileKeyValueStore store(kestrel::JsonFileKeyValueStore::defaultFilePath());
     kestrel::KestrelApp kestrel(store);
+    QObject::connect(&instance, &kestrel::SingleInstance::anotherLaunch, &kestrel,
+                     &kestrel::KestrelApp::bringToFront);
     return QApplication::exec();
 }

@@ -1,0 +1,46 @@
+#include "platform/SingleInstance.h"
+
+#include <QLocalServer>
+#include <QLocalSocket>
+#include <QStandardPaths>
+
+#include <unistd.h>
+
+namespace kestrel {
+
+namespace {
+
+// Per user and per settings folder, so a throw-away settings folder (demos, tests) is a Kestrel
+// of its own.
+QString serverName()
+{
+    const QString config = QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation);
+    return QStringLiteral("kestrel-%1-%2").arg(::getuid()).arg(qHash(config), 0, 16);
+}
+
+} // namespace
+
+SingleInstance::SingleInstance(QObject *parent) : QObject(parent)
+{
+    QLocalSocket other;
+    other.connectToServer(serverName());
+    if (other.waitForConnected(1000)) {
+        other.write("show\n");
+        other.waitForBytesWritten(1000);
+        return;
+    }
+    // Nobody answers: any socket file left by a Kestrel that crashed is stale.
+    QLocalServer::removeServer(serverName());
+    m_server = new QLocalServer(this);
+    m_server->setSocketOptions(QLocalServer::UserAccessOption);
+    if (!m_server->listen(serverName()))
+        return; // Without the socket Kestrel still works; it only cannot be found.
+    connect(m_server, &QLocalServer::newConnection, this, [this] {
+        while (QLocalSocket *socket = m_server->nextPendingConnection()) {
+            connect(socket, &QLocalSocket::disconnected, socket, &QObject::deleteLater);
+            emit anotherLaunch();
+        }
+    });
+}
+
+} // namespace kestrel
