@@ -31,9 +31,12 @@ KestrelApp::KestrelApp(KeyValueStore &store, const ExternalTools &tools)
     m_mainWindow.show();
 }
 
+// Children go in the order they came, settings first; the windows, which work with all the
+// others, must go before any of them.
 KestrelApp::~KestrelApp()
 {
     delete m_settingsWindow;
+    delete m_windowCoordinator;
 }
 
 void KestrelApp::addMenuCommands()

@@ -1,5 +1,6 @@
 #include "platform/SingleInstance.h"
 
+#include <QCryptographicHash>
 #include <QLocalServer>
 #include <QLocalSocket>
 #include <QStandardPaths>
@@ -15,7 +16,9 @@ namespace {
 QString serverName()
 {
     const QString config = QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation);
-    return QStringLiteral("kestrel-%1-%2").arg(::getuid()).arg(qHash(config), 0, 16);
+    const QByteArray folder =
+        QCryptographicHash::hash(config.toUtf8(), QCryptographicHash::Sha256).toHex().left(16);
+    return QStringLiteral("kestrel-%1-%2").arg(::getuid()).arg(QString::fromLatin1(folder));
 }
 
 } // namespace
