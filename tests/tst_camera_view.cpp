@@ -1,6 +1,7 @@
 #include "CameraApp.h"
 #include "FakeTool.h"
 #include "LoopbackHttpServer.h"
+#include "Screenshots.h"
 #include "platform/ContentUnavailableView.h"
 #include "platform/LinkButton.h"
 #include "platform/StatusDot.h"
@@ -31,6 +32,7 @@ using namespace kestrel;
 using test::CameraApp;
 using test::HttpReply;
 using test::idList;
+using test::writePng;
 
 namespace {
 
@@ -59,12 +61,6 @@ QByteArray jpeg(QSize size)
     QBuffer buffer(&bytes);
     image.save(&buffer, "JPEG");
     return bytes;
-}
-
-void writePng(QWidget &widget, const QString &name)
-{
-    QDir().mkpath(QStringLiteral(KESTREL_SCREENSHOT_DIR));
-    QVERIFY(widget.grab().save(QStringLiteral(KESTREL_SCREENSHOT_DIR "/%1.png").arg(name)));
 }
 
 // No text on the card is cut off: each label is as tall as its text needs at its width.

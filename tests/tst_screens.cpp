@@ -1,6 +1,7 @@
 #include "CameraApp.h"
 #include "FakeTool.h"
 #include "LoopbackHttpServer.h"
+#include "Screenshots.h"
 #include "app/KestrelApp.h"
 #include "platform/SymbolLabel.h"
 #include "screens/ContentView.h"
@@ -24,17 +25,12 @@
 #include <chrono>
 
 using namespace kestrel;
+using test::writePng;
 using namespace std::chrono_literals;
 using test::FakeTool;
 using test::idList;
 
 namespace {
-
-void writePng(QWidget &widget, const QString &name)
-{
-    QDir().mkpath(QStringLiteral(KESTREL_SCREENSHOT_DIR));
-    QVERIFY(widget.grab().save(QStringLiteral(KESTREL_SCREENSHOT_DIR "/%1.png").arg(name)));
-}
 
 template <typename T> T *childWithText(QWidget *root, const QString &text)
 {

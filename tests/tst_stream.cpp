@@ -1,6 +1,7 @@
 #include "ChildProcesses.h"
 #include "FakeTool.h"
 #include "LoopbackHttpServer.h"
+#include "Screenshots.h"
 #include "monitor/PiStatusMonitor.h"
 #include "platform/MemoryKeyValueStore.h"
 #include "settings/AppSettings.h"
@@ -22,6 +23,7 @@
 #include <memory>
 
 using namespace kestrel;
+using test::writePng;
 using namespace std::chrono_literals;
 using test::HttpReply;
 using test::LoopbackHttpServer;
@@ -67,12 +69,6 @@ QUrl urlOf(const LoopbackHttpServer &server, const char *path)
 QString absolute(const QUrl &url)
 {
     return url.toString(QUrl::FullyEncoded);
-}
-
-void writePng(QWidget &widget, const QString &name)
-{
-    QDir().mkpath(QStringLiteral(KESTREL_SCREENSHOT_DIR));
-    QVERIFY(widget.grab().save(QStringLiteral(KESTREL_SCREENSHOT_DIR "/%1.png").arg(name)));
 }
 
 } // namespace

@@ -62,10 +62,7 @@ void CameraWindow::resizeEvent(QResizeEvent *)
 
 void CameraWindow::noticeFrameMargins()
 {
-    const QRect outer = frameGeometry();
-    const QRect inner = geometry();
-    const QMargins margins(inner.left() - outer.left(), inner.top() - outer.top(),
-                           outer.right() - inner.right(), outer.bottom() - inner.bottom());
+    const QMargins margins = screenFrames::frameMargins(this);
     if (margins == m_frameMargins)
         return;
     m_frameMargins = margins;

@@ -21,7 +21,8 @@ QRectF toQt(const QRectF &rect)
     return windowGeometry::screenToQt(rect, primaryHeight());
 }
 
-// Title bar and borders; known only once the window manager has framed the window.
+} // namespace
+
 QMargins frameMargins(const QWidget *window)
 {
     const QRect outer = window->frameGeometry();
@@ -29,8 +30,6 @@ QMargins frameMargins(const QWidget *window)
     return {inner.left() - outer.left(), inner.top() - outer.top(), outer.right() - inner.right(),
             outer.bottom() - inner.bottom()};
 }
-
-} // namespace
 
 QRectF visibleFrame()
 {

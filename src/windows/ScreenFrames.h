@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QMargins>
 #include <QPointF>
 #include <QRectF>
 
@@ -14,6 +15,8 @@ namespace kestrel::screenFrames {
 QRectF visibleFrame();
 
 QRectF frame(const QWidget *window);
+// Title bar and borders around the content; all zero until the window manager has framed it.
+QMargins frameMargins(const QWidget *window);
 void setFrameOrigin(QWidget *window, QPointF origin);
 void setFrame(QWidget *window, const QRectF &frame);
 void setContentRect(QWidget *window, const QRectF &content);
