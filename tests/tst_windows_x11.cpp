@@ -1,8 +1,10 @@
 // Camera windows on a real X server with a real window manager (Xvfb and openbox): the frames
-// the window manager draws, title bar included, must stand where the corner layout says, and the
-// EWMH hints must say "above" and "all desktops". Read back from the X server itself.
+// the window manager draws, title bar included, must stand where the corner layout says, the
+// EWMH hints must say "above" and "all desktops", and the class, role and icon must let window
+// managers and task bars know them. Read back from the X server itself.
 
 #include "CameraApp.h"
+#include "app/AppIdentity.h"
 #include "stream/SnapshotLoader.h"
 #include "stream/SnapshotStreamView.h"
 #include "windows/CameraWindow.h"
@@ -16,6 +18,7 @@
 
 #include <xcb/xcb.h>
 
+#include <algorithm>
 #include <memory>
 
 using namespace kestrel;
@@ -46,19 +49,31 @@ xcb_atom_t atom(const char *name)
     return result;
 }
 
-// The 32-bit values of a window property; empty when it is not set.
-QList<quint32> windowProperty(xcb_window_t window, const char *name)
+// The first `words` 32-bit words of a window property, in units of `format` bits; empty when it
+// is not set or has another unit.
+QByteArray rawProperty(xcb_window_t window, const char *name, int format, quint32 words = 64)
 {
     auto *reply = xcb_get_property_reply(
         connection(),
-        xcb_get_property(connection(), false, window, atom(name), XCB_ATOM_ANY, 0, 64), nullptr);
-    QList<quint32> values;
-    if (reply && reply->format == 32) {
-        const auto *data = static_cast<const quint32 *>(xcb_get_property_value(reply));
-        values = QList<quint32>(data, data + xcb_get_property_value_length(reply) / 4);
-    }
+        xcb_get_property(connection(), false, window, atom(name), XCB_ATOM_ANY, 0, words), nullptr);
+    QByteArray bytes;
+    if (reply && reply->format == format)
+        bytes = QByteArray(static_cast<const char *>(xcb_get_property_value(reply)),
+                           xcb_get_property_value_length(reply));
     free(reply);
-    return values;
+    return bytes;
+}
+
+QList<quint32> windowProperty(xcb_window_t window, const char *name, quint32 words = 64)
+{
+    const QByteArray bytes = rawProperty(window, name, 32, words);
+    const auto *data = reinterpret_cast<const quint32 *>(bytes.constData());
+    return QList<quint32>(data, data + bytes.size() / 4);
+}
+
+QByteArray windowText(xcb_window_t window, const char *name)
+{
+    return rawProperty(window, name, 8);
 }
 
 // The window manager's frame around a client: the ancestor that is a child of the root.
@@ -117,6 +132,7 @@ private slots:
     void staysOnTopAndFollowsEveryDesktop();
     void savedFrameComesBackForFree();
     void minimisedWindowFetchesNothing();
+    void windowManagersCanTellCameraWindows();
 };
 
 void WindowsX11Test::initTestCase()
@@ -125,6 +141,8 @@ void WindowsX11Test::initTestCase()
         QSKIP("needs an X display with a window manager; install xvfb and openbox");
     QTRY_VERIFY_WITH_TIMEOUT(!windowProperty(rootWindow(), "_NET_SUPPORTING_WM_CHECK").isEmpty(),
                              20000);
+    // Before the first window: X11 takes the window class from the name once, like the app does.
+    appIdentity::apply();
 }
 
 void WindowsX11Test::framesStandInTheirCorners()
@@ -226,6 +244,29 @@ void WindowsX11Test::minimisedWindowFetchesNothing()
     QTRY_VERIFY_WITH_TIMEOUT(!stream->loader().isRunning(), 20000);
     window->showNormal();
     QTRY_VERIFY_WITH_TIMEOUT(stream->loader().isRunning(), 20000);
+}
+
+void WindowsX11Test::windowManagersCanTellCameraWindows()
+{
+    CameraApp app({{QStringLiteral("selectedCameraIDs"), idList({1, 2})}});
+    auto coordinator = app.start();
+    const auto first = xcb_window_t(coordinator->window(1)->winId());
+    const auto second = xcb_window_t(coordinator->window(2)->winId());
+    QTRY_VERIFY_WITH_TIMEOUT(isFramed(coordinator->window(2)), 20000);
+
+    // The class is what the desktop entry's StartupWMClass names; the role tells cameras apart.
+    QCOMPARE(windowText(first, "WM_CLASS").split('\0').value(1), QByteArray("Kestrel"));
+    QCOMPARE(windowText(first, "WM_WINDOW_ROLE"), QByteArray("kestrel-camera-1"));
+    QCOMPARE(windowText(second, "WM_WINDOW_ROLE"), QByteArray("kestrel-camera-2"));
+    // The icon is ours only if the SVG icon engine loaded and rendered it; without it there is a
+    // stand-in icon. Ours is mostly rufous plumage. The first image: width, height, then ARGB.
+    const QList<quint32> icon = windowProperty(second, "_NET_WM_ICON", 2 + 64 * 64);
+    QVERIFY2(icon.size() > 2, "no _NET_WM_ICON");
+    const auto pixels = icon.mid(2, qsizetype(icon[0]) * icon[1]);
+    const auto rufous = std::count_if(pixels.begin(), pixels.end(), [](QRgb pixel) {
+        return qAlpha(pixel) == 255 && qRed(pixel) > 0xA0 && qBlue(pixel) < 0x60;
+    });
+    QVERIFY2(rufous > pixels.size() / 4, "the window icon is not Kestrel's");
 }
 
 QTEST_MAIN(WindowsX11Test)

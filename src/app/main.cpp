@@ -1,3 +1,4 @@
+#include "app/AppIdentity.h"
 #include "app/KestrelApp.h"
 #include "platform/JsonFileKeyValueStore.h"
 #include "platform/SingleInstance.h"
@@ -15,9 +16,7 @@ int main(int argc, char *argv[])
         qputenv("QT_QPA_PLATFORM", "xcb;wayland");
 #endif
     QApplication app(argc, argv);
-    // The application name places the settings file (~/.config/Kestrel/settings.json); there is
-    // deliberately no organisation name, so no extra folder level.
-    QApplication::setApplicationName(QStringLiteral("Kestrel"));
+    kestrel::appIdentity::apply();
 
     kestrel::SingleInstance instance;
     if (!instance.isFirst())

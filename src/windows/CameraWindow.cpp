@@ -16,6 +16,9 @@ constexpr int resizeSettleMs = 250;
 CameraWindow::CameraWindow(CameraId id) : QWidget(nullptr, Qt::Window), m_id(id)
 {
     setAttribute(Qt::WA_QuitOnClose, false); // only the main window ends the application
+    // Lets window-manager rules tell camera windows apart from the main window, and one camera
+    // from another, across restarts.
+    setWindowRole(QStringLiteral("kestrel-camera-%1").arg(id));
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     m_resizeSettled.setSingleShot(true);
