@@ -18,11 +18,14 @@ ensure_packages() {
         apt-get install -y -q --no-install-recommends "${missing[@]}"
 }
 
-# What building and running Kestrel needs: the toolchain, Qt 6, and curl, which fetches pictures.
-KESTREL_PACKAGES=(cmake g++ make qt6-base-dev qt6-svg-dev qt6-qpa-plugins libgl-dev libxcb1-dev curl)
+# What building and running Kestrel needs: the toolchain, Qt 6, rsvg-convert for the icon sizes,
+# and curl, which fetches pictures.
+KESTREL_PACKAGES=(cmake g++ make qt6-base-dev qt6-svg-dev qt6-qpa-plugins libgl-dev libxcb1-dev
+    librsvg2-bin curl)
 
-# What the tests need beyond that: a virtual display with a window manager for the window tests.
-KESTREL_TEST_PACKAGES=(xvfb xauth openbox clang-format)
+# What the tests need beyond that: a virtual display with a window manager for the window tests,
+# and the Debian packaging tools and desktop-file validators for the package test.
+KESTREL_TEST_PACKAGES=(xvfb xauth openbox clang-format dpkg-dev desktop-file-utils appstream)
 
 # Configures and builds into build/: every target, or only the ones named.
 build_kestrel() {

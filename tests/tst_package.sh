@@ -1,0 +1,106 @@
+#!/usr/bin/env bash
+# Builds the Debian packages, unpacks them into an empty root as dpkg would install them, and
+# checks what a fresh machine would get: a valid desktop entry and metainfo, the icons, Depends
+# that cover every library the binary links and every Qt plugin it loads, and a binary that
+# starts and shows the pictures of the demo printer from the second package.
+# Usage: tst_package.sh <build folder> <application id>
+set -euo pipefail
+build=$1
+app_id=$2
+
+for tool in cpack dpkg-deb dpkg-shlibdeps desktop-file-validate appstreamcli readelf; do
+    command -v "$tool" >/dev/null || { echo "SKIP: $tool is missing"; exit 77; }
+done
+
+work=$(mktemp -d)
+pids=()
+cleanup() {
+    for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
+    rm -rf "$work"
+}
+trap cleanup EXIT
+fail() { echo "FAIL: $*" >&2; exit 1; }
+
+cpack --config "$build/CPackConfig.cmake" -G DEB -B "$work/packages" >"$work/cpack.log" 2>&1 ||
+    { cat "$work/cpack.log"; fail "cpack could not build the packages"; }
+root=$work/root
+for deb in "$work"/packages/*.deb; do dpkg-deb -x "$deb" "$root"; done
+kestrel_deb=$(echo "$work"/packages/kestrel_*.deb)
+[ -x "$root/usr/bin/kestrel" ] || fail "kestrel is not in /usr/bin"
+[ -x "$root/usr/bin/kestrel-demo-printer" ] || fail "the demo printer is not in /usr/bin"
+dpkg-deb -c "$kestrel_deb" | grep -q kestrel-demo-printer &&
+    fail "the demo printer must be in its own, optional package"
+
+echo "== desktop entry, metainfo and icons"
+desktop-file-validate "$root/usr/share/applications/$app_id.desktop"
+appstreamcli validate --no-net "$root/usr/share/metainfo/$app_id.metainfo.xml"
+grep -qx "Icon=$app_id" "$root/usr/share/applications/$app_id.desktop" ||
+    fail "the desktop entry names another icon"
+[ -s "$root/usr/share/icons/hicolor/scalable/apps/$app_id.svg" ] || fail "no scalable icon"
+for size in 16 24 32 48 64 128 256 512; do
+    png=$root/usr/share/icons/hicolor/${size}x${size}/apps/$app_id.png
+    # PNG header: 8-byte signature, IHDR length and type, then width and height, big-endian.
+    read -r -a header < <(od -An -v -w24 -tu1 -N24 "$png")
+    [ "${header[1]}${header[2]}${header[3]}" = "807871" ] || fail "$png is not a PNG"
+    width=$(((header[16] << 24) | (header[17] << 16) | (header[18] << 8) | header[19]))
+    height=$(((header[20] << 24) | (header[21] << 16) | (header[22] << 8) | header[23]))
+    [ "$width.$height" = "$size.$size" ] || fail "$png is ${width}x$height, not ${size}x$size"
+done
+
+echo "== runtime dependencies"
+depends=$(dpkg-deb -f "$kestrel_deb" Depends | tr ',|' '\n\n' | sed 's/(.*//; s/[[:space:]]//g')
+echo "Depends: $(echo $depends)"
+owner() { # the package that ships a file, allowing for /lib and /usr/lib being one folder
+    local path candidates
+    for path in "$@"; do
+        candidates+=("$path" "$(realpath "$path")" "${path#/usr}" "/usr${path#/usr}")
+    done
+    for path in "${candidates[@]}"; do
+        dpkg -S "$path" 2>/dev/null | head -n1 | cut -d: -f1 && return 0
+    done
+    fail "no package ships $*"
+}
+require_dependency() { # $1: package, $2: why it is needed
+    grep -qx "$1" <<<"$depends" || fail "Depends lacks $1, which provides $2"
+}
+ldd "$root/usr/bin/kestrel" >"$work/ldd.txt"
+grep 'not found' "$work/ldd.txt" && fail "libraries do not resolve"
+for library in $(readelf -d "$root/usr/bin/kestrel" | sed -n 's/.*Shared library: \[\(.*\)\]/\1/p'); do
+    path=$(awk -v lib="$library" '$1 == lib { print $3 }' "$work/ldd.txt")
+    require_dependency "$(owner "$path")" "$library"
+done
+for plugin in platforms/libqxcb.so platforms/libqoffscreen.so imageformats/libqjpeg.so \
+    iconengines/libqsvgicon.so; do
+    require_dependency "$(dpkg -S "*/qt6/plugins/$plugin" | head -n1 | cut -d: -f1)" "$plugin"
+done
+require_dependency "$(owner /usr/bin/curl)" /usr/bin/curl
+
+echo "== the unpacked binary against the unpacked demo printer"
+"$root/usr/bin/kestrel-demo-printer" --port 0 >"$work/printer.log" &
+pids+=($!)
+for _ in $(seq 300); do
+    address=$(grep -o '127\.0\.0\.1:[0-9]*' "$work/printer.log") && break
+    sleep 0.1
+done
+[ -n "${address:-}" ] || fail "the demo printer did not start"
+mkdir -p "$work/config/Kestrel"
+printf '{"printerIP": "%s", "selectedCameraIDs": [1, 2, 3]}\n' "$address" \
+    >"$work/config/Kestrel/settings.json"
+QT_QPA_PLATFORM=offscreen XDG_CONFIG_HOME="$work/config" \
+    QT_LOGGING_RULES="kestrel.pictures.debug=true" \
+    "$root/usr/bin/kestrel" 2>"$work/kestrel.log" &
+kestrel=$!
+pids+=($kestrel)
+cameras=0
+for _ in $(seq 300); do
+    cameras=$({ grep -o "http://$address/[^ ]*" "$work/kestrel.log" || true; } | sort -u | wc -l)
+    [ "$cameras" -ge 3 ] && break
+    kill -0 "$kestrel" 2>/dev/null || { cat "$work/kestrel.log"; fail "kestrel ended early"; }
+    sleep 0.1
+done
+[ "$cameras" -ge 3 ] || { cat "$work/kestrel.log"; fail "only $cameras of 3 cameras showed a picture"; }
+kill -TERM "$kestrel"
+status=0
+wait "$kestrel" || status=$?
+[ "$status" -eq 0 ] || fail "kestrel ended with status $status on SIGTERM"
+echo "PASS: pictures from all 3 cameras, clean exit"
