@@ -2,6 +2,7 @@
 #include "FakeTool.h"
 #include "LoopbackHttpServer.h"
 #include "Screenshots.h"
+#include "TestPictures.h"
 #include "platform/ContentUnavailableView.h"
 #include "platform/LinkButton.h"
 #include "platform/StatusDot.h"
@@ -13,14 +14,11 @@
 #include "stream/SnapshotStreamView.h"
 #include "windows/CameraWindow.h"
 
-#include <QBuffer>
 #include <QDesktopServices>
 #include <QDir>
-#include <QImage>
 #include <QLabel>
 #include <QMenu>
 #include <QMessageBox>
-#include <QPainter>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -47,21 +45,6 @@ public:
 public slots:
     void open(const QUrl &url) { opened << url; }
 };
-
-QByteArray jpeg(QSize size)
-{
-    QImage image(size, QImage::Format_RGB32);
-    image.fill(QColor(70, 110, 160));
-    QPainter painter(&image);
-    painter.fillRect(
-        QRect(size.width() / 4, size.height() / 2, size.width() / 2, size.height() / 3),
-        QColor(200, 200, 205));
-    painter.end();
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    image.save(&buffer, "JPEG");
-    return bytes;
-}
 
 // No text on the card is cut off: each label is as tall as its text needs at its width.
 bool cardFits(const SnapshotErrorCard *card)
@@ -273,14 +256,10 @@ void CameraViewTest::rendersInEveryState()
     test::LoopbackHttpServer printer;
     printer.setHandler([](const test::HttpRequest &request) {
         return request.path == "/webcam/?action=snapshot"
-                   ? HttpReply::content("image/jpeg", jpeg({1280, 960}))
+                   ? HttpReply::content("image/jpeg", test::testJpeg({1280, 960}))
                    : HttpReply::status("HTTP/1.1 404 Not Found");
     });
-    quint16 closedPort = 0;
-    {
-        test::LoopbackHttpServer gone;
-        closedPort = gone.port();
-    }
+    const QString closedAddress = test::LoopbackHttpServer::closedAddress();
     QVariantMap stored = noWindows;
     stored.insert(QStringLiteral("printerIP"), printer.address());
     CameraApp app(stored);
@@ -307,8 +286,8 @@ void CameraViewTest::rendersInEveryState()
     }
 
     // The monitor takes an address one change late: the second change brings the first in.
-    app.settings.setPrinterIP(QStringLiteral("127.0.0.1:%1").arg(closedPort));
-    app.settings.setPrinterIP(QStringLiteral("127.0.0.1:%1/").arg(closedPort));
+    app.settings.setPrinterIP(closedAddress);
+    app.settings.setPrinterIP(closedAddress + u'/');
     QTRY_VERIFY_WITH_TIMEOUT(app.monitor.reachability().isUnreachable(), 20000);
     CameraWindowView offline(cameraCatalogue()[2], environment);
     offline.resize(436, 296);

@@ -124,12 +124,8 @@ void MonitorTest::verdictFollowsTheHostsAnswer()
 
 void MonitorTest::refusedAndSilentHostsGiveCurlsOwnText()
 {
-    quint16 closedPort = 0;
-    {
-        LoopbackHttpServer gone;
-        closedPort = gone.port();
-    }
-    Fixture refused(QStringLiteral("127.0.0.1:%1").arg(closedPort));
+    const QString closedAddress = test::LoopbackHttpServer::closedAddress();
+    Fixture refused(closedAddress);
     PiStatusMonitor refusedMonitor(refused.settings, nullptr, 60s);
     const PiReachability refusal = firstVerdict(refusedMonitor);
     QVERIFY2(refusal.reason().startsWith(u"curl: (7) Failed to connect to 127.0.0.1"),

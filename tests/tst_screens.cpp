@@ -137,11 +137,7 @@ void ScreensTest::settingsChangesShowAtOnceInTheMainWindow()
 
 void ScreensTest::promptOnAppearAndOnNewReasons()
 {
-    quint16 closedPort = 0;
-    {
-        test::LoopbackHttpServer gone;
-        closedPort = gone.port();
-    }
+    const QString closedAddress = test::LoopbackHttpServer::closedAddress();
     test::CameraApp app({{QStringLiteral("selectedCameraIDs"), idList({99})}});
     PiStatusMonitor monitor(app.settings, nullptr, 30ms); // re-publishes the same reason often
     QTRY_VERIFY(monitor.reachability().isUnreachable());
@@ -160,8 +156,8 @@ void ScreensTest::promptOnAppearAndOnNewReasons()
     QTRY_VERIFY(published.count() >= 3);
     QVERIFY(!view.showsStartupInfo());
     // ... a new reason brings it back (the monitor takes an address one change late).
-    app.settings.setPrinterIP(QStringLiteral("127.0.0.1:%1").arg(closedPort));
-    app.settings.setPrinterIP(QStringLiteral("127.0.0.1:%1/").arg(closedPort));
+    app.settings.setPrinterIP(closedAddress);
+    app.settings.setPrinterIP(closedAddress + u'/');
     QTRY_VERIFY_WITH_TIMEOUT(monitor.reachability().reason().startsWith(u"curl: (7)"), 20000);
     QVERIFY(view.showsStartupInfo());
 }

@@ -2,6 +2,7 @@
 #include "FakeTool.h"
 #include "LoopbackHttpServer.h"
 #include "Screenshots.h"
+#include "TestPictures.h"
 #include "monitor/PiStatusMonitor.h"
 #include "platform/MemoryKeyValueStore.h"
 #include "settings/AppSettings.h"
@@ -10,12 +11,9 @@
 #include "stream/SnapshotLoader.h"
 #include "stream/SnapshotStreamView.h"
 
-#include <QBuffer>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QImage>
-#include <QLinearGradient>
-#include <QPainter>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -30,33 +28,16 @@ using test::LoopbackHttpServer;
 
 namespace {
 
-// A camera-like test picture: a red-to-blue gradient with a white bar, as JPEG.
-QByteArray jpeg(QSize size)
-{
-    QImage image(size, QImage::Format_RGB32);
-    QPainter painter(&image);
-    QLinearGradient gradient(0, 0, size.width(), 0);
-    gradient.setColorAt(0, QColor(200, 30, 30));
-    gradient.setColorAt(1, QColor(30, 30, 200));
-    painter.fillRect(image.rect(), gradient);
-    painter.fillRect(QRect(0, size.height() / 2 - 10, size.width(), 20), Qt::white);
-    painter.end();
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    image.save(&buffer, "JPEG", 85);
-    return bytes;
-}
-
 HttpReply jpegReply(QSize size = {640, 480})
 {
-    return HttpReply::content("image/jpeg", jpeg(size));
+    return HttpReply::content("image/jpeg", test::testJpeg(size));
 }
 
 // Sends the start of a picture, then nothing more: curl has written part of its file.
 HttpReply stallingMidPicture()
 {
     return {.contentType = "image/jpeg",
-            .body = jpeg({64, 48}).left(200),
+            .body = test::testJpeg({64, 48}).left(200),
             .declaredLength = 100000,
             .stallAfterBody = true};
 }
@@ -168,7 +149,7 @@ void StreamTest::failuresBecomeTextsWithTheUrl_data()
     QTest::newRow("empty body") << HttpReply::content("image/jpeg", {})
                                 << QStringLiteral("JPEG ungültig: ");
     QTest::newRow("cut short") << HttpReply{.contentType = "image/jpeg",
-                                            .body = jpeg({64, 48}).left(100),
+                                            .body = test::testJpeg({64, 48}).left(100),
                                             .declaredLength = 5000}
                                << QStringLiteral("curl: (18) transfer closed with 4900 bytes "
                                                  "remaining to read: ");

@@ -23,6 +23,11 @@ quint16 LoopbackHttpServer::port() const
     return m_port;
 }
 
+QString LoopbackHttpServer::closedAddress()
+{
+    return LoopbackHttpServer().address();
+}
+
 void LoopbackHttpServer::setListening(bool listening)
 {
     if (!listening)

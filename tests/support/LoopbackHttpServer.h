@@ -63,6 +63,9 @@ public:
     quint16 port() const;
     // "127.0.0.1:<port>", the form a printer address takes.
     QString address() const;
+    // The address of a port that was just given up, so nothing listens there: a host that
+    // refuses connections.
+    static QString closedAddress();
 
     // Stops or starts taking connections on the same port: a host whose port is closed.
     void setListening(bool listening);

@@ -4,11 +4,9 @@
 // It runs as a process of its own so that its buffers never count as Kestrel's memory.
 
 #include "LoopbackHttpServer.h"
+#include "TestPictures.h"
 
-#include <QBuffer>
 #include <QGuiApplication>
-#include <QImage>
-#include <QPainter>
 #include <QRandomGenerator>
 #include <QSocketNotifier>
 
@@ -22,11 +20,7 @@ int main(int argc, char *argv[])
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QGuiApplication app(argc, argv);
 
-    QImage image(640, 480, QImage::Format_RGB32);
-    image.fill(QColor(60, 90, 120));
-    QByteArray jpeg;
-    QBuffer buffer(&jpeg);
-    image.save(&buffer, "JPEG");
+    const QByteArray jpeg = kestrel::test::testJpeg();
     QByteArray random(200 * 1024, Qt::Uninitialized);
     QRandomGenerator(7).fillRange(reinterpret_cast<quint32 *>(random.data()), random.size() / 4);
     const QByteArray huge(70 << 20, '\xff'); // over any camera picture's size
