@@ -1,6 +1,7 @@
 # Makes the kestrel target a macOS application bundle: Info.plist with the bundle identifier, an
 # icon set rendered from the SVG, and a real Dock app (LSUIElement off), since the main window
 # and its menu are how people reach the settings. Included from the folder that defines kestrel.
+# Needs rsvg-convert (Homebrew's librsvg) besides Xcode's iconutil.
 include(${PROJECT_SOURCE_DIR}/packaging/KestrelIcon.cmake)
 find_program(ICONUTIL iconutil REQUIRED)
 

@@ -1,6 +1,7 @@
 #include "app/AppIdentity.h"
 
 #include <QGuiApplication>
+#include <QIcon>
 
 namespace kestrel::appIdentity {
 
@@ -11,12 +12,7 @@ void apply()
     // Wayland's app id and the window-to-launcher match of task bars; the installed entry,
     // icon and metainfo all carry this name.
     QGuiApplication::setDesktopFileName(QStringLiteral(KESTREL_APP_ID));
-    QGuiApplication::setWindowIcon(icon());
-}
-
-QIcon icon()
-{
-    return QIcon(QStringLiteral(":/icons/kestrel.svg"));
+    QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/icons/kestrel.svg")));
 }
 
 } // namespace kestrel::appIdentity
