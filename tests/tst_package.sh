@@ -48,17 +48,15 @@ for size in 16 24 32 48 64 128 256 512; do
 done
 
 echo "== runtime dependencies"
-depends=$(dpkg-deb -f "$kestrel_deb" Depends | tr ',|' '\n\n' | sed 's/(.*//; s/[[:space:]]//g')
-echo "Depends: $(echo $depends)"
+# One package name per line; alternatives ("a | b") count as if each were named.
+depends=$(dpkg-deb -f "$kestrel_deb" Depends | tr ',|' '\n' | sed 's/(.*//; s/[[:space:]]//g')
+echo "Depends: $(paste -sd' ' <<<"$depends")"
 owner() { # the package that ships a file, allowing for /lib and /usr/lib being one folder
-    local path candidates
-    for path in "$@"; do
-        candidates+=("$path" "$(realpath "$path")" "${path#/usr}" "/usr${path#/usr}")
-    done
-    for path in "${candidates[@]}"; do
+    local path
+    for path in "$1" "$(realpath "$1")" "${1#/usr}" "/usr${1#/usr}"; do
         dpkg -S "$path" 2>/dev/null | head -n1 | cut -d: -f1 && return 0
     done
-    fail "no package ships $*"
+    fail "no package ships $1"
 }
 require_dependency() { # $1: package, $2: why it is needed
     grep -qx "$1" <<<"$depends" || fail "Depends lacks $1, which provides $2"
@@ -90,7 +88,7 @@ QT_QPA_PLATFORM=offscreen XDG_CONFIG_HOME="$work/config" \
     QT_LOGGING_RULES="kestrel.pictures.debug=true" \
     "$root/usr/bin/kestrel" 2>"$work/kestrel.log" &
 kestrel=$!
-pids+=($kestrel)
+pids+=("$kestrel")
 cameras=0
 for _ in $(seq 300); do
     cameras=$({ grep -o "http://$address/[^ ]*" "$work/kestrel.log" || true; } | sort -u | wc -l)
