@@ -1,4 +1,5 @@
-# Sourced by the scripts in this folder: installs missing Debian packages and builds.
+# Sourced by the scripts in this folder and the package test: installs missing Debian packages,
+# builds, and starts the demo printer.
 # Works as root, or through sudo for an ordinary user.
 ensure_packages() {
     local missing=()
@@ -33,4 +34,27 @@ build_kestrel() {
     local targets=()
     [ $# -eq 0 ] || targets=(--target "$@")
     cmake --build build --parallel "$(nproc)" "${targets[@]}"
+}
+
+# Starts a demo printer on a free port of 127.0.0.1 and writes a throw-away settings folder,
+# <work>/config, that points Kestrel at it with all three cameras selected.
+# Usage: start_demo_printer <work folder> <extra JSON members, or ""> <binary> [its arguments]
+# Sets printer_pid and printer_address; fails, showing the printer's log, if no address comes.
+start_demo_printer() {
+    local work=$1 extra=$2 binary=$3
+    shift 3
+    "$binary" --port 0 "$@" >"$work/printer.log" 2>&1 &
+    printer_pid=$!
+    for _ in $(seq 300); do
+        if printer_address=$(grep -o '127\.0\.0\.1:[0-9]*' "$work/printer.log"); then
+            mkdir -p "$work/config/Kestrel"
+            printf '{"printerIP": "%s", "selectedCameraIDs": [1, 2, 3]%s}\n' \
+                "$printer_address" "${extra:+, $extra}" >"$work/config/Kestrel/settings.json"
+            return 0
+        fi
+        kill -0 "$printer_pid" 2>/dev/null || break
+        sleep 0.1
+    done
+    cat "$work/printer.log" >&2
+    return 1
 }

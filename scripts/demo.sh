@@ -12,15 +12,6 @@ build_kestrel kestrel kestrel-demo-printer
 work=$(mktemp -d)
 printer_pid=
 trap '[ -n "$printer_pid" ] && kill "$printer_pid" 2>/dev/null; rm -rf "$work"' EXIT
-build/tools/demo-printer/kestrel-demo-printer --port 0 "$@" > "$work/printer.log" &
-printer_pid=$!
-until address=$(grep -o '127\.0\.0\.1:[0-9]*' "$work/printer.log"); do
-    kill -0 "$printer_pid" 2>/dev/null || { cat "$work/printer.log"; exit 1; }
-    sleep 0.1
-done
-echo "Demo printer at http://$address/"
-
-mkdir -p "$work/config/Kestrel"
-printf '{"printerIP": "%s", "selectedCameraIDs": [1, 2, 3]}\n' "$address" \
-    > "$work/config/Kestrel/settings.json"
+start_demo_printer "$work" "" build/tools/demo-printer/kestrel-demo-printer "$@"
+echo "Demo printer at http://$printer_address/"
 XDG_CONFIG_HOME="$work/config" build/src/kestrel

@@ -23,12 +23,8 @@ export DISPLAY=":$(cat "$work/display")"
 openbox --sm-disable >/dev/null 2>&1 &
 pids+=($!)
 
-build/tools/demo-printer/kestrel-demo-printer --port 0 > "$work/printer.log" 2>&1 &
-pids+=($!)
-until address=$(grep -o '127\.0\.0\.1:[0-9]*' "$work/printer.log"); do sleep 0.1; done
-mkdir -p "$work/config/Kestrel"
-printf '{"printerIP": "%s", "selectedCameraIDs": [1, 2, 3], "alwaysOnTop": false}\n' "$address" \
-    > "$work/config/Kestrel/settings.json"
+start_demo_printer "$work" '"alwaysOnTop": false' build/tools/demo-printer/kestrel-demo-printer
+pids+=("$printer_pid")
 XDG_CONFIG_HOME="$work/config" build/src/kestrel >/dev/null 2>&1 &
 pids+=($!)
 

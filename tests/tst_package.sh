@@ -5,6 +5,7 @@
 # starts and shows the pictures of the demo printer from the second package.
 # Usage: tst_package.sh <build folder> <application id>
 set -euo pipefail
+source "$(dirname "$0")/../scripts/common.sh"
 build=$1
 app_id=$2
 
@@ -74,16 +75,9 @@ done
 require_dependency "$(owner /usr/bin/curl)" /usr/bin/curl
 
 echo "== the unpacked binary against the unpacked demo printer"
-"$root/usr/bin/kestrel-demo-printer" --port 0 >"$work/printer.log" &
-pids+=($!)
-for _ in $(seq 300); do
-    address=$(grep -o '127\.0\.0\.1:[0-9]*' "$work/printer.log") && break
-    sleep 0.1
-done
-[ -n "${address:-}" ] || fail "the demo printer did not start"
-mkdir -p "$work/config/Kestrel"
-printf '{"printerIP": "%s", "selectedCameraIDs": [1, 2, 3]}\n' "$address" \
-    >"$work/config/Kestrel/settings.json"
+start_demo_printer "$work" "" "$root/usr/bin/kestrel-demo-printer" ||
+    fail "the demo printer did not start"
+pids+=("$printer_pid")
 QT_QPA_PLATFORM=offscreen XDG_CONFIG_HOME="$work/config" \
     QT_LOGGING_RULES="kestrel.pictures.debug=true" \
     "$root/usr/bin/kestrel" 2>"$work/kestrel.log" &
@@ -91,7 +85,7 @@ kestrel=$!
 pids+=("$kestrel")
 cameras=0
 for _ in $(seq 300); do
-    cameras=$({ grep -o "http://$address/[^ ]*" "$work/kestrel.log" || true; } | sort -u | wc -l)
+    cameras=$({ grep -o "http://$printer_address/[^ ]*" "$work/kestrel.log" || true; } | sort -u | wc -l)
     [ "$cameras" -ge 3 ] && break
     kill -0 "$kestrel" 2>/dev/null || { cat "$work/kestrel.log"; fail "kestrel ended early"; }
     sleep 0.1
