@@ -25,8 +25,10 @@ KESTREL_PACKAGES=(cmake g++ make qt6-base-dev qt6-svg-dev qt6-qpa-plugins libgl-
     librsvg2-bin curl)
 
 # What the tests need beyond that: a virtual display with a window manager for the window tests,
-# and the Debian packaging tools and desktop-file validators for the package test.
-KESTREL_TEST_PACKAGES=(xvfb xauth openbox clang-format dpkg-dev desktop-file-utils appstream)
+# xdotool to drive it as a user does, and the Debian packaging tools and desktop-file validators
+# for the package test.
+KESTREL_TEST_PACKAGES=(xvfb xauth openbox xdotool clang-format dpkg-dev desktop-file-utils
+    appstream)
 
 # Configures and builds into build/: every target, or only the ones named.
 build_kestrel() {

@@ -1,5 +1,6 @@
-// The real kestrel binary, ended the way a session ends it: SIGTERM in the middle of a
-// transfer. It must quit in order, leaving no curl running and no picture file behind.
+// The real kestrel binary, ended every way a user or a session ends it. It must quit in order,
+// leaving no curl running and no picture file behind, and keep the user's camera windows for
+// the next start.
 
 #include "LoopbackHttpServer.h"
 
@@ -10,10 +11,16 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
+#include <QSignalSpy>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <csignal>
+
 using kestrel::test::HttpReply;
+using kestrel::test::LoopbackHttpServer;
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -35,6 +42,42 @@ QStringList pictureFiles(const QString &folder)
     return QDir(folder).entryList({QStringLiteral("kestrel-*")}, QDir::Files);
 }
 
+QJsonObject readSettings(const QString &config)
+{
+    QFile file(config + QStringLiteral("/Kestrel/settings.json"));
+    return file.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(file.readAll()).object()
+                                          : QJsonObject();
+}
+
+// Drives the desktop as a user does, through xdotool and the window manager.
+bool xdotool(const QStringList &arguments)
+{
+    QProcess xdotool;
+    QSignalSpy finished(&xdotool, &QProcess::finished);
+    xdotool.start(u"xdotool"_s, arguments);
+    // Waits in the event loop: a loopback printer of the test's own must go on answering.
+    return finished.wait(20000) && xdotool.exitCode() == 0;
+}
+
+bool windowShown(const QString &title)
+{
+    return xdotool({u"search"_s, u"--onlyvisible"_s, u"--name"_s, title});
+}
+
+// Presses `keys` in the window whose title matches `title` until it is gone. Kestrel may still
+// be raising its own windows when the test starts, so a press that went elsewhere is repeated.
+bool closeWithKeys(const QString &title, const QString &keys)
+{
+    for (int attempt = 0; attempt < 10; ++attempt) {
+        if (xdotool({u"search"_s, u"--onlyvisible"_s, u"--name"_s, title, u"windowactivate"_s,
+                     u"windowfocus"_s, u"--sync"_s}))
+            xdotool({u"key"_s, keys});
+        if (QTest::qWaitFor([&] { return !windowShown(title); }, 2000))
+            return true;
+    }
+    return false;
+}
+
 } // namespace
 
 class AppLifecycleTest : public QObject
@@ -43,6 +86,8 @@ class AppLifecycleTest : public QObject
 
 private slots:
     void terminationMidTransferLeavesNothingBehind();
+    void endingKestrelKeepsTheSelection_data();
+    void endingKestrelKeepsTheSelection();
     void aSecondLaunchDefersToTheFirst();
 };
 
@@ -90,6 +135,67 @@ void AppLifecycleTest::terminationMidTransferLeavesNothingBehind()
     QCOMPARE(processesMentioning(temporary), 0);
     // The settings were not touched by quitting.
     QVERIFY(!QFile::exists(config + QStringLiteral("/Kestrel/settings.json.corrupt")));
+}
+
+void AppLifecycleTest::endingKestrelKeepsTheSelection_data()
+{
+    QTest::addColumn<QString>("keys"); // pressed in `window`, if any
+    QTest::addColumn<QString>("window");
+    QTest::addColumn<int>("signal"); // sent afterwards, if any
+    QTest::addColumn<QJsonArray>("selectedAfterwards");
+    const QJsonArray both{2, 3};
+    QTest::newRow("SIGTERM") << QString() << QString() << SIGTERM << both;
+    QTest::newRow("SIGINT") << QString() << QString() << SIGINT << both;
+    QTest::newRow("main window closed") << u"alt+F4"_s << u"^Kestrel$"_s << 0 << both;
+    QTest::newRow("Ctrl+Q") << u"ctrl+q"_s << u"^Kestrel$"_s << 0 << both;
+    // Only a user's close of one camera window gives up that camera.
+    QTest::newRow("camera window closed") << u"alt+F4"_s << u"Filamentcam"_s << SIGTERM
+                                          << QJsonArray{2};
+}
+
+void AppLifecycleTest::endingKestrelKeepsTheSelection()
+{
+    QFETCH(QString, keys);
+    QFETCH(QString, window);
+    QFETCH(int, signal);
+    QFETCH(QJsonArray, selectedAfterwards);
+    if (qEnvironmentVariableIsEmpty("DISPLAY") ||
+        QStandardPaths::findExecutable(u"xdotool"_s).isEmpty())
+        QSKIP("needs an X display with a window manager, and xdotool");
+
+    // A host that answers, so that no start-up prompt stands in the way.
+    LoopbackHttpServer printer;
+    QTemporaryDir home;
+    const QString config = home.filePath(u"config"_s);
+    QVERIFY(QDir().mkpath(config + u"/Kestrel"_s));
+    QFile settings(config + u"/Kestrel/settings.json"_s);
+    QVERIFY(settings.open(QIODevice::WriteOnly));
+    settings.write(QJsonDocument(QJsonObject{{u"printerIP"_s, printer.address()},
+                                     {u"selectedCameraIDs"_s, QJsonArray{2, 3}}})
+                       .toJson());
+    settings.close();
+
+    QProcess kestrel;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(u"XDG_CONFIG_HOME"_s, config);
+    environment.remove(u"QT_QPA_PLATFORM"_s); // real windows on the X display
+    kestrel.setProcessEnvironment(environment);
+    kestrel.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    kestrel.start(QStringLiteral(KESTREL_BINARY), {});
+    QVERIFY(kestrel.waitForStarted());
+    QTRY_VERIFY_WITH_TIMEOUT(windowShown(u"Filamentcam"_s), 20000); // everything is up
+
+    if (!keys.isEmpty())
+        QVERIFY(closeWithKeys(window, keys));
+    const auto selected = [&] {
+        return readSettings(config).value(u"selectedCameraIDs"_s).toArray();
+    };
+    QTRY_COMPARE_WITH_TIMEOUT(selected(), selectedAfterwards, 20000);
+    if (signal != 0)
+        ::kill(pid_t(kestrel.processId()), signal);
+    QTRY_COMPARE_WITH_TIMEOUT(kestrel.state(), QProcess::NotRunning, 20000);
+    QCOMPARE(kestrel.exitCode(), 0);
+    QCOMPARE(selected(), selectedAfterwards);
 }
 
 void AppLifecycleTest::aSecondLaunchDefersToTheFirst()

@@ -9,6 +9,7 @@
 #include "windows/WindowCoordinator.h"
 
 #include <QAction>
+#include <QApplication>
 #include <QMenuBar>
 
 namespace kestrel {
@@ -26,6 +27,13 @@ KestrelApp::KestrelApp(KeyValueStore &store, const ExternalTools &tools)
     m_mainWindow.setWindowTitle(QStringLiteral("Kestrel"));
     m_mainWindow.setCentralWidget(m_contentView);
     addMenuCommands();
+    // However Kestrel ends ("Beenden", Ctrl+Q, the main window's close, a signal, the end of
+    // the desktop session), Qt first closes every window. A camera window's close would then
+    // read as the user's and deselect its camera, so the windows are closed as the program's
+    // own closes first, and the next start opens them all again.
+    qApp->installEventFilter(this);
+    connect(qApp, &QGuiApplication::commitDataRequest, this,
+            &KestrelApp::closeCameraWindowsForQuit);
     if (EventLoopProbe::wanted())
         new EventLoopProbe(this);
     m_mainWindow.show();
@@ -52,6 +60,22 @@ void KestrelApp::addMenuCommands()
     QAction *sync = menu->addAction(tr("Kamerafenster synchronisieren"), m_windowCoordinator,
                                     &WindowCoordinator::syncWindows);
     sync->setMenuRole(QAction::NoRole);
+    QAction *quit = menu->addAction(tr("Beenden"), qApp, &QCoreApplication::quit);
+    quit->setMenuRole(QAction::QuitRole);
+    quit->setShortcut(QKeySequence::Quit);
+    quit->setShortcutContext(Qt::ApplicationShortcut);
+}
+
+bool KestrelApp::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == qApp && event->type() == QEvent::Quit)
+        closeCameraWindowsForQuit();
+    return false;
+}
+
+void KestrelApp::closeCameraWindowsForQuit()
+{
+    m_windowCoordinator->closeAllWindows();
 }
 
 void KestrelApp::bringToFront()

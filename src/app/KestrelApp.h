@@ -41,8 +41,12 @@ public:
     ContentView &contentView() const { return *m_contentView; }
     SettingsView *settingsWindow() const;
 
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
 private:
     void addMenuCommands();
+    void closeCameraWindowsForQuit();
 
     AppSettings *m_settings;
     HomeKitManager *m_homeKitManager;
