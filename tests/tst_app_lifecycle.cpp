@@ -149,8 +149,8 @@ void AppLifecycleTest::endingKestrelKeepsTheSelection_data()
     QTest::newRow("main window closed") << u"alt+F4"_s << u"^Kestrel$"_s << 0 << both;
     QTest::newRow("Ctrl+Q") << u"ctrl+q"_s << u"^Kestrel$"_s << 0 << both;
     // Only a user's close of one camera window gives up that camera.
-    QTest::newRow("camera window closed") << u"alt+F4"_s << u"Filamentcam"_s << SIGTERM
-                                          << QJsonArray{2};
+    QTest::newRow("camera window closed")
+        << u"alt+F4"_s << u"Filamentcam"_s << SIGTERM << QJsonArray{2};
 }
 
 void AppLifecycleTest::endingKestrelKeepsTheSelection()
@@ -171,7 +171,7 @@ void AppLifecycleTest::endingKestrelKeepsTheSelection()
     QFile settings(config + u"/Kestrel/settings.json"_s);
     QVERIFY(settings.open(QIODevice::WriteOnly));
     settings.write(QJsonDocument(QJsonObject{{u"printerIP"_s, printer.address()},
-                                     {u"selectedCameraIDs"_s, QJsonArray{2, 3}}})
+                                             {u"selectedCameraIDs"_s, QJsonArray{2, 3}}})
                        .toJson());
     settings.close();
 

@@ -153,6 +153,11 @@ void StreamTest::failuresBecomeTextsWithTheUrl_data()
                                             .declaredLength = 5000}
                                << QStringLiteral("curl: (18) transfer closed with 4900 bytes "
                                                  "remaining to read: ");
+    // Whole as far as HTTP goes, but the picture stops in the middle.
+    const QByteArray jpeg = test::testJpeg();
+    QTest::newRow("picture cut short")
+        << HttpReply::content("image/jpeg", jpeg.left(jpeg.size() / 2))
+        << QStringLiteral("JPEG ungültig: ");
     // Over 64 MB is no camera picture: counted as not one, without reading a byte of it.
     QTest::newRow("70 MB body") << HttpReply::content("image/jpeg", QByteArray(70 << 20, '\xff'))
                                 << QStringLiteral("JPEG ungültig: ");

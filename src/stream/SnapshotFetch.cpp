@@ -22,6 +22,20 @@ QString temporaryFilePath(const QString &folder)
                                  QStringLiteral(".jpg"));
 }
 
+// Qt's JPEG reader only warns about a picture that was cut short and fills the missing part
+// with grey. A whole JPEG ends in its end-of-image marker; some cameras pad after it.
+bool endsWithEndOfImage(QIODevice &file)
+{
+    constexpr qint64 tailSize = 64;
+    const qint64 start = std::max<qint64>(file.size() - tailSize, 0);
+    if (!file.seek(start))
+        return false;
+    QByteArrayView tail = file.read(tailSize);
+    while (!tail.isEmpty() && (tail.back() == '\0' || QChar::isSpace(uchar(tail.back()))))
+        tail.chop(1);
+    return file.seek(0) && tail.endsWith("\xff\xd9");
+}
+
 QString failureText(const ProcessResult &result)
 {
     if (!result.launched)
@@ -101,6 +115,8 @@ std::optional<QImage> SnapshotFetch::decodeAndRemove(const QString &path, QSize 
         return std::nullopt;
 
     QImageReader reader(&file);
+    if (reader.format() == "jpeg" && !endsWithEndOfImage(file))
+        return std::nullopt;
     const QSize sourceSize = reader.size();
     if (decodeSize.isValid() && sourceSize.isValid()) {
         // The JPEG decoder scales while it decodes, which is far cheaper than decoding the full
