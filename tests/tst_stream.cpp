@@ -532,11 +532,13 @@ void StreamTest::viewFetchesOnlyWhileShownAndRateAloneKeepsTheLoop()
     view.setSnapshotURLs({urlOf(camera, "/a")});
     QVERIFY(view.loader().errorText().has_value());
 
+    // Minimised and shown again: the error stays in view until the next round has news.
     view.hide();
     QVERIFY(!view.loader().isRunning());
     view.show();
     QVERIFY(view.loader().isRunning());
     QCOMPARE(view.loader().currentURLs(), QList<QUrl>{urlOf(camera, "/a")});
+    QVERIFY(view.findChild<SnapshotErrorCard *>()->isVisible());
     view.hide();
 }
 

@@ -31,6 +31,11 @@ void SnapshotLoader::start(const QList<QUrl> &urls, qint64 fps)
     stop();
     m_currentURLs = urls;
     setErrorText(std::nullopt);
+    runLoop(fps);
+}
+
+void SnapshotLoader::runLoop(qint64 fps)
+{
     m_pause.setInterval(pauseFor(fps));
     m_running = true;
     const quint64 loop = m_loop;
@@ -49,6 +54,24 @@ void SnapshotLoader::stop()
     m_running = false;
     m_pause.stop();
     m_currentURLs.clear();
+    m_pausedURLs.clear();
+}
+
+void SnapshotLoader::pause()
+{
+    QList<QUrl> urls = m_currentURLs;
+    stop();
+    m_pausedURLs = std::move(urls);
+}
+
+void SnapshotLoader::resume(const QList<QUrl> &urls, qint64 fps)
+{
+    if (m_running || urls.isEmpty() || urls != m_pausedURLs) {
+        start(urls, fps);
+        return;
+    }
+    m_currentURLs = std::exchange(m_pausedURLs, {});
+    runLoop(fps);
 }
 
 void SnapshotLoader::setDecodeSize(QSize size, qreal devicePixelRatio)

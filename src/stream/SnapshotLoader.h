@@ -38,6 +38,11 @@ public:
     // same order. Any other list restarts at once, without a pause.
     void start(const QList<QUrl> &urls, qint64 fps);
     void stop();
+    // A pause is a stop that resume() can take back: resuming the same list is no new start, so
+    // the picture and the error text stay until the next round publishes. Any other list
+    // starts afresh.
+    void pause();
+    void resume(const QList<QUrl> &urls, qint64 fps);
 
     // Pictures are decoded to fit this size (device pixels), which keeps decoding cheap.
     void setDecodeSize(QSize size, qreal devicePixelRatio);
@@ -53,6 +58,7 @@ signals:
     void roundFinished();
 
 private:
+    void runLoop(qint64 fps);
     void runRound();
     void fetchFrom(const QList<QUrl> &urls, qsizetype index, quint64 loop);
     void finishRound(const QList<QUrl> &urls, bool gotPicture, quint64 loop);
@@ -66,6 +72,7 @@ private:
     QImage m_image;
     std::optional<QString> m_errorText;
     QList<QUrl> m_currentURLs;
+    QList<QUrl> m_pausedURLs;
     bool m_running = false;
     quint64 m_loop = 0; // bumped by start and stop; a round of an older loop starts no next one
 };

@@ -58,7 +58,12 @@ void SnapshotStreamView::setCornerRadius(qreal radius)
 
 void SnapshotStreamView::startLoader()
 {
-    m_loader->start(m_urls, std::clamp<qint64>(m_targetFPS, 1, 6));
+    m_loader->start(m_urls, shownRate());
+}
+
+qint64 SnapshotStreamView::shownRate() const
+{
+    return std::clamp<qint64>(m_targetFPS, 1, 6);
 }
 
 void SnapshotStreamView::updateOverlays()
@@ -118,14 +123,16 @@ void SnapshotStreamView::resizeEvent(QResizeEvent *)
     placeOverlays();
 }
 
+// Showing a minimised window again is no new start: it keeps showing what it showed until
+// the next round has news.
 void SnapshotStreamView::showEvent(QShowEvent *)
 {
-    startLoader();
+    m_loader->resume(m_urls, shownRate());
 }
 
 void SnapshotStreamView::hideEvent(QHideEvent *)
 {
-    m_loader->stop();
+    m_loader->pause();
 }
 
 } // namespace kestrel

@@ -42,6 +42,7 @@ protected:
 
 private:
     void startLoader();
+    qint64 shownRate() const;
     void updateOverlays();
     void placeOverlays();
 
