@@ -155,6 +155,7 @@ void CameraViewTest::footerShowsTheSnapshotButOpensTheHost()
     view.show();
     auto *footer = view.findChild<LinkButton *>();
     QCOMPARE(footer->text(), QStringLiteral("http://127.0.0.1:9/snap.jpg"));
+    QVERIFY(footer->font().underline()); // it looks like the link it is
 
     UrlRecorder recorder;
     QDesktopServices::setUrlHandler(QStringLiteral("http"), &recorder, "open");

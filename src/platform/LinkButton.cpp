@@ -1,5 +1,6 @@
 #include "platform/LinkButton.h"
 
+#include <QEvent>
 #include <QPainter>
 
 namespace kestrel {
@@ -9,9 +10,21 @@ LinkButton::LinkButton(const QColor &color, QWidget *parent)
 {
     setCursor(Qt::PointingHandCursor);
     setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
-    QFont underlined = font();
-    underlined.setUnderline(true);
-    setFont(underlined);
+    setFont(underlined(font()));
+}
+
+QFont LinkButton::underlined(QFont font)
+{
+    font.setUnderline(true);
+    return font;
+}
+
+// Whatever font it is given, the button stays underlined: it must look like the link it is.
+void LinkButton::changeEvent(QEvent *event)
+{
+    if (event->type() == QEvent::FontChange && !font().underline())
+        setFont(underlined(font()));
+    QAbstractButton::changeEvent(event);
 }
 
 QSize LinkButton::sizeHint() const

@@ -17,9 +17,12 @@ public:
     QSize minimumSizeHint() const override;
 
 protected:
+    void changeEvent(QEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
 
 private:
+    static QFont underlined(QFont font);
+
     QColor m_color;
 };
 
