@@ -47,18 +47,20 @@ public slots:
 };
 
 // No text on the card is cut off: each label is as tall as its text needs at its width.
-bool cardFits(const SnapshotErrorCard *card)
+// The card shows its symbol, its title and its whole detail, each with the room it needs.
+bool cardShowsEverything(const SnapshotErrorCard *card)
 {
     const QRect area = card->parentWidget()->rect();
     if (!area.contains(card->geometry()))
         return false;
-    for (const QLabel *label : card->findChildren<QLabel *>()) {
+    const QList<QLabel *> labels = card->findChildren<QLabel *>();
+    for (const QLabel *label : labels) {
         const int needed =
             label->wordWrap() ? label->heightForWidth(label->width()) : label->sizeHint().height();
-        if (label->isVisible() && label->height() < needed)
+        if (!label->isVisible() || label->height() < needed || label->width() < 1)
             return false;
     }
-    return true;
+    return labels.size() == 3 && labels.last()->text() == card->detail();
 }
 
 QMessageBox *openAlert(QWidget *view)
@@ -282,7 +284,7 @@ void CameraViewTest::rendersInEveryState()
         failing.resize(size);
         failing.show();
         QTRY_VERIFY_WITH_TIMEOUT(failing.findChild<SnapshotErrorCard *>()->isVisible(), 20000);
-        QVERIFY(cardFits(failing.findChild<SnapshotErrorCard *>()));
+        QVERIFY(cardShowsEverything(failing.findChild<SnapshotErrorCard *>()));
         writePng(failing, QStringLiteral("camera-error") + suffix);
     }
 
@@ -297,6 +299,9 @@ void CameraViewTest::rendersInEveryState()
     QTRY_VERIFY_WITH_TIMEOUT(card->isVisible(), 20000);
     QCOMPARE(card->title(), QStringLiteral("Raspberry Pi offline"));
     writePng(offline, QStringLiteral("camera-host-offline"));
+    offline.resize(320, 220);
+    QTRY_VERIFY(cardShowsEverything(card));
+    writePng(offline, QStringLiteral("camera-host-offline-320x220"));
 
     app.settings.setPrinterIP(QStringLiteral("drucker zuhause"));
     CameraWindowView invalid(cameraCatalogue()[2], environment);

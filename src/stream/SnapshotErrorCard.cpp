@@ -13,20 +13,32 @@ namespace kestrel {
 
 namespace {
 constexpr int symbolSize = 30; // matches a 26-point semibold symbol
-}
+constexpr int spacing = 8;
+} // namespace
+
+// How the card sits in its area, from the roomy one to the tightest.
+struct SnapshotErrorCard::Arrangement
+{
+    int margin;  // around the card
+    int padding; // inside it
+    bool symbolBesideTitle;
+};
 
 SnapshotErrorCard::SnapshotErrorCard(QWidget *parent)
     : QFrame(parent), m_symbol(new QLabel(this)), m_title(new QLabel(this)),
-      m_detail(new QLabel(this))
+      m_detail(new QLabel(this)), m_heading(new QBoxLayout(QBoxLayout::TopToBottom))
 {
     setAttribute(Qt::WA_TranslucentBackground);
     auto *layout = new QVBoxLayout(this);
-    layout->setContentsMargins(16, 16, 16, 16);
-    layout->setSpacing(8);
-    for (QLabel *label : {m_symbol, m_title, m_detail}) {
+    layout->setSpacing(spacing);
+    m_heading->setSpacing(spacing);
+    m_heading->addWidget(m_symbol, 0, Qt::AlignCenter);
+    m_heading->addWidget(m_title, 0, Qt::AlignCenter);
+    layout->addLayout(m_heading);
+    layout->setAlignment(m_heading, Qt::AlignHCenter);
+    layout->addWidget(m_detail);
+    for (QLabel *label : {m_symbol, m_title, m_detail})
         label->setAlignment(Qt::AlignCenter);
-        layout->addWidget(label);
-    }
     m_title->setFont(textStyles::headline());
     m_title->setStyleSheet(QStringLiteral("color: white;"));
     m_detail->setFont(textStyles::caption());
@@ -43,7 +55,6 @@ void SnapshotErrorCard::present(const QString &symbol, const QString &title, con
         m_symbol->setPixmap(symbols::pixmap(symbol, Qt::white, symbolSize, devicePixelRatioF()));
     }
     m_title->setText(title);
-    m_detailText = detail;
     m_detail->setText(detail);
     show();
 }
@@ -55,39 +66,40 @@ QString SnapshotErrorCard::title() const
 
 QString SnapshotErrorCard::detail() const
 {
-    return m_detailText;
+    return m_detail->text();
 }
 
-// In a small window the full card may not fit: it then leaves out the symbol, and if that is
-// not enough, keeps the detail to one line, elided.
 void SnapshotErrorCard::placeIn(const QRect &area)
 {
-    const QMargins margins = layout()->contentsMargins();
-    const int textWidth =
-        std::max({m_title->fontMetrics().horizontalAdvance(m_title->text()),
-                  m_detail->fontMetrics().horizontalAdvance(m_detailText), symbolSize});
-    const int width =
-        std::min(textWidth + margins.left() + margins.right() + 2, std::max(area.width(), 0));
-
-    // Without wrapping text the layout has no height-for-width and answers -1.
-    const auto heightAt = [this](int w) {
-        const int height = heightForWidth(w);
-        return height >= 0 ? height : sizeHint().height();
-    };
-    m_symbol->setVisible(true);
-    m_detail->setWordWrap(true);
-    m_detail->setText(m_detailText);
-    if (heightAt(width) > area.height())
-        m_symbol->setVisible(false);
-    if (heightAt(width) > area.height()) {
-        m_detail->setWordWrap(false);
-        const int lineWidth = width - margins.left() - margins.right();
-        m_detail->setText(
-            m_detail->fontMetrics().elidedText(m_detailText, Qt::ElideRight, lineWidth));
+    static constexpr Arrangement arrangements[] = {
+        {16, 16, false}, {8, 10, false}, {8, 10, true}, {0, 8, true}};
+    QRect card;
+    for (const Arrangement &arrangement : arrangements) {
+        card = QRect(QPoint(), sizeIn(area, arrangement));
+        if (card.height() <= area.height() - 2 * arrangement.margin)
+            break;
     }
-    QRect card(0, 0, width, std::min(heightAt(width), area.height()));
+    card.setHeight(std::min(card.height(), area.height()));
     card.moveCenter(area.center());
     setGeometry(card);
+}
+
+// Arranges the card so and answers the size it then takes in `area`.
+QSize SnapshotErrorCard::sizeIn(const QRect &area, const Arrangement &arrangement)
+{
+    layout()->setContentsMargins(arrangement.padding, arrangement.padding, arrangement.padding,
+                                 arrangement.padding);
+    m_heading->setDirection(arrangement.symbolBesideTitle ? QBoxLayout::LeftToRight
+                                                          : QBoxLayout::TopToBottom);
+    const int titleWidth = m_title->fontMetrics().horizontalAdvance(m_title->text());
+    const int headingWidth = arrangement.symbolBesideTitle ? symbolSize + spacing + titleWidth
+                                                           : std::max(symbolSize, titleWidth);
+    const int textWidth =
+        std::max(headingWidth, m_detail->fontMetrics().horizontalAdvance(m_detail->text()));
+    const int width = std::clamp(textWidth + 2 * arrangement.padding + 2, 0,
+                                 std::max(area.width() - 2 * arrangement.margin, 0));
+    layout()->activate();
+    return {width, heightForWidth(width)};
 }
 
 void SnapshotErrorCard::paintEvent(QPaintEvent *)

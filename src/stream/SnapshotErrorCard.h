@@ -2,6 +2,7 @@
 
 #include <QFrame>
 
+class QBoxLayout;
 class QLabel;
 
 namespace kestrel {
@@ -17,8 +18,9 @@ public:
 
     void present(const QString &symbol, const QString &title, const QString &detail);
 
-    // Centres the card in `area`, as wide as its texts want but no wider than the area; long
-    // details wrap, and a card that does not fit gives up its symbol, then the detail's wrap.
+    // Centres the card in `area`, as wide as its texts want but no wider than the area. The
+    // symbol, the title and the whole detail always show: in a small window the card draws
+    // closer to the edges, pads itself less and puts the symbol beside the title.
     void placeIn(const QRect &area);
 
     QString title() const;
@@ -28,11 +30,14 @@ protected:
     void paintEvent(QPaintEvent *event) override;
 
 private:
+    struct Arrangement;
+    QSize sizeIn(const QRect &area, const Arrangement &arrangement);
+
     QLabel *m_symbol;
     QLabel *m_title;
     QLabel *m_detail;
+    QBoxLayout *m_heading;
     QString m_symbolName;
-    QString m_detailText; // in full; the label may show it elided
 };
 
 } // namespace kestrel

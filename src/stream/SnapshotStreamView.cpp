@@ -92,7 +92,7 @@ void SnapshotStreamView::placeOverlays()
     QRect spinner(QPoint(), m_spinner->sizeHint());
     spinner.moveCenter(rect().center());
     m_spinner->setGeometry(spinner);
-    m_errorCard->placeIn(rect().marginsRemoved(QMargins(16, 16, 16, 16)));
+    m_errorCard->placeIn(rect());
 }
 
 void SnapshotStreamView::paintEvent(QPaintEvent *)
