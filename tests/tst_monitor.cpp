@@ -1,6 +1,7 @@
 #include "ChildProcesses.h"
 #include "FakeTool.h"
 #include "LoopbackHttpServer.h"
+#include "LoopbackOnlyNetwork.h"
 #include "monitor/PiStatusMonitor.h"
 #include "platform/MemoryKeyValueStore.h"
 #include "settings/AppSettings.h"
@@ -62,6 +63,8 @@ class MonitorTest : public QObject
     Q_OBJECT
 
 private slots:
+    // Every address the tests use is loopback: none reached for the network.
+    void cleanupTestCase();
     void verdictFollowsTheHostsAnswer_data();
     void verdictFollowsTheHostsAnswer();
     void refusedAndSilentHostsGiveCurlsOwnText();
@@ -75,6 +78,9 @@ private slots:
     void quickChangesLeaveOneLoop();
     void changeProbesThePreviouslyStoredAddress();
     void texts();
+
+private:
+    kestrel::test::LoopbackOnlyNetwork &m_network = kestrel::test::LoopbackOnlyNetwork::install();
 };
 
 void MonitorTest::verdictFollowsTheHostsAnswer_data()
@@ -180,9 +186,9 @@ void MonitorTest::addressIsOneArgumentWhateverItHolds_data()
     QTest::newRow("option after blank") << QStringLiteral("127.0.0.1 -o /tmp/x");
     QTest::newRow("command substitution") << QStringLiteral("$(touch x)");
     QTest::newRow("command separator") << QStringLiteral(";id");
-    QTest::newRow("looks like an option") << QStringLiteral("-K/etc/passwd");
+    QTest::newRow("looks like an option") << QStringLiteral("-K@127.0.0.1/etc/passwd");
     QTest::newRow("embedded newline") << QStringLiteral("127.0.0.1\n--output=/tmp/x");
-    QTest::newRow("non-ASCII") << QStringLiteral("drucker.fritz.box:80/ä");
+    QTest::newRow("non-ASCII") << QStringLiteral("127.0.0.1:80/drücker");
 }
 
 void MonitorTest::addressIsOneArgumentWhateverItHolds()
@@ -309,6 +315,11 @@ void MonitorTest::texts()
     QCOMPARE(unreachable("x").title(), QStringLiteral("Raspberry Pi nicht erreichbar"));
     QCOMPARE(unreachable("x").detail(), QStringLiteral("x"));
     QVERIFY(unreachable("x") != unreachable("y"));
+}
+
+void MonitorTest::cleanupTestCase()
+{
+    QCOMPARE(m_network.strayHosts(), QStringList());
 }
 
 QTEST_GUILESS_MAIN(MonitorTest)

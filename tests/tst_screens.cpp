@@ -1,6 +1,7 @@
 #include "CameraApp.h"
 #include "FakeTool.h"
 #include "LoopbackHttpServer.h"
+#include "LoopbackOnlyNetwork.h"
 #include "Screenshots.h"
 #include "app/KestrelApp.h"
 #include "platform/SymbolLabel.h"
@@ -71,6 +72,8 @@ class ScreensTest : public QObject
     Q_OBJECT
 
 private slots:
+    // Every address the tests use is loopback: none reached for the network.
+    void cleanupTestCase();
     void createsItsObjectsInOrder();
     void oneSettingsWindowAfterTwoOpens();
     void settingsChangesShowAtOnceInTheMainWindow();
@@ -80,6 +83,9 @@ private slots:
     void settingsFieldsToggleAndPicker();
     void powerOffAsksFirst();
     void rendersEveryScreen();
+
+private:
+    kestrel::test::LoopbackOnlyNetwork &m_network = kestrel::test::LoopbackOnlyNetwork::install();
 };
 
 void ScreensTest::createsItsObjectsInOrder()
@@ -130,9 +136,9 @@ void ScreensTest::settingsChangesShowAtOnceInTheMainWindow()
     app.openSettings();
     QLineEdit *address = app.settingsWindow()->findChildren<QLineEdit *>().first();
     address->selectAll();
-    QTest::keyClicks(address, QStringLiteral("10.0.0.7 "));
-    QCOMPARE(store.value(QStringLiteral("printerIP")).toString(), QStringLiteral("10.0.0.7 "));
-    QVERIFY(labelTexts(&app.contentView()).contains(QStringLiteral("Drucker-IP: 10.0.0.7 ")));
+    QTest::keyClicks(address, QStringLiteral("127.0.0.1:9 "));
+    QCOMPARE(store.value(QStringLiteral("printerIP")).toString(), QStringLiteral("127.0.0.1:9 "));
+    QVERIFY(labelTexts(&app.contentView()).contains(QStringLiteral("Drucker-IP: 127.0.0.1:9 ")));
 }
 
 void ScreensTest::promptOnAppearAndOnNewReasons()
@@ -289,6 +295,11 @@ void ScreensTest::rendersEveryScreen()
     settings.show();
     writePng(settings, QStringLiteral("settings"));
     QVERIFY(settings.width() >= 560);
+}
+
+void ScreensTest::cleanupTestCase()
+{
+    QCOMPARE(m_network.strayHosts(), QStringList());
 }
 
 QTEST_MAIN(ScreensTest)
