@@ -17,6 +17,7 @@
 #include <limits>
 
 using namespace kestrel;
+using namespace std::chrono_literals;
 using kestrel::test::FakeTool;
 
 namespace {
@@ -98,13 +99,18 @@ void PlatformTest::jsonStoreStartsEmptyWithoutFileAndCreatesItsFolder()
 {
     QTemporaryDir dir;
     const QString path = dir.filePath(QStringLiteral("Kestrel/settings.json"));
-    JsonFileKeyValueStore store(path);
+    JsonFileKeyValueStore store(path, 50ms);
     QVERIFY(!store.value(QStringLiteral("printerIP")).isValid());
     QVERIFY(!QFile::exists(path)); // reading alone writes nothing
 
-    store.setValue(QStringLiteral("printerIP"), QStringLiteral("127.0.0.1"));
-    QCOMPARE(QJsonDocument::fromJson(readBytes(path)).object().value(u"printerIP").toString(),
-             QStringLiteral("127.0.0.1"));
+    // The value holds at once; the file follows shortly, with the latest of a burst of changes.
+    for (const QString &address : {QStringLiteral("127.0.0.2"), QStringLiteral("127.0.0.1")})
+        store.setValue(QStringLiteral("printerIP"), address);
+    QCOMPARE(store.value(QStringLiteral("printerIP")).toString(), QStringLiteral("127.0.0.1"));
+    QVERIFY(!QFile::exists(path));
+    QTRY_COMPARE_WITH_TIMEOUT(
+        QJsonDocument::fromJson(readBytes(path)).object().value(u"printerIP").toString(),
+        QStringLiteral("127.0.0.1"), 20000);
     QVERIFY(!QFile::exists(path + QStringLiteral(".corrupt")));
 }
 
@@ -133,12 +139,14 @@ void PlatformTest::jsonStoreKeepsUnusableFileAsideBeforeFirstWrite()
     QCOMPARE(readBytes(path), contents); // untouched until something is written
 
     store.setValue(QStringLiteral("alwaysOnTop"), false);
+    store.flush();
     QCOMPARE(readBytes(aside), contents);
     const QJsonObject written = QJsonDocument::fromJson(readBytes(path)).object();
     QCOMPARE(written.keys(), QStringList{QStringLiteral("alwaysOnTop")});
 
     // Only the first write moves a file aside; later ones leave the kept copy alone.
     store.setValue(QStringLiteral("alwaysOnTop"), true);
+    store.flush();
     QCOMPARE(readBytes(aside), contents);
 }
 

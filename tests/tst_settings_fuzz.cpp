@@ -210,6 +210,7 @@ void SettingsFuzzTest::tenThousandDocumentsLoadSafely()
         // Writing keeps an unreadable file aside, byte for byte, and leaves a readable one.
         const bool readable = QJsonDocument::fromJson(bytes).isObject();
         settings.setAlwaysOnTop(!settings.alwaysOnTop());
+        store.flush();
         QFile kept(path + QStringLiteral(".corrupt"));
         if (readable) {
             QVERIFY(!kept.exists());

@@ -5,19 +5,41 @@
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QLoggingCategory>
 #include <QSaveFile>
 #include <QStandardPaths>
 
 namespace kestrel {
+
+// Off unless enabled (QT_LOGGING_RULES="kestrel.settings.debug=true"): one line per file
+// write, which is how the benchmarks count them.
+Q_LOGGING_CATEGORY(lcSettingsFile, "kestrel.settings", QtWarningMsg)
 
 namespace {
 // Our file holds a few short strings; anything this large was not written by us and is not read.
 constexpr qint64 maximumFileSize = 16 * 1024 * 1024;
 } // namespace
 
-JsonFileKeyValueStore::JsonFileKeyValueStore(QString filePath) : m_filePath(std::move(filePath))
+JsonFileKeyValueStore::JsonFileKeyValueStore(QString filePath, std::chrono::milliseconds writeDelay)
+    : m_filePath(std::move(filePath))
 {
+    m_pendingWrite.setSingleShot(true);
+    m_pendingWrite.setInterval(writeDelay);
+    QObject::connect(&m_pendingWrite, &QTimer::timeout, [this] { write(); });
     load();
+}
+
+JsonFileKeyValueStore::~JsonFileKeyValueStore()
+{
+    flush();
+}
+
+void JsonFileKeyValueStore::flush()
+{
+    if (m_pendingWrite.isActive()) {
+        m_pendingWrite.stop();
+        write();
+    }
 }
 
 QString JsonFileKeyValueStore::defaultFilePath()
@@ -34,7 +56,8 @@ QVariant JsonFileKeyValueStore::value(const QString &key) const
 void JsonFileKeyValueStore::setValue(const QString &key, const QVariant &value)
 {
     m_values.insert(key, value);
-    write();
+    if (!m_pendingWrite.isActive())
+        m_pendingWrite.start();
 }
 
 void JsonFileKeyValueStore::load()
@@ -79,6 +102,7 @@ void JsonFileKeyValueStore::write()
     file.write(
         QJsonDocument(QJsonObject::fromVariantMap(m_values)).toJson(QJsonDocument::Indented));
     file.commit();
+    qCDebug(lcSettingsFile) << "written";
 }
 
 } // namespace kestrel

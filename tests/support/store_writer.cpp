@@ -17,6 +17,7 @@ int main(int argc, char *argv[])
     for (qint64 round = 0;; ++round) {
         store.setValue(QStringLiteral("round"), QVariant::fromValue(round));
         store.setValue(QStringLiteral("payload"), payload);
+        store.flush();
         std::printf("%lld\n", static_cast<long long>(round));
         std::fflush(stdout);
     }
