@@ -69,6 +69,50 @@ def run(kestrel, address, seconds, warmup, stall_probe):
             "leftover_files": len(glob.glob(os.path.join(temporary, "kestrel-*")))}
 
 
+def drag_run(kestrel, address, moves=200):
+    """Drags one camera window across the screen with xdotool, one move at a time, and reads
+    how late the GUI thread ran and how often the settings file was written meanwhile."""
+    work = tempfile.mkdtemp(prefix="kestrel-bench-drag-")
+    config = os.path.join(work, "config", "Kestrel")
+    os.makedirs(config)
+    with open(os.path.join(config, "settings.json"), "w") as settings:
+        json.dump({"printerIP": address, "selectedCameraIDs": [1, 2, 3]}, settings)
+    environment = dict(os.environ, XDG_CONFIG_HOME=os.path.join(work, "config"),
+                       QT_LOGGING_RULES="kestrel.eventloop.debug=true;kestrel.settings.debug=true",
+                       QT_MESSAGE_PATTERN="%{time process} %{category} %{message}")
+    log_path = os.path.join(work, "kestrel.log")
+    with open(log_path, "w") as log:
+        launched = time.monotonic()  # the log's clock starts here, give or take a millisecond
+        process = subprocess.Popen([kestrel], env=environment, stdout=log, stderr=log)
+        window = subprocess.run(["xdotool", "search", "--sync", "--onlyvisible", "--name",
+                                 "Filamentcam"], capture_output=True, text=True,
+                                timeout=30).stdout.split()[0]
+        time.sleep(3)  # past start-up, which has stalls of its own
+        started = time.monotonic() - launched
+        # About as often as a window manager reports a drag by hand: sixty times a second.
+        command = ["xdotool"]
+        for i in range(moves):
+            command += ["windowmove", "--sync", window, str(200 + 3 * i), str(150 + i),
+                        "sleep", "0.016"]
+        subprocess.run(command, check=True, timeout=120)
+        ended = time.monotonic() - launched
+        time.sleep(1.5)  # the probe reports once a second; the last write follows the drag
+        process.send_signal(signal.SIGTERM)
+        process.wait(timeout=30)
+    p99s, worst, writes = [], [], 0
+    for line in open(log_path):
+        match = re.match(r"\s*([\d.]+) kestrel\.eventloop worst stall ([\d.]+) ms, p99 ([\d.]+)",
+                         line)
+        if match and started < float(match.group(1)) <= ended + 1:
+            worst.append(float(match.group(2)))
+            p99s.append(float(match.group(3)))
+        match = re.match(r"\s*([\d.]+) kestrel\.settings", line)
+        if match and started <= float(match.group(1)) <= ended + 1:
+            writes += 1
+    return {"moves": moves, "seconds": ended - started, "p99": max(p99s, default=float("nan")),
+            "worst": max(worst, default=float("nan")), "writes": writes}
+
+
 def browser_processes(profile):
     """Every process of the browser started with this profile folder."""
     pids = []
@@ -178,6 +222,11 @@ def main():
           f"{end['temporary_files'] - warm['temporary_files']:+d} "
           f"({main_run['leftover_files']} left after quitting)")
     print(growth)
+
+    drag = drag_run(args.kestrel, args.address)
+    print(f"  dragging a window     {drag['moves']} moves in {drag['seconds']:.1f} s: GUI stall "
+          f"p99 {drag['p99']:.2f} ms (worst second), longest {drag['worst']:.2f} ms; "
+          f"settings file written {drag['writes']} times")
 
     if args.chromium:
         browser = browser_run(args.chromium, args.address, args.seconds, args.warmup)

@@ -143,14 +143,16 @@ void AppLifecycleTest::endingKestrelKeepsTheSelection_data()
     QTest::addColumn<QString>("window");
     QTest::addColumn<int>("signal"); // sent afterwards, if any
     QTest::addColumn<QJsonArray>("selectedAfterwards");
+    QTest::addColumn<bool>("hostAnswers"); // if not, the start-up prompt is open meanwhile
     const QJsonArray both{2, 3};
-    QTest::newRow("SIGTERM") << QString() << QString() << SIGTERM << both;
-    QTest::newRow("SIGINT") << QString() << QString() << SIGINT << both;
-    QTest::newRow("main window closed") << u"alt+F4"_s << u"^Kestrel$"_s << 0 << both;
-    QTest::newRow("Ctrl+Q") << u"ctrl+q"_s << u"^Kestrel$"_s << 0 << both;
+    QTest::newRow("SIGTERM") << QString() << QString() << SIGTERM << both << true;
+    QTest::newRow("SIGINT") << QString() << QString() << SIGINT << both << true;
+    QTest::newRow("main window closed") << u"alt+F4"_s << u"^Kestrel$"_s << 0 << both << true;
+    QTest::newRow("Ctrl+Q") << u"ctrl+q"_s << u"^Kestrel$"_s << 0 << both << true;
+    QTest::newRow("Ctrl+Q, prompt open") << u"ctrl+q"_s << u"^Kestrel$"_s << 0 << both << false;
     // Only a user's close of one camera window gives up that camera.
     QTest::newRow("camera window closed")
-        << u"alt+F4"_s << u"Filamentcam"_s << SIGTERM << QJsonArray{2};
+        << u"alt+F4"_s << u"Filamentcam"_s << SIGTERM << QJsonArray{2} << true;
 }
 
 void AppLifecycleTest::endingKestrelKeepsTheSelection()
@@ -159,18 +161,19 @@ void AppLifecycleTest::endingKestrelKeepsTheSelection()
     QFETCH(QString, window);
     QFETCH(int, signal);
     QFETCH(QJsonArray, selectedAfterwards);
+    QFETCH(bool, hostAnswers);
     if (qEnvironmentVariableIsEmpty("DISPLAY") ||
         QStandardPaths::findExecutable(u"xdotool"_s).isEmpty())
         QSKIP("needs an X display with a window manager, and xdotool");
 
-    // A host that answers, so that no start-up prompt stands in the way.
     LoopbackHttpServer printer;
     QTemporaryDir home;
     const QString config = home.filePath(u"config"_s);
     QVERIFY(QDir().mkpath(config + u"/Kestrel"_s));
     QFile settings(config + u"/Kestrel/settings.json"_s);
     QVERIFY(settings.open(QIODevice::WriteOnly));
-    settings.write(QJsonDocument(QJsonObject{{u"printerIP"_s, printer.address()},
+    const QString address = hostAnswers ? printer.address() : LoopbackHttpServer::closedAddress();
+    settings.write(QJsonDocument(QJsonObject{{u"printerIP"_s, address},
                                              {u"selectedCameraIDs"_s, QJsonArray{2, 3}}})
                        .toJson());
     settings.close();
@@ -184,6 +187,8 @@ void AppLifecycleTest::endingKestrelKeepsTheSelection()
     kestrel.start(QStringLiteral(KESTREL_BINARY), {});
     QVERIFY(kestrel.waitForStarted());
     QTRY_VERIFY_WITH_TIMEOUT(windowShown(u"Filamentcam"_s), 20000); // everything is up
+    if (!hostAnswers)
+        QTRY_VERIFY_WITH_TIMEOUT(windowShown(u"antwortet nicht"_s), 20000);
 
     if (!keys.isEmpty())
         QVERIFY(closeWithKeys(window, keys));

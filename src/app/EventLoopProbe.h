@@ -4,10 +4,12 @@
 #include <QObject>
 #include <QTimer>
 
+#include <vector>
+
 namespace kestrel {
 
-// Measures how late the event loop runs a 1 ms timer and logs the worst delay once a second
-// under "kestrel.eventloop". The application makes one only when that category is enabled, so
+// Measures how late the event loop runs a 1 ms timer and logs the worst delay and the 99th
+// percentile once a second under "kestrel.eventloop". The application makes one only when that category is enabled, so
 // normally it costs nothing.
 class EventLoopProbe : public QObject
 {
@@ -22,7 +24,7 @@ private:
     QTimer m_tick;
     QTimer m_report;
     QElapsedTimer m_sinceTick;
-    qint64 m_worstNs = 0;
+    std::vector<qint64> m_delaysNs; // of this second's ticks
 };
 
 } // namespace kestrel

@@ -214,7 +214,7 @@ void ContentView::setShowStartupInfo(bool show)
         [this] { setShowStartupInfo(false); }, this);
     // Closed by the window system (Escape, the title bar): the same as cancelling.
     connect(m_startupInfo, &QDialog::finished, this, [this] { setShowStartupInfo(false); });
-    m_startupInfo->open();
+    m_startupInfo->show();
 }
 
 void ContentView::powerOn()

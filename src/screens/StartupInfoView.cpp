@@ -14,7 +14,9 @@ StartupInfoView::StartupInfoView(std::function<void()> onStart, std::function<vo
                                  QWidget *parent)
     : QDialog(parent)
 {
-    setWindowModality(Qt::WindowModal);
+    // It stands over the main window as a sheet does, but blocks nothing: a host that does not
+    // answer is exactly when the menu and the settings are needed, to correct its address.
+    setWindowModality(Qt::NonModal);
     setWindowTitle(tr("Der 3D-Drucker antwortet nicht"));
     setMinimumWidth(320);
 
