@@ -8,6 +8,7 @@
 #include "screens/ContentView.h"
 #include "screens/SettingsView.h"
 #include "screens/StartupInfoView.h"
+#include "widgets/GlyphRoom.h"
 #include "windows/CameraWindow.h"
 
 #include <QAction>
@@ -83,6 +84,7 @@ private slots:
     void settingsFieldsToggleAndPicker();
     void powerOffAsksFirst();
     void rendersEveryScreen();
+    void everyGlyphFitsItsLabel();
 
 private:
     kestrel::test::LoopbackOnlyNetwork &m_network = kestrel::test::LoopbackOnlyNetwork::install();
@@ -266,6 +268,7 @@ void ScreensTest::powerOffAsksFirst()
 
 void ScreensTest::rendersEveryScreen()
 {
+    const GlyphRoom glyphRoom; // as the app has it
     Environment environment(QStringLiteral("ein"));
     test::CameraApp app({{QStringLiteral("selectedCameraIDs"), idList({99})},
                          {QStringLiteral("printerIP"), environment.printer.address()},
@@ -295,6 +298,33 @@ void ScreensTest::rendersEveryScreen()
     settings.show();
     writePng(settings, QStringLiteral("settings"));
     QVERIFY(settings.width() >= 560);
+}
+
+// Capital umlauts rise above the font's ascent; a label without room for them loses their dots.
+void ScreensTest::everyGlyphFitsItsLabel()
+{
+    MemoryKeyValueStore store(
+        {{QStringLiteral("printerIP"), test::LoopbackHttpServer::closedAddress()},
+         {QStringLiteral("selectedCameraIDs"), idList({1, 2, 3})}});
+    KestrelApp app(store);
+    app.openSettings();
+    QTRY_VERIFY_WITH_TIMEOUT(app.contentView().showsStartupInfo(), 20000);
+    int checked = 0;
+    for (QWidget *window : QApplication::topLevelWidgets()) {
+        if (!window->isVisible())
+            continue;
+        for (const QLabel *label : window->findChildren<QLabel *>()) {
+            if (!label->isVisible() || label->text().isEmpty() || label->wordWrap())
+                continue;
+            const QFontMetrics metrics = label->fontMetrics();
+            const int rise = -metrics.tightBoundingRect(label->text()).top() - metrics.ascent();
+            QVERIFY2(label->sizeHint().height() >= metrics.height() + std::max(rise, 0) &&
+                         label->height() >= label->sizeHint().height(),
+                     qPrintable(label->text()));
+            ++checked;
+        }
+    }
+    QVERIFY(checked > 10);
 }
 
 void ScreensTest::cleanupTestCase()

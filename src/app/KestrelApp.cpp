@@ -6,6 +6,7 @@
 #include "screens/ContentView.h"
 #include "screens/SettingsView.h"
 #include "settings/AppSettings.h"
+#include "widgets/GlyphRoom.h"
 #include "windows/WindowCoordinator.h"
 
 #include <QAction>

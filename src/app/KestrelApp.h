@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/ExternalTools.h"
+#include "widgets/GlyphRoom.h"
 
 #include <QMainWindow>
 #include <QObject>
@@ -48,6 +49,7 @@ private:
     void addMenuCommands();
     void closeCameraWindowsForQuit();
 
+    GlyphRoom m_glyphRoom; // before any label exists
     AppSettings *m_settings;
     HomeKitManager *m_homeKitManager;
     PiStatusMonitor *m_piStatusMonitor;
