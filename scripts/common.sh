@@ -19,10 +19,10 @@ ensure_packages() {
         apt-get install -y -q --no-install-recommends "${missing[@]}"
 }
 
-# What building and running Kestrel needs: the toolchain, Qt 6, rsvg-convert for the icon sizes,
-# and curl, which fetches pictures.
-KESTREL_PACKAGES=(cmake g++ make qt6-base-dev qt6-svg-dev qt6-qpa-plugins libgl-dev libxcb1-dev
-    librsvg2-bin curl)
+# What building and running Kestrel needs: the toolchain, Qt 6 with its German texts, rsvg-convert
+# for the icon sizes, and curl, which fetches pictures.
+KESTREL_PACKAGES=(cmake g++ make qt6-base-dev qt6-svg-dev qt6-qpa-plugins qt6-translations-l10n
+    libgl-dev libxcb1-dev librsvg2-bin curl)
 
 # What the tests need beyond that: a virtual display with a window manager for the window tests,
 # xdotool to drive it as a user does, and the Debian packaging tools and desktop-file validators

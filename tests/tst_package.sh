@@ -73,6 +73,7 @@ for plugin in platforms/libqxcb.so platforms/libqoffscreen.so imageformats/libqj
     require_dependency "$(dpkg -S "*/qt6/plugins/$plugin" | head -n1 | cut -d: -f1)" "$plugin"
 done
 require_dependency "$(owner /usr/bin/curl)" /usr/bin/curl
+require_dependency "$(owner /usr/share/qt6/translations/qtbase_de.qm)" "Qt's German texts"
 
 echo "== the unpacked binary against the unpacked demo printer"
 start_demo_printer "$work" "" "$root/usr/bin/kestrel-demo-printer" ||

@@ -18,6 +18,7 @@
 
 using namespace kestrel;
 using namespace std::chrono_literals;
+using namespace Qt::StringLiterals;
 using kestrel::test::FakeTool;
 
 namespace {
@@ -216,10 +217,18 @@ void PlatformTest::processReportsExitOutputsAndCrashes()
     result = run(QStringLiteral("echo hidden"), false);
     QCOMPARE(result.standardOutput, QString());
 
-    result = awaitResult(runProcess({dir.filePath(QStringLiteral("missing")), {}}, &owner));
+    // A program that cannot start is named, with the reason, in German.
+    const QString missing = dir.filePath(QStringLiteral("missing"));
+    result = awaitResult(runProcess({missing, {}}, &owner));
     QVERIFY(!result.launched);
-    QVERIFY(!result.launchError.isEmpty());
     QVERIFY(!result.succeeded());
+    QCOMPARE(result.launchError,
+             u"„"_s + missing + u"“ konnte nicht gestartet werden: Datei nicht gefunden"_s);
+    const QString plain = dir.filePath(QStringLiteral("plain"));
+    writeBytes(plain, "echo never");
+    QCOMPARE(awaitResult(runProcess({plain, {}}, &owner)).launchError,
+             u"„"_s + plain +
+                 u"“ konnte nicht gestartet werden: keine Berechtigung zum Ausführen"_s);
 }
 
 void PlatformTest::processWithoutOwnerIsKilledAndNeverReports()

@@ -17,6 +17,7 @@
 #include <QDir>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPushButton>
@@ -137,6 +138,10 @@ void ScreensTest::settingsChangesShowAtOnceInTheMainWindow()
     KestrelApp app(store, {.shortcuts = environment.shortcuts.path()});
     app.openSettings();
     QLineEdit *address = app.settingsWindow()->findChildren<QLineEdit *>().first();
+    // Qt's own texts speak German too.
+    QCOMPARE(
+        std::unique_ptr<QMenu>(address->createStandardContextMenu())->actions().first()->text(),
+        QStringLiteral("&Rückgängig\tStrg+Z"));
     address->selectAll();
     QTest::keyClicks(address, QStringLiteral("127.0.0.1:9 "));
     QCOMPARE(store.value(QStringLiteral("printerIP")).toString(), QStringLiteral("127.0.0.1:9 "));

@@ -9,8 +9,8 @@
 namespace kestrel {
 
 // Measures how late the event loop runs a 1 ms timer and logs the worst delay and the 99th
-// percentile once a second under "kestrel.eventloop". The application makes one only when that category is enabled, so
-// normally it costs nothing.
+// percentile once a second under "kestrel.eventloop". The application makes one only when that
+// category is enabled, so normally it costs nothing.
 class EventLoopProbe : public QObject
 {
     Q_OBJECT

@@ -11,12 +11,26 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QLibraryInfo>
 #include <QMenuBar>
 
 namespace kestrel {
 
+namespace {
+
+// Kestrel speaks German whatever the system's language, and so do Qt's own texts (a text field's
+// menu, standard buttons).
+bool installQtGermanTexts(QTranslator &translator)
+{
+    return translator.load(QStringLiteral("qtbase_de"),
+                           QLibraryInfo::path(QLibraryInfo::TranslationsPath)) &&
+           QCoreApplication::installTranslator(&translator);
+}
+
+} // namespace
+
 KestrelApp::KestrelApp(KeyValueStore &store, const ExternalTools &tools)
-    : m_settings(new AppSettings(store, this)),
+    : m_qtTextsInstalled(installQtGermanTexts(m_qtTexts)), m_settings(new AppSettings(store, this)),
       m_homeKitManager(new HomeKitManager(*m_settings, this, tools.shortcuts)),
       m_piStatusMonitor(
           new PiStatusMonitor(*m_settings, this, PiStatusMonitor::defaultInterval, tools.curl)),

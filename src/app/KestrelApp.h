@@ -6,6 +6,7 @@
 #include <QMainWindow>
 #include <QObject>
 #include <QPointer>
+#include <QTranslator>
 
 namespace kestrel {
 
@@ -50,6 +51,8 @@ private:
     void closeCameraWindowsForQuit();
 
     GlyphRoom m_glyphRoom; // before any label exists
+    QTranslator m_qtTexts;
+    bool m_qtTextsInstalled; // before any widget exists
     AppSettings *m_settings;
     HomeKitManager *m_homeKitManager;
     PiStatusMonitor *m_piStatusMonitor;

@@ -1,5 +1,6 @@
 #include "platform/ProcessRunner.h"
 
+#include <QFileInfo>
 #include <QProcess>
 #include <QPromise>
 #include <QStringDecoder>
@@ -13,6 +14,16 @@ QString decodeStrictUtf8(const QByteArray &bytes)
     QStringDecoder decoder(QStringConverter::Utf8, QStringConverter::Flag::Stateless);
     QString text = decoder(bytes);
     return decoder.hasError() ? QString() : text;
+}
+
+QString launchErrorText(const QString &program)
+{
+    const QFileInfo file(program);
+    const QString reason = !file.exists() ? QStringLiteral("Datei nicht gefunden")
+                           : !file.isExecutable()
+                               ? QStringLiteral("keine Berechtigung zum Ausführen")
+                               : QStringLiteral("Start fehlgeschlagen");
+    return QStringLiteral("„%1“ konnte nicht gestartet werden: %2").arg(program, reason);
 }
 
 QFuture<ProcessResult> runProcess(const ProcessCommand &command, QObject *owner)
@@ -40,9 +51,9 @@ QFuture<ProcessResult> runProcess(const ProcessCommand &command, QObject *owner)
         process->waitForFinished();
     });
     QObject::connect(process, &QProcess::errorOccurred, process,
-                     [process, report](QProcess::ProcessError error) {
+                     [program = command.program, report](QProcess::ProcessError error) {
                          if (error == QProcess::FailedToStart)
-                             report({.launched = false, .launchError = process->errorString()});
+                             report({.launched = false, .launchError = launchErrorText(program)});
                      });
     QObject::connect(process, &QProcess::finished, process,
                      [process, report](int exitCode, QProcess::ExitStatus exitStatus) {

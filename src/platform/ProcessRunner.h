@@ -19,7 +19,7 @@ struct ProcessCommand
 struct ProcessResult
 {
     bool launched = false;
-    QString launchError; // the platform's description, when the program could not be started
+    QString launchError; // a German sentence naming the program and why it could not start
     int exitStatus = 0;  // the exit code, or the signal number when the program crashed
     bool crashed = false;
     QString standardOutput; // strict UTF-8: empty when not captured or not valid UTF-8
