@@ -8,6 +8,7 @@
 #include "power/StatusInterpretation.h"
 #include "screens/StartupInfoView.h"
 #include "settings/AppSettings.h"
+#include "widgets/ButtonStyles.h"
 #include "windows/WindowCoordinator.h"
 
 #include <QCoreApplication>
@@ -71,7 +72,7 @@ ContentView::ContentView(AppSettings &settings, HomeKitManager &homeKitManager,
     auto *powerOnLayout = new QHBoxLayout(m_powerOnRow);
     powerOnLayout->setContentsMargins(0, 0, 0, 0);
     QPushButton *powerOn = smallButton(tr("Ender einschalten"), m_powerOnRow);
-    powerOn->setDefault(true); // the prominent one
+    buttonStyles::makeProminent(powerOn);
     QPushButton *later = smallButton(tr("Später starten"), m_powerOnRow);
     powerOnLayout->addWidget(powerOn);
     powerOnLayout->addWidget(later);

@@ -1,11 +1,11 @@
 #include "screens/SettingsView.h"
 
-#include "platform/ConfirmationAlert.h"
-#include "platform/SystemColors.h"
 #include "platform/TextStyles.h"
 #include "power/HomeKitManager.h"
 #include "power/StatusInterpretation.h"
 #include "settings/AppSettings.h"
+#include "widgets/ButtonStyles.h"
+#include "widgets/ConfirmationAlert.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -189,9 +189,9 @@ QWidget *SettingsView::homeKitSection()
     auto *buttons = new QHBoxLayout;
     auto *refreshButton = new QPushButton(tr("HomeKit aktualisieren"), box);
     auto *powerOn = new QPushButton(tr("Klipper einschalten"), box);
-    powerOn->setDefault(true); // the prominent one
+    buttonStyles::makeProminent(powerOn);
     auto *powerOff = new QPushButton(tr("Klipper ausschalten"), box);
-    powerOff->setStyleSheet(QStringLiteral("color: %1;").arg(systemColors::red().name()));
+    buttonStyles::makeDestructive(powerOff);
     connect(refreshButton, &QPushButton::clicked, &m_homeKitManager,
             &HomeKitManager::refreshStatus);
     connect(powerOn, &QPushButton::clicked, this,

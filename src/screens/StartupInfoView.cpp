@@ -1,7 +1,7 @@
 #include "screens/StartupInfoView.h"
 
-#include "platform/SystemColors.h"
 #include "platform/TextStyles.h"
+#include "widgets/ButtonStyles.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -39,8 +39,7 @@ StartupInfoView::StartupInfoView(std::function<void()> onStart, std::function<vo
     auto *cancel = new QPushButton(tr("Abbrechen"), this);
     auto *start = new QPushButton(tr("Bis du sicher?"), this);
     start->setObjectName(QStringLiteral("destructive"));
-    start->setStyleSheet(
-        QStringLiteral("color: %1; font-weight: 600;").arg(systemColors::red().name()));
+    buttonStyles::makeDestructive(start);
     cancel->setDefault(true);
     connect(cancel, &QPushButton::clicked, this, std::move(onCancel));
     connect(start, &QPushButton::clicked, this, std::move(onStart));

@@ -1,7 +1,7 @@
 #include "stream/CameraWindowView.h"
 
 #include "monitor/PiStatusMonitor.h"
-#include "platform/ConfirmationAlert.h"
+#include "widgets/ConfirmationAlert.h"
 #include "platform/LinkButton.h"
 #include "platform/StatusDot.h"
 #include "platform/Symbols.h"

@@ -1,6 +1,6 @@
-#include "platform/ConfirmationAlert.h"
+#include "widgets/ConfirmationAlert.h"
 
-#include "platform/SystemColors.h"
+#include "widgets/ButtonStyles.h"
 
 #include <QMessageBox>
 #include <QPushButton>
@@ -20,8 +20,7 @@ void confirmDestructive(QWidget *parent, const QString &title, const QString &me
     alert->setTextFormat(Qt::PlainText);
     QPushButton *cancel = alert->addButton(QObject::tr("Abbrechen"), QMessageBox::RejectRole);
     QPushButton *confirm = alert->addButton(confirmLabel, QMessageBox::DestructiveRole);
-    confirm->setStyleSheet(
-        QStringLiteral("color: %1; font-weight: 600;").arg(systemColors::red().name()));
+    buttonStyles::makeDestructive(confirm);
     alert->setDefaultButton(cancel);
     alert->setEscapeButton(cancel);
     QObject::connect(confirm, &QPushButton::clicked, alert, std::move(confirmed));
