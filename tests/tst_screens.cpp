@@ -22,6 +22,7 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <QSignalSpy>
+#include <QStyle>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -230,11 +231,14 @@ void ScreensTest::settingsFieldsToggleAndPicker()
     QVERIFY(!app.settings.customCameraNames().contains(2));
     QCOMPARE(app.store.value(QStringLiteral("customCameraNames")), QVariant(QVariantMap{}));
 
-    // A toggle is written at once.
+    // Clicking a camera's name toggles it, as a check box's label does; it is written at once.
     const QList<QCheckBox *> toggles = view.findChildren<QCheckBox *>();
     QCheckBox *third = toggles[3]; // after "Fenster immer oben halten"
-    QCOMPARE(third->accessibleName(), QStringLiteral("Filamentcam"));
-    third->click();
+    QCOMPARE(third->text(), QStringLiteral("Filamentcam"));
+    const int nameMiddle = third->style()->pixelMetric(QStyle::PM_IndicatorWidth) +
+                           third->style()->pixelMetric(QStyle::PM_CheckBoxLabelSpacing) +
+                           third->fontMetrics().horizontalAdvance(third->text()) / 2;
+    QTest::mouseClick(third, Qt::LeftButton, {}, QPoint(nameMiddle, third->height() / 2));
     QCOMPARE(app.store.value(QStringLiteral("selectedCameraIDs")), idList({3, 99}));
 
     // No placement entry shows "Frei"; choosing it makes the entry explicit.
@@ -245,6 +249,12 @@ void ScreensTest::settingsFieldsToggleAndPicker()
     picker->activated(4);
     QCOMPARE(app.store.value(QStringLiteral("cameraPlacements")),
              QVariant(QVariantMap{{QStringLiteral("2"), QStringLiteral("free")}}));
+
+    // Escape closes the window, as Ctrl+W does.
+    view.activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&view));
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
+    QVERIFY(!view.isVisible());
 }
 
 void ScreensTest::powerOffAsksFirst()
@@ -303,9 +313,12 @@ void ScreensTest::rendersEveryScreen()
     settings.show();
     writePng(settings, QStringLiteral("settings"));
     QVERIFY(settings.width() >= 560);
+    // On a screen lower than the form, the window fits and the form scrolls.
+    QVERIFY(settings.frameGeometry().height() <= settings.screen()->availableGeometry().height());
 }
 
 // Capital umlauts rise above the font's ascent; a label without room for them loses their dots.
+// Every screen is open: the main window, the start-up prompt and the settings.
 void ScreensTest::everyGlyphFitsItsLabel()
 {
     MemoryKeyValueStore store(
@@ -323,8 +336,10 @@ void ScreensTest::everyGlyphFitsItsLabel()
                 continue;
             const QFontMetrics metrics = label->fontMetrics();
             const int rise = -metrics.tightBoundingRect(label->text()).top() - metrics.ascent();
+            // Nor is a line cut at its end.
             QVERIFY2(label->sizeHint().height() >= metrics.height() + std::max(rise, 0) &&
-                         label->height() >= label->sizeHint().height(),
+                         label->height() >= label->sizeHint().height() &&
+                         label->width() >= label->minimumSizeHint().width(),
                      qPrintable(label->text()));
             ++checked;
         }

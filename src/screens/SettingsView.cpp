@@ -15,8 +15,11 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QScreen>
 #include <QScrollArea>
 #include <QScrollBar>
+#include <QShortcut>
+#include <QStyle>
 #include <QVBoxLayout>
 
 namespace kestrel {
@@ -31,6 +34,19 @@ QLabel *caption(const QString &text, QWidget *parent)
     label->setTextFormat(Qt::PlainText);
     label->setWordWrap(true);
     return label;
+}
+
+// Joins every character to the next (U+2060 WORD JOINER, invisible), so a caption wraps between
+// words only and never inside an address.
+QString keptTogether(const QString &text)
+{
+    QString joined;
+    for (const QChar character : text) {
+        if (!joined.isEmpty())
+            joined += QChar(0x2060);
+        joined += character;
+    }
+    return joined;
 }
 
 // Sets a field without disturbing the user's typing when it already shows the value.
@@ -64,9 +80,15 @@ SettingsView::SettingsView(AppSettings &settings, HomeKitManager &homeKitManager
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(scroll);
+    alignFieldColumns();
     form->setFixedWidth(560);
     setFixedWidth(560 + scroll->verticalScrollBar()->sizeHint().width());
-    resize(width(), form->sizeHint().height());
+    fitHeightToScreen();
+
+    // Closes like any settings window: Escape, or the platform's close shortcut (Ctrl+W).
+    for (const QKeySequence &keys :
+         {QKeySequence(Qt::Key_Escape), QKeySequence(QKeySequence::Close)})
+        connect(new QShortcut(keys, this), &QShortcut::activated, this, &QWidget::close);
 
     connect(&settings, &AppSettings::changed, this, &SettingsView::refresh);
     connect(&homeKitManager, &HomeKitManager::accessoryStateChanged, this,
@@ -75,6 +97,35 @@ SettingsView::SettingsView(AppSettings &settings, HomeKitManager &homeKitManager
             &SettingsView::refreshPowerState);
     refresh();
     refreshPowerState();
+}
+
+// The fields of all sections start at one column, the one the longest label needs.
+void SettingsView::alignFieldColumns()
+{
+    QList<QWidget *> labels;
+    int widest = 0;
+    for (const QFormLayout *form : findChildren<QFormLayout *>()) {
+        for (int row = 0; row < form->rowCount(); ++row) {
+            const QLayoutItem *item = form->itemAt(row, QFormLayout::LabelRole);
+            if (QWidget *label = item ? item->widget() : nullptr) {
+                labels.append(label);
+                widest = std::max(widest, label->sizeHint().width());
+            }
+        }
+    }
+    for (QWidget *label : std::as_const(labels))
+        label->setMinimumWidth(widest);
+}
+
+// As tall as the form, unless the screen is smaller: then the form scrolls.
+void SettingsView::fitHeightToScreen()
+{
+    const QWidget *form = findChild<QScrollArea *>()->widget();
+    const QScreen *shown = screen();
+    const int titleBar = style()->pixelMetric(QStyle::PM_TitleBarHeight);
+    const int room =
+        shown ? shown->availableGeometry().height() - titleBar : form->sizeHint().height();
+    resize(width(), std::min(form->sizeHint().height(), room));
 }
 
 QLineEdit *SettingsView::boundField(const QString &label, QFormLayout *into,
@@ -109,19 +160,23 @@ QWidget *SettingsView::camerasSection()
     for (const Camera &camera : cameraCatalogue()) {
         const CameraId id = camera.id;
         auto *line = new QHBoxLayout;
-        auto *shown = new QCheckBox(box);
-        shown->setAccessibleName(camera.name);
+        // The name is the check box's own text, so clicking it toggles; the caption stands under
+        // the name and does not break inside the path.
+        auto *shown = new QCheckBox(camera.name, box);
         connect(shown, &QCheckBox::toggled, this,
                 [this, id](bool on) { m_settings.setCameraSelected(id, on); });
         auto *labels = new QVBoxLayout;
         labels->setSpacing(2);
-        auto *name = new QLabel(camera.name, box);
-        name->setBuddy(shown);
-        labels->addWidget(name);
-        labels->addWidget(caption(camera.resolution + tr(" • Proxy ") + camera.snapshotPath, box));
-        line->addWidget(shown);
+        labels->addWidget(shown);
+        QLabel *details =
+            caption(camera.resolution + tr(" • Proxy ") + keptTogether(camera.snapshotPath), box);
+        details->setIndent(style()->pixelMetric(QStyle::PM_IndicatorWidth) +
+                           style()->pixelMetric(QStyle::PM_CheckBoxLabelSpacing));
+        labels->addWidget(details);
         line->addLayout(labels, 1);
-        line->addWidget(caption(tr("Startposition"), box));
+        QLabel *placementCaption = caption(tr("Startposition"), box);
+        placementCaption->setWordWrap(false);
+        line->addWidget(placementCaption);
         auto *placement = new QComboBox(box);
         placement->setFixedWidth(160);
         placement->setAccessibleName(tr("Startposition"));
@@ -139,6 +194,7 @@ QWidget *SettingsView::camerasSection()
         divider->setFrameShadow(QFrame::Sunken);
 
         auto *custom = new QFormLayout;
+        custom->setContentsMargins(0, 4, 0, 4);
         custom->addRow(caption(tr("Individuelle Einstellungen"), box));
         // Emptying a field removes the override, and the catalogue value shows again.
         QLineEdit *customName =
@@ -151,6 +207,8 @@ QWidget *SettingsView::camerasSection()
                     text.isEmpty() ? std::nullopt : std::optional(text), id);
             });
 
+        customName->setAccessibleName(tr("Kameraname") + u' ' + camera.name);
+        customPath->setAccessibleName(tr("Snapshot-Pfad") + u' ' + camera.name);
         auto *block = new QVBoxLayout;
         block->setContentsMargins(0, 4, 0, 4);
         block->addLayout(line);

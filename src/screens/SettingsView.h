@@ -41,6 +41,8 @@ private:
     QWidget *homeKitSection();
     QLineEdit *boundField(const QString &label, QFormLayout *into,
                           std::function<void(const QString &)> assign);
+    void alignFieldColumns();
+    void fitHeightToScreen();
     void refresh();
     void refreshPowerState();
 
