@@ -302,6 +302,12 @@ void ScreensTest::rendersEveryScreen()
     QTRY_VERIFY(app.homeKit.actionMessage().has_value());
     QTRY_COMPARE(app.homeKit.accessoryState(), HomeKitAccessoryState::on());
     writePng(view, QStringLiteral("main-reachable-on"));
+    // A camera row's caption stands under its name, beside the symbol.
+    const auto left = [&view](const QString &text) {
+        return childWithText<QLabel>(&view, text)->mapTo(&view, QPoint()).x();
+    };
+    QCOMPARE(left(QStringLiteral("1920x1080 • Proxy /webcam2/?action=snapshot")),
+             left(QStringLiteral("Düse")));
 
     app.settings.setPrinterIP(QString());
     app.settings.setPrinterIP(QStringLiteral(" "));

@@ -4,17 +4,21 @@
 
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QVBoxLayout>
 
 namespace kestrel {
 
 SymbolLabel::SymbolLabel(QWidget *parent)
-    : QWidget(parent), m_symbol(new QLabel(this)), m_text(new QLabel(this))
+    : QWidget(parent), m_symbol(new QLabel(this)), m_text(new QLabel(this)),
+      m_lines(new QVBoxLayout)
 {
     auto *layout = new QHBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(6);
     layout->addWidget(m_symbol);
-    layout->addWidget(m_text, 1);
+    m_lines->setSpacing(2);
+    m_lines->addWidget(m_text);
+    layout->addLayout(m_lines, 1);
     m_text->setTextFormat(Qt::PlainText);
     m_text->setTextInteractionFlags(Qt::TextSelectableByMouse);
 }
@@ -30,6 +34,11 @@ void SymbolLabel::set(const QString &symbol, const QString &text, const QColor &
     QPalette textPalette = m_text->palette();
     textPalette.setColor(QPalette::WindowText, tint == Tint::symbolAndText ? shown : plain);
     m_text->setPalette(textPalette);
+}
+
+void SymbolLabel::addLineUnderText(QWidget *line)
+{
+    m_lines->addWidget(line);
 }
 
 QString SymbolLabel::text() const

@@ -4,6 +4,7 @@
 #include <QWidget>
 
 class QLabel;
+class QVBoxLayout;
 
 namespace kestrel {
 
@@ -25,11 +26,14 @@ public:
     void set(const QString &symbol, const QString &text, const QColor &color = {},
              Tint tint = Tint::symbolAndText);
     QString text() const;
+    // A line under the text, beside the symbol as the text is (a camera's caption).
+    void addLineUnderText(QWidget *line);
     QString symbol() const { return m_symbolName; }
 
 private:
     QLabel *m_symbol;
     QLabel *m_text;
+    QVBoxLayout *m_lines;
     QString m_symbolName;
 };
 

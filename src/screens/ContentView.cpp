@@ -84,15 +84,10 @@ ContentView::ContentView(AppSettings &settings, HomeKitManager &homeKitManager,
     status->addWidget(m_actionMessage);
 
     for (qsizetype i = 0; i < cameraCatalogue().size(); ++i) {
-        auto *row = new QHBoxLayout;
-        auto *lines = new QVBoxLayout;
-        lines->setSpacing(2);
         auto *selection = new SymbolLabel(this);
         auto *detail = secondaryLabel(textStyles::caption(), this);
-        lines->addWidget(selection);
-        lines->addWidget(detail);
-        row->addLayout(lines);
-        status->addLayout(row);
+        selection->addLineUnderText(detail);
+        status->addWidget(selection);
         m_cameraRows.append({selection, detail});
     }
     layout->addLayout(status);
