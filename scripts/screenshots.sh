@@ -1,43 +1,70 @@
 #!/usr/bin/env bash
 # Takes the README's screenshots from the real app: Kestrel against the demo printer in a
-# virtual display with openbox, each window captured with the frame the window manager drew.
+# virtual display with openbox, each window captured with the frame the window manager drew,
+# once at scale 1 and once at scale 2. Camera 2 answers 404, so its window shows the error card.
 # Everything runs on 127.0.0.1 with a throw-away settings folder.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 source scripts/common.sh
 ensure_packages "${KESTREL_PACKAGES[@]}" xvfb xauth openbox imagemagick xdotool
 build_kestrel kestrel kestrel-demo-printer
+out=docs/screenshots
 
-work=$(mktemp -d)
 pids=()
 cleanup() {
     [ ${#pids[@]} -eq 0 ] || kill "${pids[@]}" 2>/dev/null || true
-    rm -rf "$work"
+    rm -rf "${work:-}"
 }
 trap cleanup EXIT
 
-Xvfb -displayfd 3 -screen 0 1440x900x24 3>"$work/display" >/dev/null 2>&1 &
-pids+=($!)
-until [ -s "$work/display" ]; do sleep 0.1; done
-export DISPLAY=":$(cat "$work/display")"
-openbox --sm-disable >/dev/null 2>&1 &
-pids+=($!)
+window() { xdotool search --sync --onlyvisible --name "$1" | head -n 1; }
+shoot() { import -frame -window "$1" "$out/$2@${scale}x.png"; }
 
-start_demo_printer "$work" '"alwaysOnTop": false' build/tools/demo-printer/kestrel-demo-printer
-pids+=("$printer_pid")
-XDG_CONFIG_HOME="$work/config" build/src/kestrel >/dev/null 2>&1 &
-pids+=($!)
+for scale in 1 2; do
+    work=$(mktemp -d)
+    Xvfb -displayfd 3 -screen 0 "$((1440 * scale))x$((900 * scale))x24" 3>"$work/display" \
+        >/dev/null 2>&1 &
+    pids+=($!)
+    until [ -s "$work/display" ]; do sleep 0.1; done
+    export DISPLAY=":$(cat "$work/display")"
+    openbox --sm-disable >/dev/null 2>&1 &
+    pids+=($!)
 
-main=$(xdotool search --sync --onlyvisible --name '^Kestrel$' | head -n 1)
-camera=$(xdotool search --sync --onlyvisible --name '^Düsencam$' | head -n 1)
-sleep 3 # let the pictures arrive and the windows settle
-out=docs/screenshots
-import -window root "$out/desktop.png"
-import -frame -window "$camera" "$out/camera-window.png"
-xdotool windowactivate --sync "$main"
-import -frame -window "$main" "$out/main-window.png"
-xdotool key --window "$main" ctrl+comma
-settings=$(xdotool search --sync --onlyvisible --name '^Einstellungen$' | head -n 1)
-sleep 1
-import -frame -window "$settings" "$out/settings-window.png"
+    start_demo_printer "$work" '"alwaysOnTop": false' build/tools/demo-printer/kestrel-demo-printer \
+        --fault 2=404
+    pids+=("$printer_pid")
+    QT_SCALE_FACTOR=$scale XDG_CONFIG_HOME="$work/config" build/src/kestrel >/dev/null 2>&1 &
+    pids+=($!)
+
+    main=$(window '^Kestrel$')
+    camera=$(window '^Düsencam$')
+    sleep 3 # let the pictures arrive and the windows settle
+    [ "$scale" -ne 1 ] || import -window root "$out/desktop.png"
+    shoot "$camera" camera-window-error
+    xdotool windowactivate --sync "$main"
+    shoot "$main" main-window
+    xdotool key --window "$main" ctrl+comma
+    settings=$(window '^Einstellungen$')
+    sleep 1
+    shoot "$settings" settings-window
+    xdotool windowclose "$settings"
+
+    # The host goes away: the next probe (every 10 s) finds it down and the prompt opens.
+    kill "$printer_pid"
+    prompt=$(window 'antwortet nicht')
+    sleep 1
+    shoot "$prompt" startup-prompt
+    # Side by side, so that the main window shows whole.
+    xdotool windowmove --sync "$main" 0 $((40 * scale))
+    xdotool windowmove --sync "$prompt" $((900 * scale)) $((600 * scale))
+    shoot "$main" main-window-host-down
+    # "Bis du sicher?" in the prompt runs the power-on scene; its outcome shows in the main window.
+    xdotool windowactivate --sync "$prompt" key Tab space
+    sleep 2
+    shoot "$main" main-window-power-message
+
+    kill "${pids[@]}" 2>/dev/null || true
+    pids=()
+    rm -rf "$work"
+done
 echo "Screenshots written to $out/"

@@ -333,6 +333,8 @@ void ScreensTest::everyGlyphFitsItsLabel()
     KestrelApp app(store);
     app.openSettings();
     QTRY_VERIFY_WITH_TIMEOUT(app.contentView().showsStartupInfo(), 20000);
+    app.homeKitManager().runShortcut(QStringLiteral("Klipper einschalten")); // one line more
+    QTRY_VERIFY_WITH_TIMEOUT(app.homeKitManager().actionMessage().has_value(), 20000);
     int checked = 0;
     for (QWidget *window : QApplication::topLevelWidgets()) {
         if (!window->isVisible())

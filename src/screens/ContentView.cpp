@@ -50,7 +50,6 @@ ContentView::ContentView(AppSettings &settings, HomeKitManager &homeKitManager,
       m_actionMessage(secondaryLabel(textStyles::caption(), this)),
       m_lastReachability(monitor.reachability())
 {
-    setMinimumSize(640, 360);
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(24, 24, 24, 24);
     layout->setSpacing(18);
@@ -121,6 +120,13 @@ ContentView::ContentView(AppSettings &settings, HomeKitManager &homeKitManager,
     refresh();
 }
 
+QSize ContentView::minimumSizeHint() const
+{
+    constexpr QSize smallest(640, 360);
+    const int width = std::max(this->width(), smallest.width());
+    return {smallest.width(), std::max(smallest.height(), layout()->totalHeightForWidth(width))};
+}
+
 void ContentView::refresh()
 {
     m_address->set(QStringLiteral("network"), tr("Drucker-IP: ") + m_settings.printerIP());
@@ -160,6 +166,7 @@ void ContentView::refresh()
                            SymbolLabel::Tint::symbolOnly);
         detail->setText(camera.resolution + tr(" • Proxy ") + camera.snapshotPath);
     }
+    updateGeometry(); // lines came or went: the window may need to grow
 }
 
 // Only a change to a different value counts: the monitor publishes every probe, and a prompt the

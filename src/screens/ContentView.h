@@ -37,6 +37,10 @@ public:
     bool showsStartupInfo() const;
     void setShowStartupInfo(bool show);
 
+    // At least 640 x 360, and as tall as the wrapped texts need at the width it has: status
+    // lines come and go, and the window grows with them instead of squeezing the rows.
+    QSize minimumSizeHint() const override;
+
 protected:
     void showEvent(QShowEvent *event) override;
 
