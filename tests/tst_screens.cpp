@@ -11,6 +11,7 @@
 #include "widgets/GlyphRoom.h"
 #include "windows/CameraWindow.h"
 
+#include <QAccessible>
 #include <QAction>
 #include <QCheckBox>
 #include <QComboBox>
@@ -21,6 +22,7 @@
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QScrollArea>
 #include <QSignalSpy>
 #include <QStyle>
 #include <QTemporaryDir>
@@ -353,6 +355,19 @@ void ScreensTest::everyGlyphFitsItsLabel()
         }
     }
     QVERIFY(checked > 10);
+
+    // A screen reader names every control the keyboard reaches, by its German label.
+    for (QWidget *window : {static_cast<QWidget *>(&app.mainWindow()),
+                            static_cast<QWidget *>(app.settingsWindow())}) {
+        for (QWidget *control : window->findChildren<QWidget *>()) {
+            if (!control->isVisible() || !(control->focusPolicy() & Qt::TabFocus) ||
+                qobject_cast<QScrollArea *>(control))
+                continue;
+            QAccessibleInterface *accessible = QAccessible::queryAccessibleInterface(control);
+            QVERIFY2(accessible && !accessible->text(QAccessible::Name).isEmpty(),
+                     control->metaObject()->className());
+        }
+    }
 }
 
 void ScreensTest::cleanupTestCase()
