@@ -3,15 +3,15 @@
 #include "LoopbackHttpServer.h"
 #include "Screenshots.h"
 #include "TestPictures.h"
-#include "platform/ContentUnavailableView.h"
-#include "platform/LinkButton.h"
-#include "platform/StatusDot.h"
-#include "platform/SystemColors.h"
 #include "stream/CameraMenuButton.h"
 #include "stream/CameraWindowView.h"
 #include "stream/SnapshotErrorCard.h"
 #include "stream/SnapshotLoader.h"
 #include "stream/SnapshotStreamView.h"
+#include "widgets/ContentUnavailableView.h"
+#include "widgets/LinkButton.h"
+#include "widgets/StatusDot.h"
+#include "widgets/SystemColors.h"
 #include "windows/CameraWindow.h"
 
 #include <QDesktopServices>
@@ -125,8 +125,7 @@ void CameraViewTest::invalidAddressShowsThePlaceholderOnly()
     stored.insert(QStringLiteral("printerIP"), QStringLiteral("drucker zuhause"));
     CameraApp app(stored);
     auto coordinator = app.start();
-    CameraWindowView view(cameraCatalogue()[0],
-                          {app.settings, app.monitor, app.homeKit, *coordinator});
+    CameraWindowView view(cameraCatalogue()[0], {app.settings, app.monitor, app.homeKit});
     view.show();
     const auto *placeholder = view.findChild<ContentUnavailableView *>();
     QVERIFY(placeholder->isVisible());
@@ -153,7 +152,7 @@ void CameraViewTest::footerShowsTheSnapshotButOpensTheHost()
     CameraApp app(stored);
     auto coordinator = app.start();
     CameraWindowView view(app.settings.resolvedCamera(cameraCatalogue()[1]),
-                          {app.settings, app.monitor, app.homeKit, *coordinator});
+                          {app.settings, app.monitor, app.homeKit});
     view.show();
     auto *footer = view.findChild<LinkButton *>();
     QCOMPARE(footer->text(), QStringLiteral("http://127.0.0.1:9/snap.jpg"));
@@ -206,8 +205,7 @@ void CameraViewTest::returnAsksBeforePoweringOff()
     stored.insert(QStringLiteral("homeKitPowerOffSceneName"), QStringLiteral("Drucker aus"));
     CameraApp app(stored, shortcuts.path());
     auto coordinator = app.start();
-    CameraWindowView view(cameraCatalogue()[0],
-                          {app.settings, app.monitor, app.homeKit, *coordinator});
+    CameraWindowView view(cameraCatalogue()[0], {app.settings, app.monitor, app.homeKit});
     view.show();
     QVERIFY(QTest::qWaitForWindowActive(&view));
 
@@ -241,8 +239,7 @@ void CameraViewTest::statusDotFollowsTheHost()
     stored.insert(QStringLiteral("printerIP"), printer.address());
     CameraApp app(stored);
     auto coordinator = app.start();
-    CameraWindowView view(cameraCatalogue()[0],
-                          {app.settings, app.monitor, app.homeKit, *coordinator});
+    CameraWindowView view(cameraCatalogue()[0], {app.settings, app.monitor, app.homeKit});
     const StatusDot *dot = view.findChild<StatusDot *>();
     QCOMPARE(dot->color(), systemColors::yellow());
     QTRY_COMPARE_WITH_TIMEOUT(dot->color(), systemColors::green(), 20000);
@@ -269,7 +266,7 @@ void CameraViewTest::rendersInEveryState()
     auto coordinator = app.start();
     QTRY_VERIFY_WITH_TIMEOUT(app.monitor.reachability() == PiReachability::reachable(), 20000);
 
-    const CameraWindowEnvironment environment{app.settings, app.monitor, app.homeKit, *coordinator};
+    const CameraWindowEnvironment environment{app.settings, app.monitor, app.homeKit};
     for (const QSize size : {QSize(436, 296), QSize(320, 220)}) {
         const QString suffix = QStringLiteral("-%1x%2").arg(size.width()).arg(size.height());
         CameraWindowView live(cameraCatalogue()[0], environment);

@@ -4,11 +4,11 @@
 #include "LoopbackOnlyNetwork.h"
 #include "Screenshots.h"
 #include "app/KestrelApp.h"
-#include "platform/SymbolLabel.h"
 #include "screens/ContentView.h"
 #include "screens/SettingsView.h"
 #include "screens/StartupInfoView.h"
 #include "widgets/GlyphRoom.h"
+#include "widgets/SymbolLabel.h"
 #include "windows/CameraWindow.h"
 
 #include <QAccessible>

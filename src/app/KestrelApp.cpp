@@ -1,5 +1,6 @@
 #include "app/KestrelApp.h"
 
+#include "app/CameraViews.h"
 #include "app/EventLoopProbe.h"
 #include "monitor/PiStatusMonitor.h"
 #include "power/HomeKitManager.h"
@@ -34,8 +35,10 @@ KestrelApp::KestrelApp(KeyValueStore &store, const ExternalTools &tools)
       m_homeKitManager(new HomeKitManager(*m_settings, this, tools.shortcuts)),
       m_piStatusMonitor(
           new PiStatusMonitor(*m_settings, this, PiStatusMonitor::defaultInterval, tools.curl)),
-      m_windowCoordinator(new WindowCoordinator(*m_settings, *m_piStatusMonitor, *m_homeKitManager,
-                                                this, tools.curl)),
+      m_windowCoordinator(new WindowCoordinator(
+          *m_settings,
+          cameraWindowViews({*m_settings, *m_piStatusMonitor, *m_homeKitManager, tools.curl}),
+          this)),
       m_contentView(new ContentView(*m_settings, *m_homeKitManager, *m_piStatusMonitor,
                                     *m_windowCoordinator, [this] { openSettings(); }))
 {

@@ -1,9 +1,9 @@
 #include "screens/ContentView.h"
 
 #include "monitor/PiStatusMonitor.h"
-#include "platform/SymbolLabel.h"
-#include "platform/SystemColors.h"
-#include "platform/TextStyles.h"
+#include "widgets/SymbolLabel.h"
+#include "widgets/SystemColors.h"
+#include "widgets/TextStyles.h"
 #include "power/HomeKitManager.h"
 #include "power/StatusInterpretation.h"
 #include "screens/StartupInfoView.h"

@@ -1,6 +1,6 @@
 #include "screens/SettingsView.h"
 
-#include "platform/TextStyles.h"
+#include "widgets/TextStyles.h"
 #include "power/HomeKitManager.h"
 #include "power/StatusInterpretation.h"
 #include "settings/AppSettings.h"

@@ -1,6 +1,6 @@
 #include "screens/StartupInfoView.h"
 
-#include "platform/TextStyles.h"
+#include "widgets/TextStyles.h"
 #include "widgets/ButtonStyles.h"
 
 #include <QHBoxLayout>

@@ -1,7 +1,7 @@
 #include "stream/CameraMenuButton.h"
 
-#include "platform/Symbols.h"
-#include "platform/TextStyles.h"
+#include "widgets/Symbols.h"
+#include "widgets/TextStyles.h"
 
 #include <QPainter>
 

@@ -7,7 +7,6 @@ namespace kestrel {
 class AppSettings;
 class HomeKitManager;
 class PiStatusMonitor;
-class WindowCoordinator;
 
 // The shared objects every camera window's content works with.
 struct CameraWindowEnvironment
@@ -15,7 +14,6 @@ struct CameraWindowEnvironment
     AppSettings &settings;
     const PiStatusMonitor &monitor;
     HomeKitManager &homeKitManager;
-    WindowCoordinator &coordinator;
     QString curlPath = QStringLiteral("/usr/bin/curl");
 };
 

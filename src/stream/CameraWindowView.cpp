@@ -1,18 +1,17 @@
 #include "stream/CameraWindowView.h"
 
 #include "monitor/PiStatusMonitor.h"
-#include "widgets/ConfirmationAlert.h"
-#include "platform/LinkButton.h"
-#include "platform/StatusDot.h"
-#include "platform/Symbols.h"
-#include "platform/SystemColors.h"
-#include "platform/TextStyles.h"
 #include "power/HomeKitManager.h"
 #include "settings/AppSettings.h"
 #include "settings/SnapshotUrls.h"
 #include "stream/CameraMenuButton.h"
 #include "stream/PictureArea.h"
-#include "windows/WindowCoordinator.h"
+#include "widgets/ConfirmationAlert.h"
+#include "widgets/LinkButton.h"
+#include "widgets/StatusDot.h"
+#include "widgets/Symbols.h"
+#include "widgets/SystemColors.h"
+#include "widgets/TextStyles.h"
 
 #include <QDesktopServices>
 #include <QLabel>
@@ -131,14 +130,8 @@ void CameraWindowView::rebuildCameraMenu()
     const CameraTextMap customNames = m_environment.settings.customCameraNames();
     for (const Camera &entry : cameraCatalogue()) {
         QAction *action = m_cameraMenu->addAction(customNames.value(entry.id, entry.name));
-        const CameraId from = m_camera.id;
-        const CameraId to = entry.id;
-        WindowCoordinator &coordinator = m_environment.coordinator;
-        // Queued: switching replaces this view, which must not happen inside its own menu.
-        connect(
-            action, &QAction::triggered, &coordinator,
-            [&coordinator, from, to] { coordinator.replaceCamera(from, to); },
-            Qt::QueuedConnection);
+        connect(action, &QAction::triggered, this,
+                [this, to = entry.id] { emit cameraSwitchRequested(m_camera.id, to); });
     }
 }
 

@@ -35,6 +35,10 @@ public:
     // "<resolution> • Aktualisierung bis <rate> FPS", the rate capped at 6 from above only.
     static QString caption(const Camera &camera);
 
+signals:
+    // The user chose another camera for this window in its menu.
+    void cameraSwitchRequested(kestrel::CameraId from, kestrel::CameraId to);
+
 protected:
     void paintEvent(QPaintEvent *event) override;
 

@@ -1,8 +1,8 @@
 #include "stream/PictureArea.h"
 
-#include "platform/ContentUnavailableView.h"
-#include "platform/SystemColors.h"
 #include "stream/SnapshotStreamView.h"
+#include "widgets/ContentUnavailableView.h"
+#include "widgets/SystemColors.h"
 
 #include <QPainter>
 #include <QStackedLayout>

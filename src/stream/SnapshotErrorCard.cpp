@@ -1,7 +1,7 @@
 #include "stream/SnapshotErrorCard.h"
 
-#include "platform/Symbols.h"
-#include "platform/TextStyles.h"
+#include "widgets/Symbols.h"
+#include "widgets/TextStyles.h"
 
 #include <QLabel>
 #include <QPainter>

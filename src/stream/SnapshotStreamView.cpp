@@ -1,10 +1,10 @@
 #include "stream/SnapshotStreamView.h"
 
 #include "monitor/PiStatusMonitor.h"
-#include "platform/ProgressSpinner.h"
 #include "settings/SnapshotUrls.h"
 #include "stream/SnapshotErrorCard.h"
 #include "stream/SnapshotLoader.h"
+#include "widgets/ProgressSpinner.h"
 
 #include <QLoggingCategory>
 #include <QPainter>

@@ -1,6 +1,6 @@
 #include "widgets/ButtonStyles.h"
 
-#include "platform/SystemColors.h"
+#include "widgets/SystemColors.h"
 
 #include <QPushButton>
 

@@ -2,19 +2,17 @@
 
 #include "platform/DesktopWindow.h"
 #include "settings/AppSettings.h"
-#include "stream/CameraWindowView.h"
 #include "windows/CameraWindow.h"
 #include "windows/ScreenFrames.h"
 #include "windows/WindowGeometry.h"
 
 namespace kestrel {
 
-WindowCoordinator::WindowCoordinator(AppSettings &settings, const PiStatusMonitor &monitor,
-                                     HomeKitManager &homeKitManager, QObject *parent,
-                                     QString curlPath)
-    : QObject(parent), m_settings(settings), m_monitor(monitor), m_homeKitManager(homeKitManager),
-      m_curlPath(std::move(curlPath)), m_selection(settings.selectedCameraIDs()),
-      m_placements(settings.cameraPlacements()), m_alwaysOnTop(settings.alwaysOnTop())
+WindowCoordinator::WindowCoordinator(AppSettings &settings, CameraViewFactory makeView,
+                                     QObject *parent)
+    : QObject(parent), m_settings(settings), m_makeView(std::move(makeView)),
+      m_selection(settings.selectedCameraIDs()), m_placements(settings.cameraPlacements()),
+      m_alwaysOnTop(settings.alwaysOnTop())
 {
     // The announcements come before the store holds the new value, so each reconciliation uses
     // the announced values, never the store's. A new address only needs the windows rebuilt.
@@ -95,11 +93,9 @@ void WindowCoordinator::reconcileWindows(const CameraIdSet &selection,
 void WindowCoordinator::openOrUpdateWindow(const Camera &camera, bool alwaysOnTop,
                                            const PlacementMap &placements)
 {
-    const CameraWindowEnvironment environment{m_settings, m_monitor, m_homeKitManager, *this,
-                                              m_curlPath};
     if (CameraWindow *window = m_windows.value(camera.id)) {
         window->setWindowTitle(camera.name);
-        window->setContent(new CameraWindowView(camera, environment));
+        window->setContent(m_makeView(camera, *this));
         window->raise();
         return;
     }
@@ -108,7 +104,7 @@ void WindowCoordinator::openOrUpdateWindow(const Camera &camera, bool alwaysOnTo
     screenFrames::setContentRect(window, windowGeometry::initialContentRect(camera.id));
     window->setWindowFlag(Qt::WindowStaysOnTopHint, alwaysOnTop);
     window->setWindowTitle(camera.name);
-    window->setContent(new CameraWindowView(camera, environment));
+    window->setContent(m_makeView(camera, *this));
     // Only an explicit "free" gets its saved frame back; a camera without any placement keeps
     // the cascade position.
     const auto placement = placements.constFind(camera.id);

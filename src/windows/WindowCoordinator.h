@@ -7,12 +7,16 @@
 #include <QRectF>
 #include <QSet>
 
+#include <functional>
+
 namespace kestrel {
 
 class AppSettings;
 class CameraWindow;
-class HomeKitManager;
-class PiStatusMonitor;
+class WindowCoordinator;
+
+// Makes the content of a camera's window; the coordinator owns what it gets.
+using CameraViewFactory = std::function<QWidget *(const Camera &, WindowCoordinator &)>;
 
 // Keeps one floating window open for every selected camera: opens, retitles, re-levels and
 // lays out the windows whenever the selection, the printer address, the placements or
@@ -24,10 +28,8 @@ class WindowCoordinator : public QObject
     Q_OBJECT
 
 public:
-    // Opens the windows of the stored selection at once.
-    WindowCoordinator(AppSettings &settings, const PiStatusMonitor &monitor,
-                      HomeKitManager &homeKitManager, QObject *parent = nullptr,
-                      QString curlPath = QStringLiteral("/usr/bin/curl"));
+    // Opens the windows of the stored selection at once, with contents from `makeView`.
+    WindowCoordinator(AppSettings &settings, CameraViewFactory makeView, QObject *parent = nullptr);
     ~WindowCoordinator() override;
 
     // Brings the windows in line with the settings as they are now.
@@ -51,9 +53,7 @@ private:
     void handleFramed(CameraId id);
 
     AppSettings &m_settings;
-    const PiStatusMonitor &m_monitor;
-    HomeKitManager &m_homeKitManager;
-    const QString m_curlPath;
+    const CameraViewFactory m_makeView;
 
     QMap<CameraId, CameraWindow *> m_windows;
     QSet<CameraId> m_programmaticClosures;

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "settings/Camera.h"
-#include "windows/WindowPlacement.h"
+#include "settings/WindowPlacement.h"
 
 #include <QList>
 #include <QPointF>

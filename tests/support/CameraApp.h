@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/CameraViews.h"
 #include "monitor/PiStatusMonitor.h"
 #include "platform/MemoryKeyValueStore.h"
 #include "power/HomeKitManager.h"
@@ -42,7 +43,8 @@ struct CameraApp
     {}
     std::unique_ptr<WindowCoordinator> start()
     {
-        return std::make_unique<WindowCoordinator>(settings, monitor, homeKit);
+        return std::make_unique<WindowCoordinator>(settings,
+                                                   cameraWindowViews({settings, monitor, homeKit}));
     }
 
     QTemporaryDir tools;

@@ -1,4 +1,4 @@
-#include "platform/StatusDot.h"
+#include "widgets/StatusDot.h"
 
 #include <QPainter>
 

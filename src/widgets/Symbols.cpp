@@ -1,4 +1,4 @@
-#include "platform/Symbols.h"
+#include "widgets/Symbols.h"
 
 #include <QHash>
 #include <QImage>

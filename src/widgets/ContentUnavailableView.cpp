@@ -1,7 +1,7 @@
-#include "platform/ContentUnavailableView.h"
+#include "widgets/ContentUnavailableView.h"
 
-#include "platform/Symbols.h"
-#include "platform/TextStyles.h"
+#include "widgets/Symbols.h"
+#include "widgets/TextStyles.h"
 
 #include <QLabel>
 #include <QVBoxLayout>

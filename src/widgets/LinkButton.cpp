@@ -1,4 +1,4 @@
-#include "platform/LinkButton.h"
+#include "widgets/LinkButton.h"
 
 #include <QEvent>
 #include <QPainter>

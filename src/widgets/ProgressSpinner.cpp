@@ -1,4 +1,4 @@
-#include "platform/ProgressSpinner.h"
+#include "widgets/ProgressSpinner.h"
 
 #include <QPainter>
 

@@ -1,6 +1,6 @@
-#include "platform/SymbolLabel.h"
+#include "widgets/SymbolLabel.h"
 
-#include "platform/Symbols.h"
+#include "widgets/Symbols.h"
 
 #include <QHBoxLayout>
 #include <QLabel>

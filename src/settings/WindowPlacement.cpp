@@ -1,4 +1,4 @@
-#include "windows/WindowPlacement.h"
+#include "settings/WindowPlacement.h"
 
 #include <QCoreApplication>
 

@@ -1,4 +1,4 @@
-#include "platform/TextStyles.h"
+#include "widgets/TextStyles.h"
 
 #include <QApplication>
 

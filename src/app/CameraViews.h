@@ -1,0 +1,12 @@
+#pragma once
+
+#include "stream/CameraWindowEnvironment.h"
+#include "windows/WindowCoordinator.h"
+
+namespace kestrel {
+
+// The contents of camera windows: a camera window view over the shared objects, whose camera
+// menu switches the window through the coordinator.
+CameraViewFactory cameraWindowViews(const CameraWindowEnvironment &environment);
+
+} // namespace kestrel

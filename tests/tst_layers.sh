@@ -1,0 +1,20 @@
+#!/usr/bin/env bash
+# Every include points down the layers: app → screens → windows → stream → monitor, power and the
+# widget kit → settings → platform. A folder may include from its own folder and from lower ones,
+# never from a folder beside or above it. Usage: tst_layers.sh <src folder>
+set -euo pipefail
+declare -A rank=([platform]=1 [settings]=2 [monitor]=3 [power]=3 [widgets]=3 [stream]=4
+    [windows]=5 [screens]=6 [app]=7)
+cd "$1"
+status=0
+while IFS=: read -r file _ include; do
+    from=${file%%/*}
+    to=$(sed -n 's/^#include "\([a-z]*\)\/.*/\1/p' <<<"$include")
+    [ -n "$to" ] && [ "$to" != "$from" ] || continue
+    if [ -z "${rank[$from]:-}" ] || [ -z "${rank[$to]:-}" ] || [ "${rank[$to]}" -ge "${rank[$from]}" ]; then
+        echo "$file includes upward or sideways: $include"
+        status=1
+    fi
+done < <(grep -rn '^#include "' --include='*.h' --include='*.cpp' --include='*.mm' .| sed 's|^\./||')
+[ "$status" -ne 0 ] || echo "every include points down"
+exit "$status"
