@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Runs the real kestrel binary with three camera windows against a snapshot server on
 127.0.0.1 and prints what it costs, read from outside: /proc for CPU (curl children included,
 once reaped), memory and descriptors; the app's debug log categories, enabled only here, for

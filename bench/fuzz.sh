@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Fuzzes the settings loader and the frame-text reader with libFuzzer for a bounded time:
 # bench/fuzz.sh [SECONDS per target] (default 60). Inputs that break a check are kept in
 # tests/fuzz-corpus/<target>/, where the test suite replays them from then on.

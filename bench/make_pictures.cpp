@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Writes the three camera pictures the benchmarks serve: cam1.jpg (1280x960) and cam2.jpg,
 // cam3.jpg (1920x1080), camera-like in content and size.
 #include "CameraPictures.h"

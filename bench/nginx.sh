@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Sourced by the bench script: an unprivileged nginx on 127.0.0.1 inside the build folder, in the
 # role of a Crowsnest host's front end. start_nginx FOLDER PICTURES sets NGINX_ADDRESS.
 start_nginx() {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // How much one picture costs. Runs the snapshot loader against a snapshot URL (--url, e.g. the
 // nginx of bench/run.sh; without it, a loopback server of its own serving a camera-like
 // 1920x1080 JPEG) and prints medians and 90th percentiles; it asserts nothing.

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-3.0-or-later
 # The fault soak for as long as wanted: bench/soak.sh [SECONDS] (default 600). Three camera
 # windows against a host on 127.0.0.1 that cycles through its failures; it fails if a screen
 # misses a failure's text, or if curl runs, a picture file stays, or descriptors or memory grow.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # The application icon is drawn once, as SVG; every bitmap size a platform asks for is rendered
 # from it at build time.
 find_program(RSVG_CONVERT rsvg-convert REQUIRED)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Makes the kestrel target a macOS application bundle: Info.plist with the bundle identifier, an
 # icon set rendered from the SVG, and a real Dock app (LSUIElement off), since the main window
 # and its menu are how people reach the settings. Included from the folder that defines kestrel.

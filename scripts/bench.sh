@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Installs what is missing, builds the benchmarks and runs them against nginx on 127.0.0.1: the
 # snapshot pipeline next to its floor, then the whole app with three windows under Xvfb, and
 # headless Chromium polling the same pictures as a printer's web page does. They print figures

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Sourced by the scripts in this folder and the package test: installs missing Debian packages,
 # builds, and starts the demo printer.
 # Works as root, or through sudo for an ordinary user.
@@ -20,15 +21,15 @@ ensure_packages() {
 }
 
 # What building and running Kestrel needs: the toolchain, Qt 6 with its German texts, rsvg-convert
-# for the icon sizes, and curl, which fetches pictures.
+# for the icon sizes, help2man for the manual pages, and curl, which fetches pictures.
 KESTREL_PACKAGES=(cmake g++ make qt6-base-dev qt6-svg-dev qt6-qpa-plugins qt6-translations-l10n
-    libgl-dev libxcb1-dev librsvg2-bin curl)
+    libgl-dev libxcb1-dev librsvg2-bin help2man curl)
 
 # What the tests need beyond that: a virtual display with a window manager for the window tests,
-# xdotool to drive it as a user does, and the Debian packaging tools and desktop-file validators
-# for the package test.
+# xdotool to drive it as a user does, and the Debian packaging tools, lintian and desktop-file
+# validators for the package test.
 KESTREL_TEST_PACKAGES=(xvfb xauth openbox xdotool clang-format dpkg-dev desktop-file-utils
-    appstream)
+    appstream lintian)
 
 # Configures and builds into build/: every target, or only the ones named.
 build_kestrel() {

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Installs what is missing, builds Kestrel and the demo printer, and starts both: the demo
 # printer on a free port of 127.0.0.1, and Kestrel with a throw-away settings folder that points
 # at it with all three cameras selected. Arguments go to the demo printer, e.g. --fault 2=404.

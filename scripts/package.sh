@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Installs what is missing, builds Kestrel and the demo printer, and makes the two Debian
 # packages in build/packages: kestrel, and kestrel-demo-printer, which kestrel only suggests.
 set -euo pipefail

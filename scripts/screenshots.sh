@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Takes the README's screenshots from the real app: Kestrel against the demo printer in a
 # virtual display with openbox, each window captured with the frame the window manager drew,
 # once at scale 1 and once at scale 2. Camera 2 answers 404, so its window shows the error card.

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Installs what is missing, builds Kestrel with its tests and runs every test headless.
 # With --sanitize (and always on CI) it then runs the whole suite once more, built with
 # AddressSanitizer and UndefinedBehaviorSanitizer; any finding fails.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The real kestrel binary, ended every way a user or a session ends it. It must quit in order,
 // leaving no curl running and no picture file behind, and keep the user's camera windows for
 // the next start.

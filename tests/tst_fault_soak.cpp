@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Three camera windows and the main window against a printer host that cycles through its
 // failures: up, port closed, silent, 404 on one camera, HTML at 200, a truncated JPEG, random
 // bytes, a 70 MB body, an HTTP/1.0 host, and up again. In every state the screens must show

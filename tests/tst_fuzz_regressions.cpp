@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Every input kept in tests/fuzz-corpus, seeds and anything the fuzzers once found, through the
 // same checks the fuzzers apply; a violation ends this test with a crash naming the file.
 #include "FuzzChecks.h"

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Every include points down the layers: app → screens → windows → stream → monitor, power and the
 # widget kit → settings → platform. A folder may include from its own folder and from lower ones,
 # never from a folder beside or above it. Usage: tst_layers.sh <src folder>

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Builds the Debian packages, unpacks them into an empty root as dpkg would install them, and
 # checks what a fresh machine would get: a valid desktop entry and metainfo, the icons, Depends
 # that cover every library the binary links and every Qt plugin it loads, and a binary that
@@ -9,7 +10,7 @@ source "$(dirname "$0")/../scripts/common.sh"
 build=$1
 app_id=$2
 
-for tool in cpack dpkg-deb dpkg-shlibdeps desktop-file-validate appstreamcli readelf; do
+for tool in cpack dpkg-deb dpkg-shlibdeps desktop-file-validate appstreamcli readelf lintian; do
     command -v "$tool" >/dev/null || { echo "SKIP: $tool is missing"; exit 77; }
 done
 
@@ -31,6 +32,25 @@ kestrel_deb=$(echo "$work"/packages/kestrel_*.deb)
 [ -x "$root/usr/bin/kestrel-demo-printer" ] || fail "the demo printer is not in /usr/bin"
 dpkg-deb -c "$kestrel_deb" | grep -q kestrel-demo-printer &&
     fail "the demo printer must be in its own, optional package"
+
+echo "== Debian's own checks: licence, changelog, manual pages and the rest"
+# --allow-root: the test may run as root, which lintian only warns about.
+lintian --allow-root --fail-on error,warning "$work"/packages/*.deb ||
+    fail "lintian finds fault with the packages"
+
+echo "== --help and --version with no display and no settings"
+for program in kestrel kestrel-demo-printer; do
+    for option in --help --version; do
+        env -u DISPLAY -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM XDG_CONFIG_HOME="$work/none" \
+            "$root/usr/bin/$program" "$option" >"$work/out.txt" || fail "$program $option failed"
+        grep -q "$program" "$work/out.txt" || fail "$program $option does not name the program"
+    done
+    status=0
+    "$root/usr/bin/$program" --kein-schalter 2>"$work/err.txt" || status=$?
+    [ "$status" -eq 2 ] && grep -qx "$program: unbekannte Option „kein-schalter“" "$work/err.txt" ||
+        fail "$program takes an unknown option without the German line and status 2"
+done
+[ ! -e "$work/none" ] || fail "--help or --version wrote settings"
 
 echo "== desktop entry, metainfo and icons"
 desktop-file-validate "$root/usr/share/applications/$app_id.desktop"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Thousands of generated settings files, good, odd and broken, through the real file store and
 // AppSettings: loading never fails, what is loaded keeps the store's invariants, and a file that
 // could not be read is kept aside before the first write replaces it.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Camera windows on a real X server with a real window manager (Xvfb and openbox): the frames
 // the window manager draws, title bar included, must stand where the corner layout says, the
 // EWMH hints must say "above" and "all desktops", and the class, role and icon must let window

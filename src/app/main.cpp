@@ -1,5 +1,7 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/AppIdentity.h"
 #include "app/KestrelApp.h"
+#include "platform/CommandLine.h"
 #include "platform/JsonFileKeyValueStore.h"
 #include "platform/SingleInstance.h"
 #include "platform/TerminationSignals.h"
@@ -8,6 +10,26 @@
 
 int main(int argc, char *argv[])
 {
+    kestrel::CommandLine commandLine(
+        QStringLiteral("kestrel"),
+        QStringLiteral(
+            "Zeigt die Kameras eines Klipper-3D-Druckers, die Crowsnest bereitstellt, in\n"
+            "schwebenden Fenstern, meldet, ob der Drucker-Host antwortet, und schaltet\n"
+            "den Drucker über Kurzbefehle ein und aus."),
+        QStringLiteral("Einstellungen:\n"
+                       "  Kestrel hat keine weiteren Optionen: alles steht in der Datei\n"
+                       "  $XDG_CONFIG_HOME/Kestrel/settings.json, ohne XDG_CONFIG_HOME in\n"
+                       "  ~/.config/Kestrel/settings.json. Jede Änderung im Einstellungsfenster\n"
+                       "  wird dort gespeichert. Läuft Kestrel mit diesem Ordner schon, holt ein\n"
+                       "  zweiter Start das laufende Hauptfenster nach vorn.\n"
+                       "\n"
+                       "Rückgabewerte:\n"
+                       "  0  Kestrel wurde beendet (auch durch SIGTERM, SIGINT oder SIGHUP), oder\n"
+                       "     ein zweiter Start hat das laufende Kestrel nach vorn geholt.\n"
+                       "  2  Unbekannte Option oder unerwartetes Argument."));
+    if (const auto status = commandLine.parse(argc, argv))
+        return *status;
+
 #if defined(Q_OS_LINUX)
     // Wayland lets no client place its own windows, and corner placement is the point of
     // camera windows: unless the user chose a platform, prefer X11 (XWayland on a Wayland

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Built on Apple platforms only.
 #include <QWidget>
 

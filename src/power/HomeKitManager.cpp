@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "power/HomeKitManager.h"
 
 #include "platform/ProcessRunner.h"

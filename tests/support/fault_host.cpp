@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A printer host that fails on command, for the fault soak. It serves "/" and the three
 // catalogue snapshot paths on 127.0.0.1, prints its address, then reads one state per line
 // from standard input: up, closed, silent, 404, html, truncated, random, huge, http10.

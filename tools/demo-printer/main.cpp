@@ -1,8 +1,9 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "DemoFrames.h"
 #include "LoopbackHttpServer.h"
+#include "platform/CommandLine.h"
 #include "settings/Camera.h"
 
-#include <QCommandLineParser>
 #include <QElapsedTimer>
 #include <QGuiApplication>
 
@@ -68,38 +69,46 @@ HttpReply replyFor(const DemoCamera &camera, qint64 elapsedMs)
 
 int main(int argc, char *argv[])
 {
+    kestrel::CommandLine commandLine(
+        QStringLiteral("kestrel-demo-printer"),
+        QStringLiteral(
+            "Ein Crowsnest-Host zum Ausprobieren von Kestrel: beantwortet / und liefert\n"
+            "für die drei Kameras bewegte Testbilder, nur auf 127.0.0.1."),
+        QStringLiteral("Rückgabewerte:\n"
+                       "  0  Beendet, oder Hilfe oder Version gezeigt.\n"
+                       "  2  Unbekannte Option, ungültiger Port oder unbekannter Fehlerfall."));
+    const QCommandLineOption portOption(
+        QStringLiteral("port"),
+        QStringLiteral("Port auf 127.0.0.1 (Vorgabe 8080, 0 für einen freien)."),
+        QStringLiteral("port"), QStringLiteral("8080"));
+    const QCommandLineOption faultOption(
+        QStringLiteral("fault"),
+        QStringLiteral("Lässt eine Kamera scheitern, z. B. 2=404 (404, html, truncated, stall)."),
+        QStringLiteral("kamera=fehler"));
+    commandLine.addOption(portOption);
+    commandLine.addOption(faultOption);
+    if (const auto status = commandLine.parse(argc, argv))
+        return *status;
+
     // Pictures are drawn off screen; the demo printer needs no display.
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     QGuiApplication app(argc, argv);
     QGuiApplication::setApplicationName(QStringLiteral("kestrel-demo-printer"));
 
-    QCommandLineParser parser;
-    parser.setApplicationDescription(
-        QStringLiteral("Ein Crowsnest-Host zum Ausprobieren: beantwortet / und liefert fuer die "
-                       "drei Kameras bewegte Testbilder, nur auf 127.0.0.1."));
-    parser.addHelpOption();
-    const QCommandLineOption portOption(QStringLiteral("port"),
-                                        QStringLiteral("Port auf 127.0.0.1 (Vorgabe 8080)."),
-                                        QStringLiteral("port"), QStringLiteral("8080"));
-    const QCommandLineOption faultOption(
-        QStringLiteral("fault"),
-        QStringLiteral("Laesst eine Kamera scheitern: KAMERA=404|html|truncated|stall, "
-                       "z. B. 2=404. Mehrfach moeglich."),
-        QStringLiteral("kamera=fehler"));
-    parser.addOptions({portOption, faultOption});
-    parser.process(app);
-
     bool portOk = false;
-    const uint port = parser.value(portOption).toUInt(&portOk);
-    if (!portOk || port > 65535)
-        parser.showHelp(2);
+    const uint port = commandLine.value(portOption).toUInt(&portOk);
+    if (!portOk || port > 65535) {
+        std::fprintf(stderr, "kestrel-demo-printer: ungültiger Port „%s“\n",
+                     qPrintable(commandLine.value(portOption)));
+        return 2;
+    }
 
     QList<DemoCamera> cameras;
     for (const kestrel::Camera &camera : kestrel::cameraCatalogue())
         cameras.append(
             {camera.snapshotPath.toUtf8(), kestrel::demo::renderCycle(camera, framesPerCycle)});
-    for (const QString &text : parser.values(faultOption)) {
+    for (const QString &text : commandLine.values(faultOption)) {
         const QStringList parts = text.split(u'=');
         const int id = parts.value(0).toInt();
         const auto fault = faultNamed(parts.value(1));
