@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "windows/CameraWindow.h"
 
-#include "platform/DesktopWindow.h"
+#include "windows/DesktopWindow.h"
 #include "windows/ScreenFrames.h"
 
 #include <QCloseEvent>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "windows/WindowCoordinator.h"
 
-#include "platform/DesktopWindow.h"
+#include "windows/DesktopWindow.h"
 #include "settings/AppSettings.h"
 #include "windows/CameraWindow.h"
 #include "windows/ScreenFrames.h"

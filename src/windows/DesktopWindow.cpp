@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/DesktopWindow.h"
+#include "windows/DesktopWindow.h"
 
 #include <QGuiApplication>
 #include <QHash>
