@@ -1,15 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "settings/Camera.h"
 
-#include <QHashFunctions>
-
 namespace kestrel {
-
-size_t qHash(const Camera &camera, size_t seed) noexcept
-{
-    return qHashMulti(seed, camera.id, camera.name, camera.port, camera.streamPath,
-                      camera.snapshotPath, camera.resolution, camera.fps);
-}
 
 const QList<Camera> &cameraCatalogue()
 {

@@ -23,8 +23,6 @@ struct Camera
     friend bool operator==(const Camera &, const Camera &) = default;
 };
 
-size_t qHash(const Camera &camera, size_t seed = 0) noexcept;
-
 // The three cameras a Crowsnest host of ours serves, in the order every screen lists them.
 const QList<Camera> &cameraCatalogue();
 
