@@ -31,7 +31,7 @@ bool endsWithEndOfImage(QIODevice &file)
     const qint64 start = std::max<qint64>(file.size() - tailSize, 0);
     if (!file.seek(start))
         return false;
-    QByteArrayView tail = file.read(tailSize);
+    QByteArray tail = file.read(tailSize);
     while (!tail.isEmpty() && (tail.back() == '\0' || QChar::isSpace(uchar(tail.back()))))
         tail.chop(1);
     return file.seek(0) && tail.endsWith("\xff\xd9");
