@@ -18,21 +18,16 @@
 
 namespace kestrel {
 
-namespace {
-
 // Kestrel speaks German whatever the system's language, and so do Qt's own texts (a text field's
 // menu, standard buttons).
-bool installQtGermanTexts(QTranslator &translator)
+KestrelApp::QtGermanTexts::QtGermanTexts()
 {
-    return translator.load(QStringLiteral("qtbase_de"),
-                           QLibraryInfo::path(QLibraryInfo::TranslationsPath)) &&
-           QCoreApplication::installTranslator(&translator);
+    if (load(QStringLiteral("qtbase_de"), QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
+        QCoreApplication::installTranslator(this);
 }
 
-} // namespace
-
 KestrelApp::KestrelApp(KeyValueStore &store, const ExternalTools &tools)
-    : m_qtTextsInstalled(installQtGermanTexts(m_qtTexts)), m_settings(new AppSettings(store, this)),
+    : m_settings(new AppSettings(store, this)),
       m_homeKitManager(new HomeKitManager(*m_settings, this, tools.shortcuts)),
       m_piStatusMonitor(
           new PiStatusMonitor(*m_settings, this, PiStatusMonitor::defaultInterval, tools.curl)),

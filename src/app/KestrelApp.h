@@ -51,9 +51,13 @@ private:
     void addMenuCommands();
     void closeCameraWindowsForQuit();
 
-    GlyphRoom m_glyphRoom; // before any label exists
-    QTranslator m_qtTexts;
-    bool m_qtTextsInstalled; // before any widget exists
+    struct QtGermanTexts : QTranslator
+    {
+        QtGermanTexts();
+    };
+
+    GlyphRoom m_glyphRoom;   // before any label exists
+    QtGermanTexts m_qtTexts; // before any widget exists
     AppSettings *m_settings;
     HomeKitManager *m_homeKitManager;
     PiStatusMonitor *m_piStatusMonitor;
