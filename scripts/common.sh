@@ -39,17 +39,25 @@ build_kestrel() {
     cmake --build build --parallel "$(nproc)" "${targets[@]}"
 }
 
+printed_address() { # <line start> <log>: the 127.0.0.1:port of that line of the demo printer
+    sed -n "s|^$1 .*http://\\(127\\.0\\.0\\.1:[0-9]*\\)/\$|\\1|p" "$2"
+}
+
 # Starts a demo printer on a free port of 127.0.0.1 and writes a throw-away settings folder,
 # <work>/config, that points Kestrel at it with all three cameras selected.
 # Usage: start_demo_printer <work folder> <extra JSON members, or ""> <binary> [its arguments]
-# Sets printer_pid and printer_address; fails, showing the printer's log, if no address comes.
+# Sets printer_pid, printer_address and plug_address (its Tasmota plug); fails, showing the
+# printer's log, if no address comes.
 start_demo_printer() {
     local work=$1 extra=$2 binary=$3
     shift 3
     "$binary" --port 0 "$@" >"$work/printer.log" 2>&1 &
     printer_pid=$!
     for _ in $(seq 300); do
-        if printer_address=$(grep -o '127\.0\.0\.1:[0-9]*' "$work/printer.log"); then
+        # The plug's line comes last, so once it is there both addresses are.
+        plug_address=$(printed_address Steckdose "$work/printer.log")
+        if [ -n "$plug_address" ]; then
+            printer_address=$(printed_address Demo-Drucker "$work/printer.log")
             mkdir -p "$work/config/Kestrel"
             printf '{"printerIP": "%s", "selectedCameraIDs": [1, 2, 3]%s}\n' \
                 "$printer_address" "${extra:+, $extra}" >"$work/config/Kestrel/settings.json"
@@ -60,4 +68,16 @@ start_demo_printer() {
     done
     cat "$work/printer.log" >&2
     return 1
+}
+
+# Writes scenes into <work>/config that switch the demo printer through its plug, made from the
+# Tasmota templates as a user makes them: copied under the scene names that Kestrel's settings
+# name, and the plug's address in tasmota.conf.
+write_demo_scenes() {
+    local scenes=$1/config/Kestrel/scenes templates=src/power/scenes
+    mkdir -p "$scenes"
+    cp "$templates/tasmota-an" "$scenes/Klipper einschalten"
+    cp "$templates/tasmota-aus" "$scenes/Klipper ausschalten"
+    cp "$templates/tasmota-status" "$scenes/Klipper Status"
+    sed "s|^ADRESSE=.*|ADRESSE=http://$plug_address|" "$templates/tasmota.conf" >"$scenes/tasmota.conf"
 }

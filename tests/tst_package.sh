@@ -30,6 +30,12 @@ for deb in "$work"/packages/*.deb; do dpkg-deb -x "$deb" "$root"; done
 kestrel_deb=$(echo "$work"/packages/kestrel_*.deb)
 [ -x "$root/usr/bin/kestrel" ] || fail "kestrel is not in /usr/bin"
 [ -x "$root/usr/bin/kestrel-demo-printer" ] || fail "the demo printer is not in /usr/bin"
+[ -x "$root/usr/libexec/kestrel/kestrel-scene" ] || fail "the scene runner is not in /usr/libexec"
+for template in tasmota shelly1 shelly2 homeassistant druckerhost; do
+    for scene in an aus status; do
+        [ -x "$root/usr/share/kestrel/scenes/$template-$scene" ] || fail "no template $template-$scene"
+    done
+done
 dpkg-deb -c "$kestrel_deb" | grep -q kestrel-demo-printer &&
     fail "the demo printer must be in its own, optional package"
 

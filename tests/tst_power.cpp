@@ -1,11 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ChildProcesses.h"
 #include "FakeTool.h"
+#include "LoopbackHttpServer.h"
 #include "platform/MemoryKeyValueStore.h"
 #include "power/HomeKitManager.h"
+#include "power/SceneFolder.h"
+#include "power/SceneTemplates.h"
 #include "power/StatusInterpretation.h"
 #include "settings/AppSettings.h"
 
+#include <QDirIterator>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -47,6 +51,39 @@ void awaitAction(QFuture<void> action)
     QTRY_VERIFY_WITH_TIMEOUT(action.isFinished(), 20000);
 }
 
+// A user's config folder of its own, with the scenes folder inside, for one test row; and a
+// manager that, with no shortcuts tool about, runs the real scene runner.
+struct SceneFixture
+{
+    explicit SceneFixture(const QString &statusName = QString())
+        : store({{str("homeKitStatusShortcutName"), statusName}}), settings(store)
+    {
+        qputenv("XDG_CONFIG_HOME", config.path().toUtf8());
+        folder = scenes::folder();
+        QDir().mkpath(folder);
+    }
+    std::unique_ptr<HomeKitManager> manager()
+    {
+        return std::make_unique<HomeKitManager>(settings, nullptr, config.filePath(str("none")),
+                                                str(KESTREL_SCENE_RUNNER));
+    }
+    // A scene as a user writes it: an executable file in the scenes folder, or anywhere else.
+    static void write(const QString &path, const QString &body, bool executable = true)
+    {
+        QDir().mkpath(QFileInfo(path).path());
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(body.toUtf8());
+        file.close();
+        if (executable)
+            file.setPermissions(file.permissions() | QFile::ExeOwner);
+    }
+    QTemporaryDir config;
+    QString folder;
+    MemoryKeyValueStore store;
+    AppSettings settings;
+};
+
 } // namespace
 
 class PowerTest : public QObject
@@ -63,6 +100,10 @@ private slots:
     void blankSceneNameStartsNoProcess();
     void missingToolIsUnavailableAndActionsSayWhy();
     void statusTexts();
+    void templatesSwitchTheirPlugs_data();
+    void templatesSwitchTheirPlugs();
+    void sceneRunnerRefusesAndExplains_data();
+    void sceneRunnerRefusesAndExplains();
 };
 
 void PowerTest::statusAnswerBecomesState_data()
@@ -249,6 +290,183 @@ void PowerTest::statusTexts()
     QCOMPARE(statusText(HomeKitAccessoryState::unavailable(str("b"))), str("b"));
     QCOMPARE(interpretStatusResult({.success = false}),
              HomeKitAccessoryState::unknown(str("Status-Kurzbefehl fehlgeschlagen")));
+}
+
+// Each template, made into a scene the way a user does it (the example copied under the scene's
+// name and made executable, the plug's address entered in its config), against a loopback
+// server that plays the plug's API: the plug gets exactly the documented request, and Kestrel
+// shows what the answer means.
+void PowerTest::templatesSwitchTheirPlugs_data()
+{
+    QTest::addColumn<QString>("scene");    // template name
+    QTest::addColumn<QString>("config");   // lines the user adds to the template's config
+    QTest::addColumn<QByteArray>("reply"); // the plug's answer; "401" for a refusal
+    QTest::addColumn<QByteArray>("request");
+    QTest::addColumn<QByteArray>("header"); // "name: value" the plug must receive, if any
+    QTest::addColumn<QByteArray>("body");
+    QTest::addColumn<QString>("shown"); // action message, or the status text for a status scene
+
+    const QString done = str("Kurzbefehl \"Drucker\" ausgefuehrt");
+    const QString on = str("Ender ist eingeschaltet");
+    const QString off = str("Ender ist ausgeschaltet");
+    const char *bearer = "authorization: Bearer t0k3n";
+    auto row = [](const char *scene, const char *config, const char *reply, const char *request,
+                  const char *header, const char *body, const QString &shown) {
+        QTest::newRow(scene) << str(scene) << str(config) << QByteArray(reply)
+                             << QByteArray(request) << QByteArray(header) << QByteArray(body)
+                             << shown;
+    };
+    row("tasmota-an", "PASSWORT='ge heim'", R"({"POWER":"ON"})",
+        "GET /cm?cmnd=Power%20On&user=admin&password=ge+heim", "", "", done);
+    row("tasmota-aus", "", R"({"POWER":"OFF"})",
+        "GET /cm?cmnd=Power%20Off&user=admin&password=", "", "", done);
+    row("tasmota-status", "", R"({"POWER":"ON"})", "GET /cm?cmnd=Power&user=admin&password=", "",
+        "", on);
+    QTest::newRow("tasmota-an, wrong password")
+        << str("tasmota-an") << QString() << QByteArray("401")
+        << QByteArray("GET /cm?cmnd=Power%20On&user=admin&password=") << QByteArray()
+        << QByteArray() << str("curl: (22) The requested URL returned error: 401");
+    QTest::newRow("tasmota-an, unknown command")
+        << str("tasmota-an") << QString() << QByteArray(R"({"Command":"Unknown"})")
+        << QByteArray("GET /cm?cmnd=Power%20On&user=admin&password=") << QByteArray()
+        << QByteArray() << str(R"(Tasmota antwortet: {"Command":"Unknown"})");
+    row("shelly1-an", "ZUGANG=admin:geheim", R"({"ison":true})", "GET /relay/0?turn=on",
+        "authorization: Basic YWRtaW46Z2VoZWlt", "", done);
+    row("shelly1-aus", "", R"({"ison":false})", "GET /relay/0?turn=off", "", "", done);
+    row("shelly1-status", "", R"({"ison": false, "has_timer": false})", "GET /relay/0", "", "",
+        off);
+    row("shelly2-an", "", R"({"was_on":false})", "GET /rpc/Switch.Set?id=0&on=true", "", "", done);
+    row("shelly2-aus", "", R"({"was_on":true})", "GET /rpc/Switch.Set?id=0&on=false", "", "", done);
+    row("shelly2-status", "", R"({"id":0,"source":"http","output":true,"voltage":231.1})",
+        "GET /rpc/Switch.GetStatus?id=0", "", "", on);
+    row("homeassistant-an", "", "[]", "POST /api/services/switch/turn_on", bearer,
+        R"({"entity_id": "switch.drucker"})", done);
+    row("homeassistant-aus", "", "[]", "POST /api/services/switch/turn_off", bearer,
+        R"({"entity_id": "switch.drucker"})", done);
+    row("homeassistant-status", "SCHALTER=switch.ender",
+        R"({"entity_id": "switch.ender", "state": "off", "attributes": {}})",
+        "GET /api/states/switch.ender", bearer, "", off);
+    row("druckerhost-an", "API_SCHLUESSEL=k3y", R"({"result":{"printer":"on"}})",
+        "POST /machine/device_power/device?device=printer&action=on", "x-api-key: k3y", "", done);
+    row("druckerhost-aus", "", R"({"result":{"printer":"off"}})",
+        "POST /machine/device_power/device?device=printer&action=off", "", "", done);
+    row("druckerhost-status", "GERAET=ender", R"({"result": {"ender": "on"}})",
+        "GET /machine/device_power/device?device=ender", "", "", on);
+}
+
+void PowerTest::templatesSwitchTheirPlugs()
+{
+    QFETCH(QString, scene);
+    QFETCH(QString, config);
+    QFETCH(QByteArray, reply);
+    QFETCH(QByteArray, request);
+    QFETCH(QByteArray, header);
+    QFETCH(QByteArray, body);
+    QFETCH(QString, shown);
+
+    const bool isStatus = scene.endsWith(str("-status"));
+    SceneFixture fixture(isStatus ? str("Drucker") : QString());
+    test::LoopbackHttpServer plug;
+    plug.setReply(reply == "401" ? test::HttpReply::status("HTTP/1.1 401 Unauthorized")
+                                 : test::HttpReply::content("application/json", reply));
+
+    QVERIFY(!scenes::prepareFolder(fixture.folder));
+    const QDir folder(fixture.folder);
+    QVERIFY(
+        QFile::copy(folder.filePath(scene + str(".beispiel")), folder.filePath(str("Drucker"))));
+    QVERIFY(QFile::setPermissions(folder.filePath(str("Drucker")),
+                                  QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+    const QString configName = scene.section(u'-', 0, 0)
+                                   .replace(str("shelly1"), str("shelly"))
+                                   .replace(str("shelly2"), str("shelly")) +
+                               str(".conf");
+    QFile configFile(folder.filePath(configName));
+    QVERIFY(configFile.open(QIODevice::Append));
+    configFile.write(str("\nADRESSE=http://%1\n%2\n").arg(plug.address(), config).toUtf8());
+    configFile.close();
+    SceneFixture::write(folder.filePath(str("homeassistant.token")), str("t0k3n\n"), false);
+    QFile::setPermissions(folder.filePath(str("homeassistant.token")),
+                          QFile::ReadOwner | QFile::WriteOwner);
+
+    const auto manager = fixture.manager();
+    if (isStatus) {
+        awaitSettled(*manager);
+        QCOMPARE(statusText(manager->accessoryState()), shown);
+    } else {
+        awaitAction(manager->runShortcut(str("Drucker")));
+        QCOMPARE(manager->actionMessage().value_or(QString()), shown);
+    }
+    const test::HttpRequest received = plug.requests().constLast();
+    QCOMPARE(received.method + ' ' + received.path, request);
+    if (!header.isEmpty()) {
+        const qsizetype colon = header.indexOf(": ");
+        QCOMPARE(received.headers.value(header.left(colon)), header.mid(colon + 2));
+    }
+    QCOMPARE(received.body, body);
+}
+
+// Whatever name a scene field holds, only a file directly in the scenes folder runs, and a name
+// that cannot be one is refused with a German line that Kestrel shows.
+void PowerTest::sceneRunnerRefusesAndExplains_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("scene"); // the body of the file by that name, if there is one
+    QTest::addColumn<bool>("executable");
+    QTest::addColumn<QString>("shown"); // %1 is the scenes folder
+
+    const QString touch = str("#!/bin/sh\ntouch \"$(dirname \"$0\")/ran\"\n");
+    auto refused = [&](const char *row, const QString &name, const char *shown) {
+        QTest::newRow(row) << name << touch << true << str(shown);
+    };
+    refused("../x", str("../x"),
+            "Szenenname „../x“ enthält „/“: eine Szene ist eine Datei direkt "
+            "im Szenenordner");
+    refused("a/b", str("a/b"),
+            "Szenenname „a/b“ enthält „/“: eine Szene ist eine Datei direkt im "
+            "Szenenordner");
+    refused("--help", str("--help"),
+            "Szenenname „--help“ beginnt mit „-“ und sähe aus wie eine "
+            "Option");
+    refused("-", str("-"), "Szenenname „-“ beginnt mit „-“ und sähe aus wie eine Option");
+    refused("newline", str("a\nb"), "Szenenname „a␊b“ enthält Steuerzeichen");
+    refused("300 bytes", QString(300, u'a'), "Szenenname ist länger als 255 Bytes");
+    refused("empty", QString(), "Kein Kurzbefehls-Name eingetragen");
+    QTest::newRow("missing") << str("Drucker an") << QString() << false
+                             << str("Szene „Drucker an“ fehlt: %1/Drucker an ist keine ausführbare "
+                                    "Datei");
+    QTest::newRow("not executable") << str("Drucker an") << touch << false
+                                    << str("Szene „Drucker an“ ist nicht ausführbar: %1/Drucker an "
+                                           "fehlt das Recht zum Ausführen (chmod +x)");
+    QTest::newRow("hangs") << str("Drucker an") << str("#!/bin/sh\nsleep 60\n") << true
+                           << str("Szene „Drucker an“ lief länger als 0,3 Sekunden und wurde "
+                                  "abgebrochen");
+    QTest::newRow("exit 1, silent") << str("Drucker an") << str("#!/bin/sh\nexit 1\n") << true
+                                    << str("Kurzbefehl fehlgeschlagen (1)");
+    QTest::newRow("says why") << str("Drucker an")
+                              << str("#!/bin/sh\necho ' Steckdose antwortet nicht' >&2; exit 3\n")
+                              << true << str("Steckdose antwortet nicht");
+}
+
+void PowerTest::sceneRunnerRefusesAndExplains()
+{
+    QFETCH(QString, name);
+    QFETCH(QString, scene);
+    QFETCH(bool, executable);
+    QFETCH(QString, shown);
+
+    SceneFixture fixture;
+    if (!scene.isEmpty() && !name.isEmpty() && name.size() < 256)
+        SceneFixture::write(fixture.folder + u'/' + name, scene, executable);
+    qputenv("KESTREL_SCENE_TIME_LIMIT_MS", "300");
+    const auto manager = fixture.manager();
+    awaitAction(manager->runShortcut(name));
+    qunsetenv("KESTREL_SCENE_TIME_LIMIT_MS");
+    QCOMPARE(manager->actionMessage().value_or(QString()),
+             shown.contains(str("%1")) ? shown.arg(fixture.folder) : shown);
+    QTRY_VERIFY_WITH_TIMEOUT(test::childProcessNames().isEmpty(), 20000); // the hung scene too
+    QDirIterator ran(fixture.config.path(), {str("ran")}, QDir::Files,
+                     QDirIterator::Subdirectories);
+    QVERIFY2(!ran.hasNext(), "a refused scene ran");
 }
 
 QTEST_GUILESS_MAIN(PowerTest)

@@ -16,6 +16,7 @@
 #include <QAction>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QDesktopServices>
 #include <QDir>
 #include <QLabel>
 #include <QLineEdit>
@@ -77,6 +78,10 @@ class ScreensTest : public QObject
 {
     Q_OBJECT
 
+public slots:
+    // Stands in for the file manager.
+    void openUrl(const QUrl &url) { m_opened << url; }
+
 private slots:
     // Every address the tests use is loopback: none reached for the network.
     void cleanupTestCase();
@@ -88,11 +93,13 @@ private slots:
     void closeAllEmptiesTheSelection();
     void settingsFieldsToggleAndPicker();
     void powerOffAsksFirst();
+    void sceneFolderButtonPreparesTheFolder();
     void rendersEveryScreen();
     void everyGlyphFitsItsLabel();
 
 private:
     kestrel::test::LoopbackOnlyNetwork &m_network = kestrel::test::LoopbackOnlyNetwork::install();
+    QList<QUrl> m_opened;
 };
 
 void ScreensTest::createsItsObjectsInOrder()
@@ -284,6 +291,31 @@ void ScreensTest::powerOffAsksFirst()
     QTRY_COMPARE(environment.shortcuts.calls(), offScene);
 }
 
+// The folder a Linux user fills with scenes: the settings name it, and the button makes it,
+// puts the templates in as examples that cannot run, and opens it.
+void ScreensTest::sceneFolderButtonPreparesTheFolder()
+{
+    QTemporaryDir config;
+    qputenv("XDG_CONFIG_HOME", config.path().toUtf8());
+    QDesktopServices::setUrlHandler(QStringLiteral("file"), this, "openUrl");
+    Environment environment;
+    test::CameraApp app({}, environment.shortcuts.path());
+    SettingsView view(app.settings, app.homeKit);
+    const QString folder = config.filePath(QStringLiteral("Kestrel/scenes"));
+    QVERIFY(childWithText<QLabel>(&view,
+                                  QStringLiteral("Szenen sind ausführbare Dateien in ") + folder));
+    childWithText<QPushButton>(&view, QStringLiteral("Szenenordner öffnen"))->click();
+    QDesktopServices::unsetUrlHandler(QStringLiteral("file"));
+    qunsetenv("XDG_CONFIG_HOME");
+
+    QCOMPARE(m_opened, QList{QUrl::fromLocalFile(folder)});
+    const QFileInfo example(folder + QStringLiteral("/tasmota-an.beispiel"));
+    QVERIFY(example.isFile());
+    QVERIFY(!example.isExecutable());
+    QCOMPARE(QFile::permissions(folder + QStringLiteral("/tasmota.conf")) & 0x0077, 0);
+    QCOMPARE(QDir(folder).entryList(QDir::Files | QDir::Executable), QStringList());
+}
+
 void ScreensTest::rendersEveryScreen()
 {
     const GlyphRoom glyphRoom; // as the app has it
@@ -321,6 +353,7 @@ void ScreensTest::rendersEveryScreen()
     SettingsView settings(app.settings, app.homeKit);
     settings.show();
     writePng(settings, QStringLiteral("settings"));
+    writePng(*settings.findChild<QScrollArea *>()->widget(), QStringLiteral("settings-form"));
     QVERIFY(settings.width() >= 560);
     // On a screen lower than the form, the window fits and the form scrolls.
     QVERIFY(settings.frameGeometry().height() <= settings.screen()->availableGeometry().height());

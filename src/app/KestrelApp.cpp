@@ -28,7 +28,7 @@ KestrelApp::QtGermanTexts::QtGermanTexts()
 
 KestrelApp::KestrelApp(KeyValueStore &store, const ExternalTools &tools)
     : m_settings(new AppSettings(store, this)),
-      m_homeKitManager(new HomeKitManager(*m_settings, this, tools.shortcuts)),
+      m_homeKitManager(new HomeKitManager(*m_settings, this, tools.shortcuts, tools.sceneRunner)),
       m_piStatusMonitor(
           new PiStatusMonitor(*m_settings, this, PiStatusMonitor::defaultInterval, tools.curl)),
       m_windowCoordinator(new WindowCoordinator(

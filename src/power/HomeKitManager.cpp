@@ -10,8 +10,20 @@
 
 namespace kestrel {
 
-HomeKitManager::HomeKitManager(AppSettings &settings, QObject *parent, QString shortcutsPath)
-    : QObject(parent), m_settings(settings), m_shortcutsPath(std::move(shortcutsPath))
+namespace {
+
+bool isExecutableFile(const QString &path)
+{
+    const QFileInfo file(path);
+    return file.isFile() && file.isExecutable();
+}
+
+} // namespace
+
+HomeKitManager::HomeKitManager(AppSettings &settings, QObject *parent, QString shortcutsPath,
+                               QString sceneRunnerPath)
+    : QObject(parent), m_settings(settings), m_shortcutsPath(std::move(shortcutsPath)),
+      m_sceneRunnerPath(std::move(sceneRunnerPath))
 {
     // Follows the two names as announced, before they are stored: refreshStatus() reads the
     // store and so still queries with the name from before the edit; the next change or refresh
@@ -35,8 +47,7 @@ void HomeKitManager::refreshStatus()
 {
     const quint64 query = ++m_query;
 
-    const QFileInfo tool(m_shortcutsPath);
-    m_shortcutsAvailable = tool.isFile() && tool.isExecutable();
+    m_shortcutsAvailable = isExecutableFile(tool());
     emit shortcutsAvailableChanged(m_shortcutsAvailable);
     if (!m_shortcutsAvailable) {
         setAccessoryState(HomeKitAccessoryState::unavailable(
@@ -83,10 +94,19 @@ QFuture<void> HomeKitManager::runShortcut(const QString &name)
 
 QFuture<ShortcutExecutionResult> HomeKitManager::executeShortcut(const QString &name)
 {
-    const ProcessCommand command{.program = m_shortcutsPath,
+    const ProcessCommand command{.program = tool(),
                                  .arguments = {QStringLiteral("run"), name},
                                  .captureStandardOutput = true};
     return runProcess(command, this).then(shortcutResultFromProcess);
+}
+
+// Asked afresh for every run, so a tool that appears or goes while Kestrel runs is noticed. With
+// neither there, it is the runner whose launch error is shown, as the one a Linux user lacks.
+QString HomeKitManager::tool() const
+{
+    if (m_sceneRunnerPath.isEmpty() || isExecutableFile(m_shortcutsPath))
+        return m_shortcutsPath;
+    return m_sceneRunnerPath;
 }
 
 void HomeKitManager::setAccessoryState(const HomeKitAccessoryState &state)

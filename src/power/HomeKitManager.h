@@ -23,8 +23,11 @@ class HomeKitManager : public QObject
     Q_OBJECT
 
 public:
+    // Shortcuts run through the shortcuts tool when it is there, otherwise through the scene
+    // runner (on Linux), with the same arguments.
     explicit HomeKitManager(AppSettings &settings, QObject *parent = nullptr,
-                            QString shortcutsPath = QStringLiteral("/usr/bin/shortcuts"));
+                            QString shortcutsPath = QStringLiteral("/usr/bin/shortcuts"),
+                            QString sceneRunnerPath = {});
 
     HomeKitAccessoryState accessoryState() const { return m_accessoryState; }
     // The outcome of the last finished power action; absent until the first one.
@@ -50,11 +53,13 @@ signals:
     void shortcutsAvailableChanged(bool available);
 
 private:
+    QString tool() const;
     void setAccessoryState(const HomeKitAccessoryState &state);
     void setActionMessage(const QString &message);
 
     AppSettings &m_settings;
     const QString m_shortcutsPath;
+    const QString m_sceneRunnerPath;
     HomeKitAccessoryState m_accessoryState;
     std::optional<QString> m_actionMessage;
     bool m_shortcutsAvailable = false;

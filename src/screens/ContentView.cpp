@@ -2,14 +2,15 @@
 #include "screens/ContentView.h"
 
 #include "monitor/PiStatusMonitor.h"
-#include "widgets/SymbolLabel.h"
-#include "widgets/SystemColors.h"
-#include "widgets/TextStyles.h"
 #include "power/HomeKitManager.h"
 #include "power/StatusInterpretation.h"
 #include "screens/StartupInfoView.h"
 #include "settings/AppSettings.h"
 #include "widgets/ButtonStyles.h"
+#include "widgets/SecondaryText.h"
+#include "widgets/SymbolLabel.h"
+#include "widgets/SystemColors.h"
+#include "widgets/TextStyles.h"
 #include "windows/WindowCoordinator.h"
 
 #include <QCoreApplication>
@@ -21,16 +22,6 @@
 namespace kestrel {
 
 namespace {
-
-QLabel *secondaryLabel(QFont font, QWidget *parent)
-{
-    auto *label = new QLabel(parent);
-    label->setFont(font);
-    label->setForegroundRole(QPalette::PlaceholderText);
-    label->setTextFormat(Qt::PlainText);
-    label->setWordWrap(true);
-    return label;
-}
 
 QPushButton *smallButton(const QString &text, QWidget *parent)
 {
@@ -46,10 +37,9 @@ ContentView::ContentView(AppSettings &settings, HomeKitManager &homeKitManager,
                          std::function<void()> openSettings, QWidget *parent)
     : QWidget(parent), m_settings(settings), m_homeKitManager(homeKitManager), m_monitor(monitor),
       m_coordinator(coordinator), m_address(new SymbolLabel(this)),
-      m_hostState(new SymbolLabel(this)), m_hostDetail(secondaryLabel(textStyles::caption(), this)),
-      m_powerOnRow(new QWidget(this)), m_powerState(secondaryLabel(textStyles::caption(), this)),
-      m_actionMessage(secondaryLabel(textStyles::caption(), this)),
-      m_lastReachability(monitor.reachability())
+      m_hostState(new SymbolLabel(this)), m_hostDetail(secondaryText(QString(), this)),
+      m_powerOnRow(new QWidget(this)), m_powerState(secondaryText(QString(), this)),
+      m_actionMessage(secondaryText(QString(), this)), m_lastReachability(monitor.reachability())
 {
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(24, 24, 24, 24);
@@ -58,7 +48,7 @@ ContentView::ContentView(AppSettings &settings, HomeKitManager &homeKitManager,
     auto *title = new QLabel(QStringLiteral("Kestrel"), this);
     title->setFont(textStyles::fixed(30, QFont::Bold));
     layout->addWidget(title);
-    auto *description = secondaryLabel(textStyles::body(), this);
+    auto *description = secondaryText(QString(), this, textStyles::body());
     description->setText(tr("Zeigt die per Crowsnest bereitgestellten Kameras deines "
                             "Klipper-Druckers als frei verschiebbare PiP-Fenster auf dem Mac an."));
     layout->addWidget(description);
@@ -85,7 +75,7 @@ ContentView::ContentView(AppSettings &settings, HomeKitManager &homeKitManager,
 
     for (qsizetype i = 0; i < cameraCatalogue().size(); ++i) {
         auto *selection = new SymbolLabel(this);
-        auto *detail = secondaryLabel(textStyles::caption(), this);
+        auto *detail = secondaryText(QString(), this);
         selection->addLineUnderText(detail);
         status->addWidget(selection);
         m_cameraRows.append({selection, detail});

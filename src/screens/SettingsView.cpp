@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "screens/SettingsView.h"
 
-#include "widgets/TextStyles.h"
 #include "power/HomeKitManager.h"
+#include "power/SceneFolder.h"
 #include "power/StatusInterpretation.h"
+#include "screens/SceneFolderRow.h"
 #include "settings/AppSettings.h"
 #include "widgets/ButtonStyles.h"
 #include "widgets/ConfirmationAlert.h"
+#include "widgets/SecondaryText.h"
+#include "widgets/TextStyles.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -26,16 +29,6 @@
 namespace kestrel {
 
 namespace {
-
-QLabel *caption(const QString &text, QWidget *parent)
-{
-    auto *label = new QLabel(text, parent);
-    label->setFont(textStyles::caption());
-    label->setForegroundRole(QPalette::PlaceholderText);
-    label->setTextFormat(Qt::PlainText);
-    label->setWordWrap(true);
-    return label;
-}
 
 // Joins every character to the next (U+2060 WORD JOINER, invisible), so a caption wraps between
 // words only and never inside an address.
@@ -146,7 +139,7 @@ QWidget *SettingsView::printerSection()
     auto *form = new QFormLayout(box);
     m_printerIP = boundField(tr("IP-Adresse"), form,
                              [this](const QString &text) { m_settings.setPrinterIP(text); });
-    form->addRow(QString(), caption(tr("Beispiel: ") + AppSettings::defaultPrinterIP(), box));
+    form->addRow(QString(), secondaryText(tr("Beispiel: ") + AppSettings::defaultPrinterIP(), box));
     m_alwaysOnTop = new QCheckBox(tr("Fenster immer oben halten"), box);
     connect(m_alwaysOnTop, &QCheckBox::toggled, this,
             [this](bool on) { m_settings.setAlwaysOnTop(on); });
@@ -169,13 +162,13 @@ QWidget *SettingsView::camerasSection()
         auto *labels = new QVBoxLayout;
         labels->setSpacing(2);
         labels->addWidget(shown);
-        QLabel *details =
-            caption(camera.resolution + tr(" • Proxy ") + keptTogether(camera.snapshotPath), box);
+        QLabel *details = secondaryText(
+            camera.resolution + tr(" • Proxy ") + keptTogether(camera.snapshotPath), box);
         details->setIndent(style()->pixelMetric(QStyle::PM_IndicatorWidth) +
                            style()->pixelMetric(QStyle::PM_CheckBoxLabelSpacing));
         labels->addWidget(details);
         line->addLayout(labels, 1);
-        QLabel *placementCaption = caption(tr("Startposition"), box);
+        QLabel *placementCaption = secondaryText(tr("Startposition"), box);
         placementCaption->setWordWrap(false);
         line->addWidget(placementCaption);
         auto *placement = new QComboBox(box);
@@ -196,7 +189,7 @@ QWidget *SettingsView::camerasSection()
 
         auto *custom = new QFormLayout;
         custom->setContentsMargins(0, 4, 0, 4);
-        custom->addRow(caption(tr("Individuelle Einstellungen"), box));
+        custom->addRow(secondaryText(tr("Individuelle Einstellungen"), box));
         // Emptying a field removes the override, and the catalogue value shows again.
         QLineEdit *customName =
             boundField(tr("Kameraname"), custom, [this, id](const QString &text) {
@@ -237,11 +230,12 @@ QWidget *SettingsView::homeKitSection()
     m_powerOffScene = boundField(tr("Szene fuer Ausschalten"), form, [this](const QString &text) {
         m_settings.setHomeKitPowerOffSceneName(text);
     });
-    form->addRow(caption(tr("Der optionale Status-Kurzbefehl sollte als Text zum Beispiel \"ein\" "
-                            "oder \"aus\" zurueckgeben."),
-                         box));
-    m_powerState = caption(QString(), box);
-    m_actionMessage = caption(QString(), box);
+    form->addRow(
+        secondaryText(tr("Der optionale Status-Kurzbefehl sollte als Text zum Beispiel \"ein\" "
+                         "oder \"aus\" zurueckgeben."),
+                      box));
+    m_powerState = secondaryText(QString(), box);
+    m_actionMessage = secondaryText(QString(), box);
     form->addRow(m_powerState);
     form->addRow(m_actionMessage);
 
@@ -268,6 +262,9 @@ QWidget *SettingsView::homeKitSection()
     buttons->addWidget(powerOff);
     buttons->addStretch();
     form->addRow(buttons);
+#if defined(Q_OS_LINUX)
+    form->addRow(new SceneFolderRow(scenes::folder(), box));
+#endif
     return box;
 }
 

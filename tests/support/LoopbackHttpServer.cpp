@@ -90,8 +90,6 @@ void LoopbackHttpServer::readRequest(QTcpSocket *socket)
         socket->setProperty("buffer", buffer);
         return;
     }
-    socket->setProperty("handled", true);
-
     HttpRequest request;
     request.arrivedMs = m_clock.elapsed();
     const QList<QByteArray> lines = buffer.left(end).split('\n');
@@ -104,6 +102,13 @@ void LoopbackHttpServer::readRequest(QTcpSocket *socket)
             request.headers.insert(lines[i].left(colon).trimmed().toLower(),
                                    lines[i].mid(colon + 1).trimmed());
     }
+    const qsizetype bodySize = request.headers.value("content-length").toLongLong();
+    if (buffer.size() < end + 4 + bodySize) {
+        socket->setProperty("buffer", buffer);
+        return;
+    }
+    request.body = buffer.mid(end + 4, bodySize);
+    socket->setProperty("handled", true);
     m_requests << request;
     emit requestReceived(request);
     perform(socket, request, m_handler(request));

@@ -19,7 +19,8 @@ struct HttpRequest
     QByteArray method;
     QByteArray path;
     QMap<QByteArray, QByteArray> headers; // names in lower case
-    qint64 arrivedMs = 0;                 // since the server started
+    QByteArray body;
+    qint64 arrivedMs = 0; // since the server started
 
     bool fromCurl() const { return headers.value("user-agent").startsWith("curl/"); }
 };

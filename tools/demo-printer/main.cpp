@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "DemoFrames.h"
+#include "DemoPlug.h"
 #include "LoopbackHttpServer.h"
 #include "platform/CommandLine.h"
 #include "settings/Camera.h"
@@ -73,7 +74,8 @@ int main(int argc, char *argv[])
         QStringLiteral("kestrel-demo-printer"),
         QStringLiteral(
             "Ein Crowsnest-Host zum Ausprobieren von Kestrel: beantwortet / und liefert\n"
-            "für die drei Kameras bewegte Testbilder, nur auf 127.0.0.1."),
+            "für die drei Kameras bewegte Testbilder, nur auf 127.0.0.1. Eine Steckdose\n"
+            "mit Tasmota-Befehlen auf einem eigenen Port schaltet ihn aus und wieder ein."),
         QStringLiteral("Rückgabewerte:\n"
                        "  0  Beendet, oder Hilfe oder Version gezeigt.\n"
                        "  2  Unbekannte Option, ungültiger Port oder unbekannter Fehlerfall."));
@@ -85,8 +87,13 @@ int main(int argc, char *argv[])
         QStringLiteral("fault"),
         QStringLiteral("Lässt eine Kamera scheitern, z. B. 2=404 (404, html, truncated, stall)."),
         QStringLiteral("kamera=fehler"));
+    const QCommandLineOption bootOption(
+        QStringLiteral("boot-ms"),
+        QStringLiteral("So lange braucht der Drucker nach dem Einschalten (Vorgabe 3000)."),
+        QStringLiteral("ms"), QStringLiteral("3000"));
     commandLine.addOption(portOption);
     commandLine.addOption(faultOption);
+    commandLine.addOption(bootOption);
     if (const auto status = commandLine.parse(argc, argv))
         return *status;
 
@@ -132,7 +139,10 @@ int main(int argc, char *argv[])
         }
         return HttpReply::status("HTTP/1.1 404 Not Found");
     });
+    kestrel::demo::DemoPlug plug(server,
+                                 std::chrono::milliseconds(commandLine.value(bootOption).toInt()));
     std::printf("Demo-Drucker laeuft auf http://%s/\n", qPrintable(server.address()));
+    std::printf("Steckdose (Tasmota) laeuft auf http://%s/\n", qPrintable(plug.address()));
     std::fflush(stdout);
     return QGuiApplication::exec();
 }
