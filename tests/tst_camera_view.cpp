@@ -90,34 +90,16 @@ class CameraViewTest : public QObject
 
 private slots:
     void initTestCase();
-    void captionCapsTheRateFromAbove();
     void invalidAddressShowsThePlaceholderOnly();
     void footerShowsTheSnapshotButOpensTheHost();
     void menuFollowsCustomNamesAndSwitchesCameras();
     void returnAsksBeforePoweringOff();
-    void statusDotFollowsTheHost();
     void rendersInEveryState();
 };
 
 void CameraViewTest::initTestCase()
 {
     qputenv("TMPDIR", QDir::tempPath().toLocal8Bit()); // loaders clean up after themselves
-}
-
-void CameraViewTest::captionCapsTheRateFromAbove()
-{
-    Camera camera = cameraCatalogue()[2];
-    QCOMPARE(CameraWindowView::caption(camera),
-             QStringLiteral("1920x1080 • Aktualisierung bis 6 FPS"));
-    camera.fps = 15;
-    QCOMPARE(CameraWindowView::caption(camera),
-             QStringLiteral("1920x1080 • Aktualisierung bis 6 FPS"));
-    camera.fps = 3;
-    QCOMPARE(CameraWindowView::caption(camera),
-             QStringLiteral("1920x1080 • Aktualisierung bis 3 FPS"));
-    camera.fps = 0;
-    QCOMPARE(CameraWindowView::caption(camera),
-             QStringLiteral("1920x1080 • Aktualisierung bis 0 FPS"));
 }
 
 void CameraViewTest::invalidAddressShowsThePlaceholderOnly()
@@ -231,25 +213,6 @@ void CameraViewTest::returnAsksBeforePoweringOff()
     QTRY_COMPARE(shortcuts.calls(), offScene);
     QTRY_COMPARE(app.homeKit.actionMessage(),
                  QStringLiteral("Kurzbefehl \"Alles aus\" ausgefuehrt"));
-}
-
-void CameraViewTest::statusDotFollowsTheHost()
-{
-    test::LoopbackHttpServer printer;
-    QVariantMap stored = noWindows;
-    stored.insert(QStringLiteral("printerIP"), printer.address());
-    CameraApp app(stored);
-    auto coordinator = app.start();
-    CameraWindowView view(cameraCatalogue()[0], {app.settings, app.monitor, app.homeKit});
-    const StatusDot *dot = view.findChild<StatusDot *>();
-    QCOMPARE(dot->color(), systemColors::yellow());
-    QTRY_COMPARE_WITH_TIMEOUT(dot->color(), systemColors::green(), 20000);
-    app.settings.setPrinterIP(QString());
-    QCOMPARE(dot->color(), systemColors::yellow()); // checking again, at once
-    // The monitor takes an address one change late; the next change brings the empty one in.
-    QTRY_COMPARE_WITH_TIMEOUT(dot->color(), systemColors::green(), 20000);
-    app.settings.setPrinterIP(QStringLiteral(" "));
-    QTRY_COMPARE_WITH_TIMEOUT(dot->color(), systemColors::red(), 20000);
 }
 
 void CameraViewTest::rendersInEveryState()

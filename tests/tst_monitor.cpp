@@ -74,11 +74,8 @@ private slots:
     void launchFailureIsTheReason();
     void addressIsOneArgumentWhateverItHolds_data();
     void addressIsOneArgumentWhateverItHolds();
-    void startSendsTwoWakeUpsAndOneProbe();
     void restartDropsTheStaleProbe();
-    void quickChangesLeaveOneLoop();
     void changeProbesThePreviouslyStoredAddress();
-    void texts();
 
 private:
     kestrel::test::LoopbackOnlyNetwork &m_network = kestrel::test::LoopbackOnlyNetwork::install();
@@ -209,24 +206,6 @@ void MonitorTest::addressIsOneArgumentWhateverItHolds()
              (QStringList{QStringLiteral("curl"), QStringLiteral("curl.calls")}));
 }
 
-void MonitorTest::startSendsTwoWakeUpsAndOneProbe()
-{
-    LoopbackHttpServer server;
-    Fixture fixture(server.address());
-    PiStatusMonitor monitor(fixture.settings, nullptr, 60s);
-    QCOMPARE(firstVerdict(monitor), PiReachability::reachable());
-    QTRY_COMPARE_WITH_TIMEOUT(server.requests().size(), 3, 10000);
-
-    int wakeUps = 0;
-    for (const test::HttpRequest &request : server.requests()) {
-        QCOMPARE(request.method, QByteArray("HEAD"));
-        QCOMPARE(request.path, QByteArray("/"));
-        wakeUps += request.fromCurl() ? 0 : 1;
-    }
-    QCOMPARE(wakeUps, 2);
-    QCOMPARE(server.curlRequests().size(), 1);
-}
-
 void MonitorTest::restartDropsTheStaleProbe()
 {
     // The first probe hangs until released; every later one gets an HTTP/1.0 answer.
@@ -257,30 +236,6 @@ void MonitorTest::restartDropsTheStaleProbe()
     QCOMPARE(values(published), (QList{PiReachability::checking(), fresh}));
 }
 
-void MonitorTest::quickChangesLeaveOneLoop()
-{
-    constexpr auto interval = 150ms;
-    LoopbackHttpServer server;
-    Fixture fixture(server.address());
-    PiStatusMonitor monitor(fixture.settings, nullptr, interval);
-    QCOMPARE(firstVerdict(monitor), PiReachability::reachable());
-
-    // Both changes keep probing this server, since a change probes the address stored before it.
-    fixture.settings.setPrinterIP(server.address() + QStringLiteral(" "));
-    fixture.settings.setPrinterIP(server.address() + QStringLiteral("  "));
-    const qsizetype before = server.curlRequests().size();
-    QTRY_VERIFY_WITH_TIMEOUT(server.curlRequests().size() >= before + 6, 30000);
-
-    // One loop probes, pauses, probes: no two probes come closer than the pause. A second loop
-    // would interleave its own.
-    const QList<test::HttpRequest> probes = server.curlRequests().mid(before);
-    for (qsizetype i = 1; i < probes.size(); ++i)
-        QVERIFY2(probes[i].arrivedMs - probes[i - 1].arrivedMs >= interval.count(),
-                 qPrintable(QStringLiteral("probe %1 came after %2 ms")
-                                .arg(i)
-                                .arg(probes[i].arrivedMs - probes[i - 1].arrivedMs)));
-}
-
 void MonitorTest::changeProbesThePreviouslyStoredAddress()
 {
     LoopbackHttpServer first;
@@ -304,18 +259,6 @@ void MonitorTest::changeProbesThePreviouslyStoredAddress()
     QSignalSpy published(&monitor, &PiStatusMonitor::reachabilityChanged);
     fixture.settings.setPrinterIP(QStringLiteral("127.0.0.1:1"));
     QCOMPARE(published.count(), 0);
-}
-
-void MonitorTest::texts()
-{
-    QCOMPARE(PiReachability::checking().title(), QStringLiteral("Pruefe Raspberry Pi"));
-    QCOMPARE(PiReachability::checking().detail(), QStringLiteral("Verbindung wird geprueft"));
-    QCOMPARE(PiReachability::reachable().title(), QStringLiteral("Raspberry Pi erreichbar"));
-    QCOMPARE(PiReachability::reachable().detail(),
-             QStringLiteral("Klipper-Host antwortet im lokalen Netzwerk"));
-    QCOMPARE(unreachable("x").title(), QStringLiteral("Raspberry Pi nicht erreichbar"));
-    QCOMPARE(unreachable("x").detail(), QStringLiteral("x"));
-    QVERIFY(unreachable("x") != unreachable("y"));
 }
 
 void MonitorTest::cleanupTestCase()

@@ -55,47 +55,18 @@ class PlatformTest : public QObject
     Q_OBJECT
 
 private slots:
-    void jsonStoreRoundTripsEveryValueKind();
     void jsonStoreStartsEmptyWithoutFileAndCreatesItsFolder();
     void jsonStoreKeepsUnusableFileAsideBeforeFirstWrite_data();
     void jsonStoreKeepsUnusableFileAsideBeforeFirstWrite();
     void jsonStoreFileIsWholeWhenWriterIsKilled();
 
     void processReportsExitOutputsAndCrashes();
-    void processWithoutOwnerIsKilledAndNeverReports();
 
-    void frameTextWritesShortestNumbers();
     void frameTextReadsBackWhatItWrites_data();
     void frameTextReadsBackWhatItWrites();
     void frameTextReaderIsLenient_data();
     void frameTextReaderIsLenient();
 };
-
-void PlatformTest::jsonStoreRoundTripsEveryValueKind()
-{
-    QTemporaryDir dir;
-    const QString path = dir.filePath(QStringLiteral("settings.json"));
-    const QVariantMap nested{{QStringLiteral("2"), QStringLiteral("Düsencam")},
-                             {QStringLiteral("-7"), QString()}};
-    const QVariantList integers{QVariant::fromValue(std::numeric_limits<qint64>::min()),
-                                QVariant::fromValue(std::numeric_limits<qint64>::max())};
-    {
-        JsonFileKeyValueStore store(path);
-        store.setValue(QStringLiteral("text"), QStringLiteral("Übersichtscam ✓"));
-        store.setValue(QStringLiteral("flag"), false);
-        store.setValue(QStringLiteral("integer"), QVariant::fromValue<qint64>(9007199254740993));
-        store.setValue(QStringLiteral("list"), integers);
-        store.setValue(QStringLiteral("map"), nested);
-    }
-    JsonFileKeyValueStore reread(path);
-    QCOMPARE(reread.value(QStringLiteral("text")).toString(), QStringLiteral("Übersichtscam ✓"));
-    QCOMPARE(reread.value(QStringLiteral("flag")).metaType().id(), QMetaType::Bool);
-    QCOMPARE(reread.value(QStringLiteral("flag")).toBool(), false);
-    QCOMPARE(reread.value(QStringLiteral("integer")).toLongLong(), 9007199254740993);
-    QCOMPARE(reread.value(QStringLiteral("list")).toList(), integers);
-    QCOMPARE(reread.value(QStringLiteral("map")).toMap(), nested);
-    QVERIFY(!reread.value(QStringLiteral("missing")).isValid());
-}
 
 void PlatformTest::jsonStoreStartsEmptyWithoutFileAndCreatesItsFolder()
 {
@@ -230,34 +201,6 @@ void PlatformTest::processReportsExitOutputsAndCrashes()
     QCOMPARE(awaitResult(runProcess({plain, {}}, &owner)).launchError,
              u"„"_s + plain +
                  u"“ konnte nicht gestartet werden: keine Berechtigung zum Ausführen"_s);
-}
-
-void PlatformTest::processWithoutOwnerIsKilledAndNeverReports()
-{
-    QTemporaryDir dir;
-    FakeTool tool(dir.path(), QStringLiteral("sleeper"), QStringLiteral("exec sleep 600"));
-    auto *owner = new QObject;
-    QFuture<ProcessResult> future = runProcess({tool.path(), {}}, owner);
-    QTRY_COMPARE_WITH_TIMEOUT(test::childProcessNames(), QStringList{QStringLiteral("sleep")},
-                              10000);
-
-    bool reported = false;
-    QObject context;
-    future.then(&context, [&](const ProcessResult &) { reported = true; });
-    delete owner;
-    QVERIFY(test::childProcessNames().isEmpty());
-    QVERIFY(future.isCanceled());
-    QCoreApplication::processEvents();
-    QVERIFY(!reported);
-}
-
-void PlatformTest::frameTextWritesShortestNumbers()
-{
-    QCOMPARE(stringFromRect(QRectF(100, 520, 480, 360)),
-             QStringLiteral("{{100, 520}, {480, 360}}"));
-    QCOMPARE(stringFromRect(QRectF(-12.5, 0.1, 420, 308.25)),
-             QStringLiteral("{{-12.5, 0.1}, {420, 308.25}}"));
-    QCOMPARE(stringFromRect(QRectF()), QStringLiteral("{{0, 0}, {0, 0}}"));
 }
 
 void PlatformTest::frameTextReadsBackWhatItWrites_data()

@@ -85,7 +85,6 @@ public slots:
 private slots:
     // Every address the tests use is loopback: none reached for the network.
     void cleanupTestCase();
-    void createsItsObjectsInOrder();
     void oneSettingsWindowAfterTwoOpens();
     void settingsChangesShowAtOnceInTheMainWindow();
     void promptOnAppearAndOnNewReasons();
@@ -101,22 +100,6 @@ private:
     kestrel::test::LoopbackOnlyNetwork &m_network = kestrel::test::LoopbackOnlyNetwork::install();
     QList<QUrl> m_opened;
 };
-
-void ScreensTest::createsItsObjectsInOrder()
-{
-    Environment environment;
-    MemoryKeyValueStore store({{QStringLiteral("printerIP"), environment.printer.address()}});
-    KestrelApp app(store, {.shortcuts = environment.shortcuts.path()});
-    QStringList order;
-    for (QObject *child : app.children())
-        order << QString::fromLatin1(child->metaObject()->className());
-    QCOMPARE(order, (QStringList{QStringLiteral("kestrel::AppSettings"),
-                                 QStringLiteral("kestrel::HomeKitManager"),
-                                 QStringLiteral("kestrel::PiStatusMonitor"),
-                                 QStringLiteral("kestrel::WindowCoordinator")}));
-    // The stored selection ({1} by default) is open once everything exists.
-    QCOMPARE(app.windowCoordinator().openCameraIDs(), QList<CameraId>{1});
-}
 
 void ScreensTest::oneSettingsWindowAfterTwoOpens()
 {

@@ -13,7 +13,6 @@
 
 #include <functional>
 
-
 using namespace kestrel;
 
 namespace {
@@ -67,16 +66,10 @@ private slots:
     void snapshotUrls_data();
     void snapshotUrls();
 
-    void firstStartGivesDefaults();
     void loadingFallsBackPerField_data();
     void loadingFallsBackPerField();
-    void frameOfKeptEmptyEntryIsNone();
-    void resolvedCameraAppliesOverridesOnly();
 
     void eachOperationWritesOnlyItsOwnKey();
-    void willChangeSeesOldValueAndChangedSeesNew();
-    void saveFrameIsDeferredAndLastOneWins();
-    void saveFrameAfterSettingsAreGoneDoesNothing();
     void settingsSurviveARealFile();
 };
 
@@ -114,27 +107,6 @@ void SettingsTest::snapshotUrls()
         QCOMPARE(urls.size(), 1);
         QCOMPARE(urls[0].toString(), expected);
     }
-}
-
-void SettingsTest::firstStartGivesDefaults()
-{
-    MemoryKeyValueStore store;
-    AppSettings settings(store);
-    QCOMPARE(settings.printerIP(), AppSettings::defaultPrinterIP());
-    QVERIFY(settings.printerIP().startsWith(str("192.168.")));
-    QCOMPARE(settings.selectedCameraIDs(), CameraIdSet{1});
-    QCOMPARE(settings.alwaysOnTop(), true);
-    QCOMPARE(settings.cameraPlacements(), (PlacementMap{{1, WindowPlacement::topLeft},
-                                                        {2, WindowPlacement::bottomLeft},
-                                                        {3, WindowPlacement::topRight}}));
-    QCOMPARE(settings.homeKitAccessoryName(), str("Ender"));
-    QCOMPARE(settings.homeKitPowerOnSceneName(), str("Klipper einschalten"));
-    QCOMPARE(settings.homeKitPowerOffSceneName(), str("Klipper ausschalten"));
-    QCOMPARE(settings.homeKitStatusShortcutName(), QString());
-    QVERIFY(settings.customCameraNames().isEmpty());
-    QVERIFY(settings.customSnapshotPaths().isEmpty());
-    QVERIFY(settings.cameraWindowFrames().isEmpty());
-    QVERIFY(store.values().isEmpty()); // loading writes nothing
 }
 
 // Each row stores one key and names the field as read back, in a comparable text form.
@@ -255,41 +227,6 @@ void SettingsTest::loadingFallsBackPerField()
     QCOMPARE(actual, loaded);
 }
 
-void SettingsTest::frameOfKeptEmptyEntryIsNone()
-{
-    MemoryKeyValueStore store(
-        {{str("cameraWindowFrames"), dictionary({{"1", QString()},
-                                                 {"2", str("{{0, 0}, {0, 0}}")},
-                                                 {"3", str("{{100, 520}, {480, 360}}")},
-                                                 {"4", str("garbage")}})}});
-    AppSettings settings(store);
-    QVERIFY(settings.cameraWindowFrames().contains(1));
-    QCOMPARE(settings.frame(1), std::nullopt);
-    QCOMPARE(settings.frame(2), std::nullopt);
-    QCOMPARE(settings.frame(3), std::optional(QRectF(100, 520, 480, 360)));
-    QCOMPARE(settings.frame(4), std::nullopt);
-    QCOMPARE(settings.frame(5), std::nullopt);
-}
-
-void SettingsTest::resolvedCameraAppliesOverridesOnly()
-{
-    MemoryKeyValueStore store({{str("customCameraNames"), dictionary({{"2", str(" Düse 2 ")}})},
-                               {str("customSnapshotPaths"), dictionary({{"3", str("snap.jpg")}})}});
-    AppSettings settings(store);
-
-    const Camera two = settings.resolvedCamera(cameraCatalogue()[1]);
-    QCOMPARE(two.id, 2);
-    QCOMPARE(two.name, str(" Düse 2 ")); // taken as typed, not trimmed
-    QCOMPARE(two.snapshotPath, str("/webcam2/?action=snapshot"));
-    QCOMPARE(two.port, 8081);
-    QCOMPARE(two.fps, 30);
-
-    const Camera three = settings.resolvedCamera(cameraCatalogue()[2]);
-    QCOMPARE(three.name, str("Filamentcam"));
-    QCOMPARE(three.snapshotPath, str("snap.jpg"));
-    QCOMPARE(settings.resolvedCamera(cameraCatalogue()[0]), cameraCatalogue()[0]);
-}
-
 void SettingsTest::eachOperationWritesOnlyItsOwnKey()
 {
     struct Case
@@ -356,57 +293,6 @@ void SettingsTest::eachOperationWritesOnlyItsOwnKey()
     AppSettings settings(store);
     settings.setCameraSelected(2, false);
     QCOMPARE(store.value(str("selectedCameraIDs")), ids({1, 3}));
-}
-
-void SettingsTest::willChangeSeesOldValueAndChangedSeesNew()
-{
-    MemoryKeyValueStore store({{str("printerIP"), str("127.0.0.1")}});
-    AppSettings settings(store);
-
-    QStringList seen;
-    connect(&settings, &AppSettings::printerIPWillChange, this, [&](const QString &newValue) {
-        seen << newValue << settings.printerIP() << store.value(str("printerIP")).toString();
-    });
-    connect(&settings, &AppSettings::changed, this,
-            [&] { seen << settings.printerIP() << store.value(str("printerIP")).toString(); });
-    QSignalSpy alwaysOnTop(&settings, &AppSettings::alwaysOnTopWillChange);
-
-    settings.setPrinterIP(str("127.0.0.2"));
-    QCOMPARE(seen, (QStringList{str("127.0.0.2"), str("127.0.0.1"), str("127.0.0.1"),
-                                str("127.0.0.2"), str("127.0.0.2")}));
-
-    // Announced on every assignment, also when nothing differs; other fields stay silent.
-    seen.clear();
-    settings.setPrinterIP(str("127.0.0.2"));
-    QCOMPARE(seen.size(), 5);
-    QCOMPARE(alwaysOnTop.count(), 0);
-}
-
-void SettingsTest::saveFrameIsDeferredAndLastOneWins()
-{
-    MemoryKeyValueStore store;
-    AppSettings settings(store);
-    QSignalSpy framesChanging(&settings, &AppSettings::cameraWindowFramesWillChange);
-
-    settings.saveFrame(QRectF(10, 20, 30, 40), 2);
-    settings.saveFrame(QRectF(100, 520.5, 480, 360), 2);
-    QVERIFY(!settings.cameraWindowFrames().contains(2));
-    QVERIFY(!store.value(str("cameraWindowFrames")).isValid());
-
-    QTRY_COMPARE_WITH_TIMEOUT(framesChanging.count(), 2, 5000);
-    QCOMPARE(store.value(str("cameraWindowFrames")),
-             dictionary({{"2", str("{{100, 520.5}, {480, 360}}")}}));
-    QCOMPARE(settings.frame(2), std::optional(QRectF(100, 520.5, 480, 360)));
-}
-
-void SettingsTest::saveFrameAfterSettingsAreGoneDoesNothing()
-{
-    MemoryKeyValueStore store;
-    auto *settings = new AppSettings(store);
-    settings->saveFrame(QRectF(1, 2, 3, 4), 1);
-    delete settings;
-    QCoreApplication::processEvents();
-    QVERIFY(store.values().isEmpty());
 }
 
 void SettingsTest::settingsSurviveARealFile()

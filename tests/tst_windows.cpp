@@ -47,9 +47,7 @@ private slots:
     void workedExampleAndWrappingRow();
     void loneOverWideWindowGoesOneGapDown();
     void freeAndUnplacedWindowsStay();
-    void anchorsAndFallbackScreen();
     void initialRectsCascade();
-    void coordinatesConvertBothWays();
 
     // Coordinator
     void startOpensTheSelectionInOrderAndLaysOut();
@@ -100,27 +98,12 @@ void WindowsTest::freeAndUnplacedWindowsStay()
     QVERIFY(layoutCornerWindows(windows, QRectF(0, 25, 1440, 850)).isEmpty());
 }
 
-void WindowsTest::anchorsAndFallbackScreen()
-{
-    QCOMPARE(cornerAnchor(P::free, QRectF(0, 25, 1440, 850), 24), QPointF(0, 0));
-    QCOMPARE(cornerAnchor(P::bottomRight, fallbackScreenFrame, cornerMargin), QPointF(1336, 104));
-    QCOMPARE(cornerAnchor(P::topRight, fallbackScreenFrame, cornerMargin), QPointF(1336, 856));
-}
-
 void WindowsTest::initialRectsCascade()
 {
     QCOMPARE(initialContentRect(1), QRectF(120, 700, 420, 280));
     QCOMPARE(initialContentRect(2), QRectF(160, 660, 420, 280));
     QCOMPARE(initialContentRect(3), QRectF(200, 620, 420, 280));
     QCOMPARE(initialContentRect(-2), QRectF(0, 820, 420, 280));
-}
-
-void WindowsTest::coordinatesConvertBothWays()
-{
-    const QRectF ours(24, 543, 420, 308);
-    const QRectF qt = screenToQt(ours, 900);
-    QCOMPARE(qt, QRectF(24, 900 - 543 - 308, 420, 308));
-    QCOMPARE(qtToScreen(qt, 900), ours);
 }
 
 void WindowsTest::startOpensTheSelectionInOrderAndLaysOut()
