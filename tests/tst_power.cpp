@@ -97,9 +97,7 @@ private slots:
     void onlyTheNewestQueryPublishes();
     void statusFollowsSettingsOneChangeLate();
     void powerActionReportsItsOutcome();
-    void blankSceneNameStartsNoProcess();
     void missingToolIsUnavailableAndActionsSayWhy();
-    void statusTexts();
     void templatesSwitchTheirPlugs_data();
     void templatesSwitchTheirPlugs();
     void sceneRunnerRefusesAndExplains_data();
@@ -251,18 +249,6 @@ void PowerTest::powerActionReportsItsOutcome()
     QCOMPARE(manager.accessoryState(), HomeKitAccessoryState::off());
 }
 
-void PowerTest::blankSceneNameStartsNoProcess()
-{
-    Fixture fixture(str("echo ein"), QString());
-    HomeKitManager manager(fixture.settings, nullptr, fixture.tool.path());
-    QSignalSpy states(&manager, &HomeKitManager::accessoryStateChanged);
-    const QFuture<void> action = manager.runShortcut(str(" \n\t"));
-    QVERIFY(action.isFinished());
-    QCOMPARE(manager.actionMessage(), str("Kein Kurzbefehls-Name eingetragen"));
-    QCOMPARE(states.count(), 0);
-    QVERIFY(fixture.tool.calls().isEmpty());
-}
-
 void PowerTest::missingToolIsUnavailableAndActionsSayWhy()
 {
     QTemporaryDir dir;
@@ -279,17 +265,6 @@ void PowerTest::missingToolIsUnavailableAndActionsSayWhy()
     QVERIFY(manager.actionMessage().has_value());
     QVERIFY(!manager.actionMessage()->isEmpty());
     QVERIFY(manager.actionMessage() != str("Unbekannter Fehler"));
-}
-
-void PowerTest::statusTexts()
-{
-    QCOMPARE(statusText(HomeKitAccessoryState::checking()), str("Status von Ender wird geprueft"));
-    QCOMPARE(statusText(HomeKitAccessoryState::on()), str("Ender ist eingeschaltet"));
-    QCOMPARE(statusText(HomeKitAccessoryState::off()), str("Ender ist ausgeschaltet"));
-    QCOMPARE(statusText(HomeKitAccessoryState::unknown(str("a"))), str("a"));
-    QCOMPARE(statusText(HomeKitAccessoryState::unavailable(str("b"))), str("b"));
-    QCOMPARE(interpretStatusResult({.success = false}),
-             HomeKitAccessoryState::unknown(str("Status-Kurzbefehl fehlgeschlagen")));
 }
 
 // Each template, made into a scene the way a user does it (the example copied under the scene's
