@@ -330,6 +330,9 @@ void ScreensTest::rendersEveryScreen()
     app.settings.setPrinterIP(QString());
     app.settings.setPrinterIP(QStringLiteral(" "));
     QTRY_VERIFY_WITH_TIMEOUT(view.showsStartupInfo(), 20000);
+    // The host's state, and under it the reason it gives.
+    QVERIFY(labelTexts(&view).contains(QStringLiteral("Raspberry Pi nicht erreichbar")));
+    QVERIFY(labelTexts(&view).contains(QStringLiteral("Keine Drucker-IP eingetragen")));
     writePng(view, QStringLiteral("main-unreachable"));
     writePng(*view.findChild<StartupInfoView *>(), QStringLiteral("main-unreachable-prompt"));
 
