@@ -9,7 +9,7 @@ cd "$(dirname "$0")/.."
 source scripts/common.sh
 ensure_packages "${KESTREL_PACKAGES[@]}"
 
-build_kestrel kestrel kestrel-scene kestrel-demo-printer
+build_kestrel kestrel kestrel-demo-printer
 
 work=$(mktemp -d)
 printer_pid=
