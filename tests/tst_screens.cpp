@@ -279,6 +279,7 @@ void ScreensTest::powerOffAsksFirst()
 void ScreensTest::sceneFolderButtonPreparesTheFolder()
 {
     QTemporaryDir config;
+    const QByteArray ownConfig = qgetenv("XDG_CONFIG_HOME");
     qputenv("XDG_CONFIG_HOME", config.path().toUtf8());
     QDesktopServices::setUrlHandler(QStringLiteral("file"), this, "openUrl");
     Environment environment;
@@ -289,7 +290,7 @@ void ScreensTest::sceneFolderButtonPreparesTheFolder()
                                   QStringLiteral("Szenen sind ausführbare Dateien in ") + folder));
     childWithText<QPushButton>(&view, QStringLiteral("Szenenordner öffnen"))->click();
     QDesktopServices::unsetUrlHandler(QStringLiteral("file"));
-    qunsetenv("XDG_CONFIG_HOME");
+    qputenv("XDG_CONFIG_HOME", ownConfig);
 
     QCOMPARE(m_opened, QList{QUrl::fromLocalFile(folder)});
     const QFileInfo example(folder + QStringLiteral("/tasmota-an.beispiel"));
