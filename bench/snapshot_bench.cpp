@@ -92,8 +92,8 @@ int main(int argc, char *argv[])
     const QSize shown(420, 280);
 
     if (parser.isSet(serveOption)) {
-        test::LoopbackHttpServer server;
-        server.setReply(test::HttpReply::content(
+        LoopbackHttpServer server;
+        server.setReply(HttpReply::content(
             "image/jpeg", bench::cameraLikeJpeg({1920, 1080}, QColor(70, 80, 95), 42)));
         std::printf("%s\n", qPrintable(server.address()));
         std::fflush(stdout);

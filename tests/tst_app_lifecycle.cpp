@@ -19,8 +19,8 @@
 
 #include <csignal>
 
-using kestrel::test::HttpReply;
-using kestrel::test::LoopbackHttpServer;
+using kestrel::HttpReply;
+using kestrel::LoopbackHttpServer;
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -94,8 +94,8 @@ private slots:
 
 void AppLifecycleTest::terminationMidTransferLeavesNothingBehind()
 {
-    kestrel::test::LoopbackHttpServer printer;
-    printer.setHandler([](const kestrel::test::HttpRequest &request) {
+    kestrel::LoopbackHttpServer printer;
+    printer.setHandler([](const kestrel::HttpRequest &request) {
         if (request.path == "/")
             return HttpReply{};
         // The start of a picture, then silence: curl holds a half-written file.

@@ -29,7 +29,6 @@
 
 using namespace kestrel;
 using test::CameraApp;
-using test::HttpReply;
 using test::idList;
 using test::writePng;
 
@@ -217,13 +216,13 @@ void CameraViewTest::returnAsksBeforePoweringOff()
 
 void CameraViewTest::rendersInEveryState()
 {
-    test::LoopbackHttpServer printer;
-    printer.setHandler([](const test::HttpRequest &request) {
+    LoopbackHttpServer printer;
+    printer.setHandler([](const HttpRequest &request) {
         return request.path == "/webcam/?action=snapshot"
                    ? HttpReply::content("image/jpeg", test::testJpeg({1280, 960}))
                    : HttpReply::status("HTTP/1.1 404 Not Found");
     });
-    const QString closedAddress = test::LoopbackHttpServer::closedAddress();
+    const QString closedAddress = LoopbackHttpServer::closedAddress();
     QVariantMap stored = noWindows;
     stored.insert(QStringLiteral("printerIP"), printer.address());
     CameraApp app(stored);

@@ -341,9 +341,9 @@ void PowerTest::templatesSwitchTheirPlugs()
 
     const bool isStatus = scene.endsWith(str("-status"));
     SceneFixture fixture(isStatus ? str("Drucker") : QString());
-    test::LoopbackHttpServer plug;
-    plug.setReply(reply == "401" ? test::HttpReply::status("HTTP/1.1 401 Unauthorized")
-                                 : test::HttpReply::content("application/json", reply));
+    LoopbackHttpServer plug;
+    plug.setReply(reply == "401" ? HttpReply::status("HTTP/1.1 401 Unauthorized")
+                                 : HttpReply::content("application/json", reply));
 
     QVERIFY(!scenes::prepareFolder(fixture.folder));
     const QDir folder(fixture.folder);
@@ -371,7 +371,7 @@ void PowerTest::templatesSwitchTheirPlugs()
         awaitAction(manager->runShortcut(str("Drucker")));
         QCOMPARE(manager->actionMessage().value_or(QString()), shown);
     }
-    const test::HttpRequest received = plug.requests().constLast();
+    const HttpRequest received = plug.requests().constLast();
     QCOMPARE(received.method + ' ' + received.path, request);
     if (!header.isEmpty()) {
         const qsizetype colon = header.indexOf(": ");

@@ -69,7 +69,7 @@ struct Environment
     {}
     QTemporaryDir dir;
     FakeTool shortcuts;
-    test::LoopbackHttpServer printer;
+    LoopbackHttpServer printer;
 };
 
 } // namespace
@@ -144,7 +144,7 @@ void ScreensTest::settingsChangesShowAtOnceInTheMainWindow()
 
 void ScreensTest::promptOnAppearAndOnNewReasons()
 {
-    const QString closedAddress = test::LoopbackHttpServer::closedAddress();
+    const QString closedAddress = LoopbackHttpServer::closedAddress();
     test::CameraApp app({{QStringLiteral("selectedCameraIDs"), idList({99})}});
     PiStatusMonitor monitor(app.settings, nullptr, 30ms); // re-publishes the same reason often
     QTRY_VERIFY(monitor.reachability().isUnreachable());
@@ -350,9 +350,8 @@ void ScreensTest::rendersEveryScreen()
 // Every screen is open: the main window, the start-up prompt and the settings.
 void ScreensTest::everyGlyphFitsItsLabel()
 {
-    MemoryKeyValueStore store(
-        {{QStringLiteral("printerIP"), test::LoopbackHttpServer::closedAddress()},
-         {QStringLiteral("selectedCameraIDs"), idList({1, 2, 3})}});
+    MemoryKeyValueStore store({{QStringLiteral("printerIP"), LoopbackHttpServer::closedAddress()},
+                               {QStringLiteral("selectedCameraIDs"), idList({1, 2, 3})}});
     KestrelApp app(store);
     app.openSettings();
     QTRY_VERIFY_WITH_TIMEOUT(app.contentView().showsStartupInfo(), 20000);

@@ -83,16 +83,13 @@ void SettingsTest::snapshotUrls_data()
                                     << str("http://192.168.178.50/webcam2/?action=snapshot");
     QTest::newRow("missing slash") << str("h") << str("snap.jpg") << str("http://h/snap.jpg");
     QTest::newRow("empty path") << str("h") << QString() << str("http://h/");
-    QTest::newRow("double slash kept") << str("h") << str("//a//b") << str("http://h//a//b");
     QTest::newRow("host carries port")
         << str("127.0.0.1:8081") << str("/x") << str("http://127.0.0.1:8081/x");
     QTest::newRow("IPv6") << str("[::1]:80") << str("/x") << str("http://[::1]:80/x");
-    QTest::newRow("empty host") << QString() << str("/x") << QString();
     QTest::newRow("blank in host") << str("127.0.0.1 -o /tmp/x") << str("/x") << QString();
     QTest::newRow("trailing newline") << str("127.0.0.1\n") << str("/x") << QString();
     QTest::newRow("blank in path") << str("h") << str("/a b") << QString();
     QTest::newRow("broken IPv6") << str("[::1") << str("/x") << QString();
-    QTest::newRow("shell text") << str("$(touch x)") << str("/x") << QString();
 }
 
 void SettingsTest::snapshotUrls()
@@ -118,7 +115,6 @@ void SettingsTest::loadingFallsBackPerField_data()
 
     QTest::newRow("ip: string kept")
         << str("printerIP") << QVariant(str(" 10.0.0.9 ")) << str(" 10.0.0.9 ");
-    QTest::newRow("ip: empty kept") << str("printerIP") << QVariant(QString()) << QString();
     QTest::newRow("ip: number") << str("printerIP") << QVariant(7)
                                 << AppSettings::defaultPrinterIP();
     QTest::newRow("scene: list") << str("homeKitPowerOnSceneName") << ids({1})
@@ -128,7 +124,6 @@ void SettingsTest::loadingFallsBackPerField_data()
 
     QTest::newRow("top: false") << str("alwaysOnTop") << QVariant(false) << str("false");
     QTest::newRow("top: text") << str("alwaysOnTop") << QVariant(str("false")) << str("true");
-    QTest::newRow("top: zero") << str("alwaysOnTop") << QVariant(0) << str("true");
 
     QTest::newRow("selection: duplicates")
         << str("selectedCameraIDs") << ids({3, 1, 3}) << str("1,3");
@@ -136,16 +131,11 @@ void SettingsTest::loadingFallsBackPerField_data()
     QTest::newRow("selection: empty") << str("selectedCameraIDs") << ids({}) << str("1");
     QTest::newRow("selection: text element")
         << str("selectedCameraIDs") << QVariant(QVariantList{1, str("2")}) << str("1");
-    QTest::newRow("selection: fraction")
-        << str("selectedCameraIDs") << QVariant(QVariantList{2.5}) << str("1");
-    QTest::newRow("selection: not a list") << str("selectedCameraIDs") << QVariant(3) << str("1");
 
     QTest::newRow("placements: mixed")
         << str("cameraPlacements")
         << dictionary({{"1", str("free")}, {"9", str("topLeft")}, {"2", str("sideways")}})
         << str("1=free");
-    QTest::newRow("placements: empty stays empty")
-        << str("cameraPlacements") << dictionary({}) << QString();
     QTest::newRow("placements: case matters")
         << str("cameraPlacements") << dictionary({{"3", str("TopLeft")}}) << QString();
     QTest::newRow("placements: signed key is no plain id")
@@ -242,8 +232,6 @@ void SettingsTest::eachOperationWritesOnlyItsOwnKey()
         {"deselect all",
          [](AppSettings &s) { s.setCameraSelected(1, false), s.setCameraSelected(2, false); },
          str("selectedCameraIDs"), ids({})},
-        {"select twice", [](AppSettings &s) { s.setCameraSelected(2, true); },
-         str("selectedCameraIDs"), ids({1, 2})},
         {"placement", [](AppSettings &s) { s.setPlacement(WindowPlacement::bottomRight, 3); },
          str("cameraPlacements"),
          dictionary({{"1", str("free")}, {"2", str("topRight")}, {"3", str("bottomRight")}})},
@@ -256,18 +244,6 @@ void SettingsTest::eachOperationWritesOnlyItsOwnKey()
          dictionary({{"1", str("Übersichtscam")}, {"2", str("Nozzle")}, {"3", str("Rolle")}})},
         {"clear last path", [](AppSettings &s) { s.setCustomSnapshotPath(QString(), 3); },
          str("customSnapshotPaths"), dictionary({})},
-        {"path", [](AppSettings &s) { s.setCustomSnapshotPath(str("a b"), 1); },
-         str("customSnapshotPaths"), dictionary({{"1", str("a b")}, {"3", str("/snap")}})},
-        {"ip", [](AppSettings &s) { s.setPrinterIP(QString()); }, str("printerIP"), QString()},
-        {"top", [](AppSettings &s) { s.setAlwaysOnTop(false); }, str("alwaysOnTop"), false},
-        {"accessory", [](AppSettings &s) { s.setHomeKitAccessoryName(str("E")); },
-         str("homeKitAccessoryName"), str("E")},
-        {"on scene", [](AppSettings &s) { s.setHomeKitPowerOnSceneName(str("E")); },
-         str("homeKitPowerOnSceneName"), str("E")},
-        {"off scene", [](AppSettings &s) { s.setHomeKitPowerOffSceneName(str("E")); },
-         str("homeKitPowerOffSceneName"), str("E")},
-        {"status", [](AppSettings &s) { s.setHomeKitStatusShortcutName(str("E")); },
-         str("homeKitStatusShortcutName"), str("E")},
         {"frames",
          [](AppSettings &s) {
              s.setCameraWindowFrames({{-3, str("f")}});

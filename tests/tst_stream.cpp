@@ -23,8 +23,6 @@
 using namespace kestrel;
 using test::writePng;
 using namespace std::chrono_literals;
-using test::HttpReply;
-using test::LoopbackHttpServer;
 
 namespace {
 
@@ -109,7 +107,7 @@ void StreamTest::pictureIsPublishedAndClearsTheError()
 {
     LoopbackHttpServer server;
     int served = 0;
-    server.setHandler([&](const test::HttpRequest &) {
+    server.setHandler([&](const HttpRequest &) {
         return served++ == 0 ? HttpReply::status("HTTP/1.1 503 Service Unavailable") : jpegReply();
     });
     auto loader = makeLoader();
@@ -187,7 +185,7 @@ void StreamTest::stalledTransferTimesOut()
 void StreamTest::roundShowsItsFirstPictureOrItsLastFailure()
 {
     LoopbackHttpServer server;
-    server.setHandler([](const test::HttpRequest &request) {
+    server.setHandler([](const HttpRequest &request) {
         return request.path == "/good"   ? jpegReply()
                : request.path == "/html" ? HttpReply::content("text/html", "<p>no</p>")
                                          : HttpReply::status("HTTP/1.1 404 Not Found");
@@ -348,7 +346,7 @@ void StreamTest::picturesAreDecodedToTheShownSize()
 void StreamTest::viewShowsSpinnerPictureAndCard()
 {
     LoopbackHttpServer printer;
-    printer.setHandler([](const test::HttpRequest &request) {
+    printer.setHandler([](const HttpRequest &request) {
         if (request.path == "/")
             return HttpReply{};
         if (request.path == "/held")

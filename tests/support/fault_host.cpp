@@ -14,7 +14,7 @@
 #include <cstdio>
 #include <unistd.h>
 
-using kestrel::test::HttpReply;
+using kestrel::HttpReply;
 
 int main(int argc, char *argv[])
 {
@@ -27,8 +27,8 @@ int main(int argc, char *argv[])
     const QByteArray huge(70 << 20, '\xff'); // over any camera picture's size
 
     QByteArray state = "up";
-    kestrel::test::LoopbackHttpServer server;
-    server.setHandler([&](const kestrel::test::HttpRequest &request) {
+    kestrel::LoopbackHttpServer server;
+    server.setHandler([&](const kestrel::HttpRequest &request) {
         const bool camera2 = request.path.startsWith("/webcam2/");
         const bool camera3 = request.path.startsWith("/webcam3/");
         if (state == "silent")

@@ -5,11 +5,7 @@
 
 namespace kestrel::demo {
 
-using test::HttpReply;
-using test::HttpRequest;
-
-DemoPlug::DemoPlug(test::LoopbackHttpServer &printer, std::chrono::milliseconds bootTime,
-                   QObject *parent)
+DemoPlug::DemoPlug(LoopbackHttpServer &printer, std::chrono::milliseconds bootTime, QObject *parent)
     : QObject(parent), m_printer(printer)
 {
     m_boot.setSingleShot(true);

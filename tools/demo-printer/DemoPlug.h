@@ -18,17 +18,17 @@ class DemoPlug : public QObject
     Q_OBJECT
 
 public:
-    DemoPlug(test::LoopbackHttpServer &printer, std::chrono::milliseconds bootTime,
+    DemoPlug(LoopbackHttpServer &printer, std::chrono::milliseconds bootTime,
              QObject *parent = nullptr);
 
     QString address() const { return m_server.address(); }
 
 private:
-    test::HttpReply answer(const test::HttpRequest &request);
+    HttpReply answer(const HttpRequest &request);
     void switchTo(bool on);
 
-    test::LoopbackHttpServer m_server;
-    test::LoopbackHttpServer &m_printer;
+    LoopbackHttpServer m_server;
+    LoopbackHttpServer &m_printer;
     QTimer m_boot;
     bool m_on = true;
 };

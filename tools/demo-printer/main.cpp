@@ -10,8 +10,8 @@
 
 #include <cstdio>
 
-using kestrel::test::HttpReply;
-using kestrel::test::HttpRequest;
+using kestrel::HttpReply;
+using kestrel::HttpRequest;
 
 namespace {
 
@@ -128,7 +128,7 @@ int main(int argc, char *argv[])
 
     QElapsedTimer clock;
     clock.start();
-    kestrel::test::LoopbackHttpServer server(nullptr, quint16(port));
+    kestrel::LoopbackHttpServer server(nullptr, quint16(port));
     server.setHandler([&](const HttpRequest &request) {
         if (request.path == "/")
             return HttpReply::content("text/html",

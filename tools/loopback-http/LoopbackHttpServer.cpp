@@ -6,7 +6,7 @@
 #include <QTcpSocket>
 #include <QTimer>
 
-namespace kestrel::test {
+namespace kestrel {
 
 LoopbackHttpServer::LoopbackHttpServer(QObject *parent, quint16 port)
     : QObject(parent), m_server(new QTcpServer(this)),
@@ -148,4 +148,4 @@ void LoopbackHttpServer::answer(QTcpSocket *socket, const HttpRequest &request,
         socket->disconnectFromHost();
 }
 
-} // namespace kestrel::test
+} // namespace kestrel

@@ -12,7 +12,7 @@
 class QTcpServer;
 class QTcpSocket;
 
-namespace kestrel::test {
+namespace kestrel {
 
 struct HttpRequest
 {
@@ -51,8 +51,8 @@ struct HttpReply
     }
 };
 
-// A tiny HTTP server on 127.0.0.1, scripted by each test (and by the demo printer). One request
-// per connection; every request is recorded.
+// A tiny HTTP server on 127.0.0.1, scripted by the demo printer, the benchmarks and the tests. One
+// request per connection; every request is recorded.
 class LoopbackHttpServer : public QObject
 {
     Q_OBJECT
@@ -81,7 +81,7 @@ public:
     void releaseHeld(const HttpReply &reply);
 
 signals:
-    void requestReceived(const kestrel::test::HttpRequest &request);
+    void requestReceived(const kestrel::HttpRequest &request);
 
 private:
     void accept();
@@ -97,4 +97,4 @@ private:
     QList<std::pair<QTcpSocket *, HttpRequest>> m_held;
 };
 
-} // namespace kestrel::test
+} // namespace kestrel
