@@ -214,11 +214,14 @@ void CameraViewTest::returnAsksBeforePoweringOff()
                  QStringLiteral("Kurzbefehl \"Alles aus\" ausgefuehrt"));
 }
 
+// Every state at the default size and at the smallest: the picture letterboxed, a failure's card
+// with all its text, the card over the last good picture, the host-offline card, the placeholder.
 void CameraViewTest::rendersInEveryState()
 {
+    bool overviewFails = false;
     LoopbackHttpServer printer;
-    printer.setHandler([](const HttpRequest &request) {
-        return request.path == "/webcam/?action=snapshot"
+    printer.setHandler([&](const HttpRequest &request) {
+        return request.path == "/webcam/?action=snapshot" && !overviewFails
                    ? HttpReply::content("image/jpeg", test::testJpeg({1280, 960}))
                    : HttpReply::status("HTTP/1.1 404 Not Found");
     });
@@ -235,17 +238,40 @@ void CameraViewTest::rendersInEveryState()
         CameraWindowView live(cameraCatalogue()[0], environment);
         live.resize(size);
         live.show();
-        QSignalSpy pictures(&live.findChild<SnapshotStreamView *>()->loader(),
-                            &SnapshotLoader::imageChanged);
+        auto *stream = live.findChild<SnapshotStreamView *>();
+        QSignalSpy pictures(&stream->loader(), &SnapshotLoader::imageChanged);
         QVERIFY(pictures.wait(20000));
         writePng(live, QStringLiteral("camera-live") + suffix);
+        // A 4:3 picture in a wider area: black bars left and right, the picture in the middle.
+        const QImage frame = stream->grab().toImage();
+        QCOMPARE(frame.pixelColor(2, frame.height() / 2), QColor(Qt::black));
+        QVERIFY(frame.pixelColor(frame.width() / 2, frame.height() / 2).lightness() > 200);
 
         CameraWindowView failing(cameraCatalogue()[1], environment);
         failing.resize(size);
         failing.show();
         QTRY_VERIFY_WITH_TIMEOUT(failing.findChild<SnapshotErrorCard *>()->isVisible(), 20000);
         QVERIFY(cardShowsEverything(failing.findChild<SnapshotErrorCard *>()));
+        QCOMPARE(failing.findChild<SnapshotErrorCard *>()->title(),
+                 QStringLiteral("Kamera nicht erreichbar"));
         writePng(failing, QStringLiteral("camera-error") + suffix);
+        if (size.width() < 436)
+            break;
+
+        // The last good picture stays under the card, and a window minimised and shown again
+        // keeps the card until the next round has news.
+        overviewFails = true;
+        const auto *card = live.findChild<SnapshotErrorCard *>();
+        QTRY_VERIFY_WITH_TIMEOUT(card->isVisible(), 20000);
+        const QPoint top(frame.width() / 2, 8);
+        QVERIFY(frame.pixelColor(top) != QColor(Qt::black));
+        QCOMPARE(stream->grab().toImage().pixelColor(top), frame.pixelColor(top));
+        writePng(live, QStringLiteral("camera-error-over-picture"));
+        live.hide();
+        QVERIFY(!stream->loader().isRunning());
+        live.show();
+        QVERIFY(stream->loader().isRunning() && card->isVisible());
+        overviewFails = false;
     }
 
     // The monitor takes an address one change late: the second change brings the first in.

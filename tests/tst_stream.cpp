@@ -1,19 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+// One camera's pictures, fetched with the real curl from a loopback host: what shows, what the
+// user reads when it fails, and that no curl and no picture file outlives its loop.
 #include "ChildProcesses.h"
 #include "FakeTool.h"
 #include "LoopbackHttpServer.h"
-#include "Screenshots.h"
 #include "TestPictures.h"
-#include "monitor/PiStatusMonitor.h"
-#include "platform/MemoryKeyValueStore.h"
-#include "settings/AppSettings.h"
 #include "settings/SnapshotUrls.h"
-#include "stream/SnapshotErrorCard.h"
 #include "stream/SnapshotLoader.h"
-#include "stream/SnapshotStreamView.h"
 
 #include <QDir>
-#include <QImage>
+#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -21,8 +17,6 @@
 #include <memory>
 
 using namespace kestrel;
-using test::writePng;
-using namespace std::chrono_literals;
 
 namespace {
 
@@ -31,14 +25,11 @@ HttpReply jpegReply(QSize size = {640, 480})
     return HttpReply::content("image/jpeg", test::testJpeg(size));
 }
 
-// Sends the start of a picture, then nothing more: curl has written part of its file.
-HttpReply stallingMidPicture()
-{
-    return {.contentType = "image/jpeg",
-            .body = test::testJpeg({64, 48}).left(200),
-            .declaredLength = 100000,
-            .stallAfterBody = true};
-}
+// The start of a picture, then nothing more: curl has written part of its file.
+const HttpReply stallingMidPicture{.contentType = "image/jpeg",
+                                   .body = QByteArray(200, '\xff'),
+                                   .declaredLength = 100000,
+                                   .stallAfterBody = true};
 
 QUrl urlOf(const LoopbackHttpServer &server, const char *path)
 {
@@ -59,11 +50,8 @@ class StreamTest : public QObject
 private slots:
     void init();
     void cleanup();
-
-    void pictureIsPublishedAndClearsTheError();
     void failuresBecomeTextsWithTheUrl_data();
     void failuresBecomeTextsWithTheUrl();
-    void stalledTransferTimesOut();
     void roundShowsItsFirstPictureOrItsLastFailure();
     void equalListKeepsTheLoopOtherOrderRestarts();
     void stoppedLoopFinishesItsRoundOnly();
@@ -71,8 +59,6 @@ private slots:
     void curlGetsExactlyEightArguments_data();
     void curlGetsExactlyEightArguments();
     void picturesAreDecodedToTheShownSize();
-    void viewShowsSpinnerPictureAndCard();
-    void viewFetchesOnlyWhileShownAndRateAloneKeepsTheLoop();
 
 private:
     std::unique_ptr<SnapshotLoader>
@@ -84,16 +70,12 @@ private:
     {
         return QDir(m_temporary->path()).entryList({QStringLiteral("kestrel-*")}, QDir::Files);
     }
-    const QString m_systemTemporary = QDir::tempPath();
     std::unique_ptr<QTemporaryDir> m_temporary;
 };
 
 void StreamTest::init()
 {
-    m_temporary =
-        std::make_unique<QTemporaryDir>(m_systemTemporary + QStringLiteral("/tst_stream-XXXXXX"));
-    // The view's loaders use the system temporary folder; point it here too.
-    qputenv("TMPDIR", m_temporary->path().toLocal8Bit());
+    m_temporary = std::make_unique<QTemporaryDir>();
 }
 
 // After every test: no curl still running, and no picture file left behind.
@@ -103,27 +85,10 @@ void StreamTest::cleanup()
     QTRY_COMPARE_WITH_TIMEOUT(leftFiles(), QStringList(), 10000);
 }
 
-void StreamTest::pictureIsPublishedAndClearsTheError()
-{
-    LoopbackHttpServer server;
-    int served = 0;
-    server.setHandler([&](const HttpRequest &) {
-        return served++ == 0 ? HttpReply::status("HTTP/1.1 503 Service Unavailable") : jpegReply();
-    });
-    auto loader = makeLoader();
-    QSignalSpy pictures(loader.get(), &SnapshotLoader::imageChanged);
-    loader->start({urlOf(server, "/webcam/?action=snapshot")}, 1000);
-    QTRY_VERIFY_WITH_TIMEOUT(loader->errorText().has_value(), 20000);
-    QVERIFY(pictures.wait(20000));
-    QCOMPARE(loader->errorText(), std::nullopt);
-    QCOMPARE(loader->image().size(), QSize(640, 480));
-    loader->stop();
-}
-
 void StreamTest::failuresBecomeTextsWithTheUrl_data()
 {
     QTest::addColumn<HttpReply>("reply");
-    QTest::addColumn<QString>("textStart"); // then ": " or " " and the URL
+    QTest::addColumn<QString>("textStart"); // then the URL
 
     const QString invalid = QStringLiteral("JPEG ungültig: ");
     const QByteArray jpeg = test::testJpeg();
@@ -146,6 +111,9 @@ void StreamTest::failuresBecomeTextsWithTheUrl_data()
     QTest::newRow("closed without a word")
         << HttpReply::with(HttpReply::Action::close)
         << QStringLiteral("curl: (52) Empty reply from server: ");
+    // curl's 5 seconds run out with part of the picture written; the file must still go.
+    QTest::newRow("stalls mid picture")
+        << stallingMidPicture << QStringLiteral("curl: (28) Operation timed out after 5");
 }
 
 void StreamTest::failuresBecomeTextsWithTheUrl()
@@ -160,28 +128,14 @@ void StreamTest::failuresBecomeTextsWithTheUrl()
     loader->start({url}, 1);
     QVERIFY(rounds.wait(20000));
     loader->stop();
-    QCOMPARE(loader->errorText(), textStart + absolute(url));
+    const QString text = loader->errorText().value_or(QString());
+    QVERIFY2(text.startsWith(textStart) && text.endsWith(QStringLiteral(": ") + absolute(url)),
+             qPrintable(text));
     QVERIFY(loader->image().isNull());
 }
 
-// curl has written part of the picture when its 5 seconds run out; the file must still go.
-void StreamTest::stalledTransferTimesOut()
-{
-    LoopbackHttpServer stalling;
-    stalling.setReply(stallingMidPicture());
-    auto loader = makeLoader();
-    QSignalSpy done(loader.get(), &SnapshotLoader::roundFinished);
-    loader->start({urlOf(stalling, "/b")}, 1);
-    QTRY_COMPARE_WITH_TIMEOUT(leftFiles().size(), 1, 10000);
-    QVERIFY(done.wait(30000));
-    loader->stop();
-    QVERIFY2(loader->errorText()->startsWith(u"curl: (28) Operation timed out after 5"),
-             qPrintable(*loader->errorText()));
-    QVERIFY(loader->errorText()->endsWith(QStringLiteral(": ") + absolute(urlOf(stalling, "/b"))));
-}
-
-// Addresses are tried in order each round: the first picture ends the round and clears any
-// text; a round without one shows the last failure.
+// Addresses are tried in order each round: the first picture ends the round and clears the
+// failure before it; a round without one shows the last failure.
 void StreamTest::roundShowsItsFirstPictureOrItsLastFailure()
 {
     LoopbackHttpServer server;
@@ -197,10 +151,9 @@ void StreamTest::roundShowsItsFirstPictureOrItsLastFailure()
     QSignalSpy rounds(loader.get(), &SnapshotLoader::roundFinished);
     loader->start({urlOf(server, "/bad"), urlOf(server, "/good")}, 1000);
     QTRY_VERIFY_WITH_TIMEOUT(rounds.count() >= 3, 20000);
-    loader->stop();
-    QTRY_VERIFY_WITH_TIMEOUT(test::childProcessNames().isEmpty(), 20000);
-    QVERIFY(!loader->image().isNull());
-    QCOMPARE(loader->errorText(), std::nullopt);
+    loader->stop(); // the round under way still ends with its picture
+    QTRY_COMPARE_WITH_TIMEOUT(loader->errorText(), std::nullopt, 20000);
+    QCOMPARE(loader->image().size(), QSize(640, 480));
     for (qsizetype i = 0; i + 1 < server.requests().size(); i += 2)
         QCOMPARE(server.requests()[i].path + server.requests()[i + 1].path, "/bad/good");
     QVERIFY(failuresSeen.count(QStringLiteral("curl: (22) The requested URL returned error: "
@@ -255,7 +208,7 @@ void StreamTest::stoppedLoopFinishesItsRoundOnly()
 void StreamTest::destroyedLoaderKillsCurlAndRemovesItsFile()
 {
     LoopbackHttpServer server;
-    server.setReply(stallingMidPicture());
+    server.setReply(stallingMidPicture);
     auto loader = makeLoader();
     loader->start({urlOf(server, "/a")}, 1);
     QTRY_COMPARE_WITH_TIMEOUT(leftFiles().size(), 1, 10000);
@@ -272,18 +225,13 @@ void StreamTest::curlGetsExactlyEightArguments_data()
                            << QStringLiteral("/webcam/?action=snapshot");
     QTest::newRow("option in the address") << QStringLiteral("127.0.0.1 -o /tmp/x") << QString();
     QTest::newRow("option as the address") << QStringLiteral("-K/etc/passwd") << QString();
-    QTest::newRow("shell in the path")
-        << QStringLiteral("127.0.0.1") << QStringLiteral("$(touch x)");
-    QTest::newRow("separator in the path") << QStringLiteral("127.0.0.1") << QStringLiteral(";id");
+    QTest::newRow("shell in the path") << QStringLiteral("127.0.0.1") << QStringLiteral("$(id);id");
     QTest::newRow("option as the path")
         << QStringLiteral("127.0.0.1") << QStringLiteral("-o/tmp/x");
     QTest::newRow("newline") << QStringLiteral("127.0.0.1\n--output=/tmp/x")
                              << QStringLiteral("/a");
     QTest::newRow("NUL") << QStringLiteral("127.0.0.1") << QStringLiteral("/a\0-o/tmp/x");
-    QTest::newRow("very long") << QStringLiteral("127.0.0.1") << QString(100000, u'a');
     QTest::newRow("non-ASCII") << QStringLiteral("drucker.local") << QStringLiteral("/bild/ä ö");
-    QTest::newRow("user-info and port")
-        << QStringLiteral("a:b@127.0.0.1:80") << QStringLiteral("x");
 }
 
 // Whatever a person types as address or path, curl gets the same eight arguments: the text
@@ -336,93 +284,7 @@ void StreamTest::picturesAreDecodedToTheShownSize()
     QVERIFY(pictures.wait(20000));
     QCOMPARE(loader->image().size(), QSize(840, 472));
     QCOMPARE(loader->image().deviceIndependentSize(), QSizeF(420, 236));
-    // Never larger than the source.
-    loader->setDecodeSize({4000, 4000}, 1.0);
-    QVERIFY(pictures.wait(20000));
-    QCOMPARE(loader->image().size(), QSize(1920, 1080));
     loader->stop();
-}
-
-void StreamTest::viewShowsSpinnerPictureAndCard()
-{
-    LoopbackHttpServer printer;
-    printer.setHandler([](const HttpRequest &request) {
-        if (request.path == "/")
-            return HttpReply{};
-        if (request.path == "/held")
-            return HttpReply::with(HttpReply::Action::hold);
-        if (request.path == "/missing")
-            return HttpReply::status("HTTP/1.1 404 Not Found");
-        return jpegReply({1280, 960});
-    });
-    MemoryKeyValueStore store({{QStringLiteral("printerIP"), printer.address()}});
-    AppSettings settings(store);
-    PiStatusMonitor monitor(settings, nullptr, 60s);
-    QTRY_COMPARE_WITH_TIMEOUT(monitor.reachability(), PiReachability::reachable(), 20000);
-
-    SnapshotStreamView view(monitor);
-    view.resize(420, 280);
-    view.setTargetFPS(30);
-    view.setSnapshotURLs({urlOf(printer, "/held")});
-    view.show();
-    QTRY_COMPARE_WITH_TIMEOUT(printer.heldCount(), 1, 10000);
-    const auto *card = view.findChild<SnapshotErrorCard *>();
-    QVERIFY(card && card->isHidden());
-    writePng(view, QStringLiteral("stream-spinner"));
-    QImage frame = view.grab().toImage();
-    QCOMPARE(frame.pixelColor(10, 10), QColor(Qt::black));
-    QVERIFY(frame.pixelColor(210, 140 - 12).lightness() > 100); // a spoke of the spinner
-
-    QSignalSpy pictures(&view.loader(), &SnapshotLoader::imageChanged);
-    view.setSnapshotURLs({urlOf(printer, "/webcam/?action=snapshot")});
-    QVERIFY(pictures.wait(20000));
-    writePng(view, QStringLiteral("stream-picture"));
-    frame = view.grab().toImage();
-    // A 4:3 picture in a 3:2 area: black bars left and right, the picture in the middle.
-    QCOMPARE(frame.pixelColor(5, 140), QColor(Qt::black));
-    QVERIFY(frame.pixelColor(210, 140).lightness() > 200); // the white bar
-    QVERIFY(frame.pixelColor(60, 60).red() > 120);         // the red end of the gradient
-
-    view.setSnapshotURLs({urlOf(printer, "/missing")});
-    QTRY_VERIFY_WITH_TIMEOUT(card->isVisible(), 20000);
-    QCOMPARE(card->title(), QStringLiteral("Kamera nicht erreichbar"));
-    QCOMPARE(card->detail(), *view.loader().errorText());
-    QVERIFY(card->detail().startsWith(u"curl: (22)"));
-    writePng(view, QStringLiteral("stream-error-over-picture"));
-    // The last good picture stays under the card.
-    QVERIFY(view.grab().toImage().pixelColor(60, 60).red() > 120);
-    view.hide();
-    printer.releaseHeld(HttpReply::status("HTTP/1.1 404 Not Found"));
-}
-
-void StreamTest::viewFetchesOnlyWhileShownAndRateAloneKeepsTheLoop()
-{
-    LoopbackHttpServer camera;
-    camera.setReply(HttpReply::status("HTTP/1.1 404 Not Found"));
-    MemoryKeyValueStore store({{QStringLiteral("printerIP"), camera.address()}});
-    AppSettings settings(store);
-    PiStatusMonitor monitor(settings, nullptr, 60s);
-
-    SnapshotStreamView view(monitor);
-    view.setSnapshotURLs({urlOf(camera, "/a")});
-    QVERIFY(!view.loader().isRunning()); // not shown yet
-    view.show();
-    QVERIFY(view.loader().isRunning());
-    QTRY_VERIFY_WITH_TIMEOUT(view.loader().errorText().has_value(), 20000);
-
-    // A restart would clear the text; neither the rate nor the same list restarts.
-    view.setTargetFPS(2);
-    view.setSnapshotURLs({urlOf(camera, "/a")});
-    QVERIFY(view.loader().errorText().has_value());
-
-    // Minimised and shown again: the error stays in view until the next round has news.
-    view.hide();
-    QVERIFY(!view.loader().isRunning());
-    view.show();
-    QVERIFY(view.loader().isRunning());
-    QCOMPARE(view.loader().currentURLs(), QList<QUrl>{urlOf(camera, "/a")});
-    QVERIFY(view.findChild<SnapshotErrorCard *>()->isVisible());
-    view.hide();
 }
 
 QTEST_MAIN(StreamTest)
