@@ -29,9 +29,9 @@ namespace {
 int processesMentioning(const QString &text)
 {
     int count = 0;
-    const QStringList entries = QDir(QStringLiteral("/proc")).entryList(QDir::Dirs);
+    const QStringList entries = QDir(u"/proc"_s).entryList(QDir::Dirs);
     for (const QString &entry : entries) {
-        QFile cmdline(QStringLiteral("/proc/") + entry + QStringLiteral("/cmdline"));
+        QFile cmdline(u"/proc/"_s + entry + u"/cmdline"_s);
         if (cmdline.open(QIODevice::ReadOnly) && cmdline.readAll().contains(text.toUtf8()))
             ++count;
     }
@@ -40,12 +40,12 @@ int processesMentioning(const QString &text)
 
 QStringList pictureFiles(const QString &folder)
 {
-    return QDir(folder).entryList({QStringLiteral("kestrel-*")}, QDir::Files);
+    return QDir(folder).entryList({u"kestrel-*"_s}, QDir::Files);
 }
 
 QJsonObject readSettings(const QString &config)
 {
-    QFile file(config + QStringLiteral("/Kestrel/settings.json"));
+    QFile file(config + u"/Kestrel/settings.json"_s);
     return file.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(file.readAll()).object()
                                           : QJsonObject();
 }
@@ -105,23 +105,22 @@ void AppLifecycleTest::terminationMidTransferLeavesNothingBehind()
                          .stallAfterBody = true};
     });
     QTemporaryDir home;
-    const QString config = home.filePath(QStringLiteral("config"));
-    const QString temporary = home.filePath(QStringLiteral("tmp"));
-    QVERIFY(QDir().mkpath(config + QStringLiteral("/Kestrel")));
+    const QString config = home.filePath(u"config"_s);
+    const QString temporary = home.filePath(u"tmp"_s);
+    QVERIFY(QDir().mkpath(config + u"/Kestrel"_s));
     QVERIFY(QDir().mkpath(temporary));
-    QFile settings(config + QStringLiteral("/Kestrel/settings.json"));
+    QFile settings(config + u"/Kestrel/settings.json"_s);
     QVERIFY(settings.open(QIODevice::WriteOnly));
-    settings.write(
-        QJsonDocument(QJsonObject{{QStringLiteral("printerIP"), printer.address()},
-                                  {QStringLiteral("selectedCameraIDs"), QJsonArray{1, 2, 3}}})
-            .toJson());
+    settings.write(QJsonDocument(QJsonObject{{u"printerIP"_s, printer.address()},
+                                             {u"selectedCameraIDs"_s, QJsonArray{1, 2, 3}}})
+                       .toJson());
     settings.close();
 
     QProcess kestrel;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), config);
-    environment.insert(QStringLiteral("TMPDIR"), temporary);
-    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    environment.insert(u"XDG_CONFIG_HOME"_s, config);
+    environment.insert(u"TMPDIR"_s, temporary);
+    environment.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
     kestrel.setProcessEnvironment(environment);
     kestrel.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     kestrel.start(QStringLiteral(KESTREL_BINARY), {});
@@ -135,7 +134,7 @@ void AppLifecycleTest::terminationMidTransferLeavesNothingBehind()
     QCOMPARE(pictureFiles(temporary), QStringList());
     QCOMPARE(processesMentioning(temporary), 0);
     // The settings were not touched by quitting.
-    QVERIFY(!QFile::exists(config + QStringLiteral("/Kestrel/settings.json.corrupt")));
+    QVERIFY(!QFile::exists(config + u"/Kestrel/settings.json.corrupt"_s));
 }
 
 void AppLifecycleTest::endingKestrelKeepsTheSelection_data()
@@ -208,19 +207,19 @@ void AppLifecycleTest::aSecondLaunchDefersToTheFirst()
 {
     QTemporaryDir home;
     auto launch = [&](QProcess &process, const QString &config) {
-        QDir().mkpath(config + QStringLiteral("/Kestrel"));
-        QFile settings(config + QStringLiteral("/Kestrel/settings.json"));
+        QDir().mkpath(config + u"/Kestrel"_s);
+        QFile settings(config + u"/Kestrel/settings.json"_s);
         settings.open(QIODevice::WriteOnly);
         settings.write(R"({"printerIP": "kein host", "selectedCameraIDs": [1]})");
         settings.close();
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("XDG_CONFIG_HOME"), config);
-        environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+        environment.insert(u"XDG_CONFIG_HOME"_s, config);
+        environment.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
         process.setProcessEnvironment(environment);
         process.start(QStringLiteral(KESTREL_BINARY), {});
         return process.waitForStarted();
     };
-    const QString config = home.filePath(QStringLiteral("config"));
+    const QString config = home.filePath(u"config"_s);
     QProcess first;
     QVERIFY(launch(first, config));
     QVERIFY(!first.waitForFinished(3000)); // up and running
@@ -233,7 +232,7 @@ void AppLifecycleTest::aSecondLaunchDefersToTheFirst()
 
     // Another settings folder is another Kestrel.
     QProcess other;
-    QVERIFY(launch(other, home.filePath(QStringLiteral("other"))));
+    QVERIFY(launch(other, home.filePath(u"other"_s)));
     QVERIFY(!other.waitForFinished(3000));
 
     for (QProcess *process : {&first, &other}) {

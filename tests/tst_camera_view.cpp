@@ -28,6 +28,7 @@
 #include <memory>
 
 using namespace kestrel;
+using namespace Qt::StringLiterals;
 using test::CameraApp;
 using test::idList;
 using test::writePng;
@@ -79,7 +80,7 @@ QPushButton *buttonLabelled(QMessageBox *alert, const QString &label)
     return nullptr;
 }
 
-const QVariantMap noWindows{{QStringLiteral("selectedCameraIDs"), idList({99})}};
+const QVariantMap noWindows{{u"selectedCameraIDs"_s, idList({99})}};
 
 } // namespace
 
@@ -104,23 +105,23 @@ void CameraViewTest::initTestCase()
 void CameraViewTest::invalidAddressShowsThePlaceholderOnly()
 {
     QVariantMap stored = noWindows;
-    stored.insert(QStringLiteral("printerIP"), QStringLiteral("drucker zuhause"));
+    stored.insert(u"printerIP"_s, u"drucker zuhause"_s);
     CameraApp app(stored);
     auto coordinator = app.start();
     CameraWindowView view(cameraCatalogue()[0], {app.settings, app.monitor, app.homeKit});
     view.show();
     const auto *placeholder = view.findChild<ContentUnavailableView *>();
     QVERIFY(placeholder->isVisible());
-    QCOMPARE(placeholder->title(), QStringLiteral("Ungültige URL"));
+    QCOMPARE(placeholder->title(), u"Ungültige URL"_s);
     QVERIFY(!view.findChild<LinkButton *>()->isVisible());
     QVERIFY(!view.findChild<SnapshotStreamView *>()); // nothing that could fetch
 
     // A valid address brings the picture and the footer; losing it stops fetching again.
-    app.settings.setPrinterIP(QStringLiteral("127.0.0.1:9"));
+    app.settings.setPrinterIP(u"127.0.0.1:9"_s);
     const auto *stream = view.findChild<SnapshotStreamView *>();
     QVERIFY(stream && stream->loader().isRunning());
     QVERIFY(view.findChild<LinkButton *>()->isVisible());
-    app.settings.setPrinterIP(QStringLiteral("drucker zuhause"));
+    app.settings.setPrinterIP(u"drucker zuhause"_s);
     QVERIFY(!stream->loader().isRunning());
     QVERIFY(placeholder->isVisible());
 }
@@ -128,30 +129,28 @@ void CameraViewTest::invalidAddressShowsThePlaceholderOnly()
 void CameraViewTest::footerShowsTheSnapshotButOpensTheHost()
 {
     QVariantMap stored = noWindows;
-    stored.insert(QStringLiteral("printerIP"), QStringLiteral("127.0.0.1:9"));
-    stored.insert(QStringLiteral("customSnapshotPaths"),
-                  QVariantMap{{QStringLiteral("2"), QStringLiteral("snap.jpg")}});
+    stored.insert(u"printerIP"_s, u"127.0.0.1:9"_s);
+    stored.insert(u"customSnapshotPaths"_s, QVariantMap{{u"2"_s, u"snap.jpg"_s}});
     CameraApp app(stored);
     auto coordinator = app.start();
     CameraWindowView view(app.settings.resolvedCamera(cameraCatalogue()[1]),
                           {app.settings, app.monitor, app.homeKit});
     view.show();
     auto *footer = view.findChild<LinkButton *>();
-    QCOMPARE(footer->text(), QStringLiteral("http://127.0.0.1:9/snap.jpg"));
+    QCOMPARE(footer->text(), u"http://127.0.0.1:9/snap.jpg"_s);
     QVERIFY(footer->font().underline()); // it looks like the link it is
 
     UrlRecorder recorder;
-    QDesktopServices::setUrlHandler(QStringLiteral("http"), &recorder, "open");
+    QDesktopServices::setUrlHandler(u"http"_s, &recorder, "open");
     footer->click();
-    QDesktopServices::unsetUrlHandler(QStringLiteral("http"));
-    QCOMPARE(recorder.opened, QList<QUrl>{QUrl(QStringLiteral("http://127.0.0.1:9/"))});
+    QDesktopServices::unsetUrlHandler(u"http"_s);
+    QCOMPARE(recorder.opened, QList<QUrl>{QUrl(u"http://127.0.0.1:9/"_s)});
 }
 
 void CameraViewTest::menuFollowsCustomNamesAndSwitchesCameras()
 {
-    CameraApp app({{QStringLiteral("selectedCameraIDs"), idList({1})},
-                   {QStringLiteral("customCameraNames"),
-                    QVariantMap{{QStringLiteral("2"), QStringLiteral("Nozzle")}}}});
+    CameraApp app({{u"selectedCameraIDs"_s, idList({1})},
+                   {u"customCameraNames"_s, QVariantMap{{u"2"_s, u"Nozzle"_s}}}});
     auto coordinator = app.start();
     CameraWindow *window = coordinator->window(1);
     auto *view = qobject_cast<CameraWindowView *>(window->content());
@@ -161,11 +160,10 @@ void CameraViewTest::menuFollowsCustomNamesAndSwitchesCameras()
             texts << action->text();
         return texts;
     };
-    QCOMPARE(view->findChild<CameraMenuButton *>()->text(), QStringLiteral("Übersichtscam"));
-    QCOMPARE(labels(), (QStringList{QStringLiteral("Übersichtscam"), QStringLiteral("Nozzle"),
-                                    QStringLiteral("Filamentcam")}));
-    app.settings.setCustomName(QStringLiteral("Rolle"), 3);
-    QCOMPARE(labels().last(), QStringLiteral("Rolle"));
+    QCOMPARE(view->findChild<CameraMenuButton *>()->text(), u"Übersichtscam"_s);
+    QCOMPARE(labels(), (QStringList{u"Übersichtscam"_s, u"Nozzle"_s, u"Filamentcam"_s}));
+    app.settings.setCustomName(u"Rolle"_s, 3);
+    QCOMPARE(labels().last(), u"Rolle"_s);
 
     // Its own camera: nothing happens.
     view->findChild<CameraMenuButton *>()->menu()->actions()[0]->trigger();
@@ -182,9 +180,9 @@ void CameraViewTest::menuFollowsCustomNamesAndSwitchesCameras()
 void CameraViewTest::returnAsksBeforePoweringOff()
 {
     QTemporaryDir dir;
-    test::FakeTool shortcuts(dir.path(), QStringLiteral("shortcuts"), QStringLiteral("true"));
+    test::FakeTool shortcuts(dir.path(), u"shortcuts"_s, u"true"_s);
     QVariantMap stored = noWindows;
-    stored.insert(QStringLiteral("homeKitPowerOffSceneName"), QStringLiteral("Drucker aus"));
+    stored.insert(u"homeKitPowerOffSceneName"_s, u"Drucker aus"_s);
     CameraApp app(stored, shortcuts.path());
     auto coordinator = app.start();
     CameraWindowView view(cameraCatalogue()[0], {app.settings, app.monitor, app.homeKit});
@@ -193,25 +191,24 @@ void CameraViewTest::returnAsksBeforePoweringOff()
 
     QTest::keyClick(&view, Qt::Key_Return);
     QMessageBox *alert = openAlert(&view);
-    QCOMPARE(alert->text(), QStringLiteral("Bist du sicher?"));
-    QCOMPARE(alert->informativeText(), QStringLiteral("Der Kurzbefehl schaltet den Drucker aus."));
-    QCOMPARE(alert->buttonRole(buttonLabelled(alert, QStringLiteral("Bis du sicher?"))),
+    QCOMPARE(alert->text(), u"Bist du sicher?"_s);
+    QCOMPARE(alert->informativeText(), u"Der Kurzbefehl schaltet den Drucker aus."_s);
+    QCOMPARE(alert->buttonRole(buttonLabelled(alert, u"Bis du sicher?"_s)),
              QMessageBox::DestructiveRole);
-    writePng(*alert, QStringLiteral("camera-power-off-alert"));
-    buttonLabelled(alert, QStringLiteral("Abbrechen"))->click();
+    writePng(*alert, u"camera-power-off-alert"_s);
+    buttonLabelled(alert, u"Abbrechen"_s)->click();
     QTRY_VERIFY(!view.findChild<QMessageBox *>());
     QCoreApplication::processEvents();
     QVERIFY(shortcuts.calls().isEmpty());
 
     // Confirming runs the off scene named at that moment.
-    view.findChild<QToolButton *>(QStringLiteral("powerButton"))->click();
+    view.findChild<QToolButton *>(u"powerButton"_s)->click();
     alert = openAlert(&view);
-    app.settings.setHomeKitPowerOffSceneName(QStringLiteral("Alles aus"));
-    buttonLabelled(alert, QStringLiteral("Bis du sicher?"))->click();
-    const QList<QStringList> offScene{{QStringLiteral("run"), QStringLiteral("Alles aus")}};
+    app.settings.setHomeKitPowerOffSceneName(u"Alles aus"_s);
+    buttonLabelled(alert, u"Bis du sicher?"_s)->click();
+    const QList<QStringList> offScene{{u"run"_s, u"Alles aus"_s}};
     QTRY_COMPARE(shortcuts.calls(), offScene);
-    QTRY_COMPARE(app.homeKit.actionMessage(),
-                 QStringLiteral("Kurzbefehl \"Alles aus\" ausgefuehrt"));
+    QTRY_COMPARE(app.homeKit.actionMessage(), u"Kurzbefehl \"Alles aus\" ausgefuehrt"_s);
 }
 
 // Every state at the default size and at the smallest: the picture letterboxed, a failure's card
@@ -227,21 +224,21 @@ void CameraViewTest::rendersInEveryState()
     });
     const QString closedAddress = LoopbackHttpServer::closedAddress();
     QVariantMap stored = noWindows;
-    stored.insert(QStringLiteral("printerIP"), printer.address());
+    stored.insert(u"printerIP"_s, printer.address());
     CameraApp app(stored);
     auto coordinator = app.start();
     QTRY_VERIFY_WITH_TIMEOUT(app.monitor.reachability() == PiReachability::reachable(), 20000);
 
     const CameraWindowEnvironment environment{app.settings, app.monitor, app.homeKit};
     for (const QSize size : {QSize(436, 296), QSize(320, 220)}) {
-        const QString suffix = QStringLiteral("-%1x%2").arg(size.width()).arg(size.height());
+        const QString suffix = u"-%1x%2"_s.arg(size.width()).arg(size.height());
         CameraWindowView live(cameraCatalogue()[0], environment);
         live.resize(size);
         live.show();
         auto *stream = live.findChild<SnapshotStreamView *>();
         QSignalSpy pictures(&stream->loader(), &SnapshotLoader::imageChanged);
         QVERIFY(pictures.wait(20000));
-        writePng(live, QStringLiteral("camera-live") + suffix);
+        writePng(live, u"camera-live"_s + suffix);
         // A 4:3 picture in a wider area: black bars left and right, the picture in the middle.
         const QImage frame = stream->grab().toImage();
         QCOMPARE(frame.pixelColor(2, frame.height() / 2), QColor(Qt::black));
@@ -252,9 +249,8 @@ void CameraViewTest::rendersInEveryState()
         failing.show();
         QTRY_VERIFY_WITH_TIMEOUT(failing.findChild<SnapshotErrorCard *>()->isVisible(), 20000);
         QVERIFY(cardShowsEverything(failing.findChild<SnapshotErrorCard *>()));
-        QCOMPARE(failing.findChild<SnapshotErrorCard *>()->title(),
-                 QStringLiteral("Kamera nicht erreichbar"));
-        writePng(failing, QStringLiteral("camera-error") + suffix);
+        QCOMPARE(failing.findChild<SnapshotErrorCard *>()->title(), u"Kamera nicht erreichbar"_s);
+        writePng(failing, u"camera-error"_s + suffix);
         if (size.width() < 436)
             break;
 
@@ -266,7 +262,7 @@ void CameraViewTest::rendersInEveryState()
         const QPoint top(frame.width() / 2, 8);
         QVERIFY(frame.pixelColor(top) != QColor(Qt::black));
         QCOMPARE(stream->grab().toImage().pixelColor(top), frame.pixelColor(top));
-        writePng(live, QStringLiteral("camera-error-over-picture"));
+        writePng(live, u"camera-error-over-picture"_s);
         live.hide();
         QVERIFY(!stream->loader().isRunning());
         live.show();
@@ -283,17 +279,17 @@ void CameraViewTest::rendersInEveryState()
     offline.show();
     const auto *card = offline.findChild<SnapshotErrorCard *>();
     QTRY_VERIFY_WITH_TIMEOUT(card->isVisible(), 20000);
-    QCOMPARE(card->title(), QStringLiteral("Raspberry Pi offline"));
-    writePng(offline, QStringLiteral("camera-host-offline"));
+    QCOMPARE(card->title(), u"Raspberry Pi offline"_s);
+    writePng(offline, u"camera-host-offline"_s);
     offline.resize(320, 220);
     QTRY_VERIFY(cardShowsEverything(card));
-    writePng(offline, QStringLiteral("camera-host-offline-320x220"));
+    writePng(offline, u"camera-host-offline-320x220"_s);
 
-    app.settings.setPrinterIP(QStringLiteral("drucker zuhause"));
+    app.settings.setPrinterIP(u"drucker zuhause"_s);
     CameraWindowView invalid(cameraCatalogue()[2], environment);
     invalid.resize(320, 220);
     invalid.show();
-    writePng(invalid, QStringLiteral("camera-invalid-url"));
+    writePng(invalid, u"camera-invalid-url"_s);
 }
 
 QTEST_MAIN(CameraViewTest)

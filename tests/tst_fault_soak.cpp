@@ -25,19 +25,18 @@
 
 using namespace kestrel;
 using namespace std::chrono_literals;
+using namespace Qt::StringLiterals;
 
 namespace {
 
 int openDescriptors()
 {
-    return int(QDir(QStringLiteral("/proc/self/fd"))
-                   .entryList(QDir::NoDotAndDotDot | QDir::AllEntries)
-                   .size());
+    return int(QDir(u"/proc/self/fd"_s).entryList(QDir::NoDotAndDotDot | QDir::AllEntries).size());
 }
 
 qint64 residentKb()
 {
-    QFile status(QStringLiteral("/proc/self/status"));
+    QFile status(u"/proc/self/status"_s);
     status.open(QIODevice::ReadOnly);
     for (const QByteArray &line : status.readAll().split('\n')) {
         if (line.startsWith("VmRSS:"))
@@ -69,9 +68,8 @@ void FaultSoakTest::screensFollowEveryFaultAndNothingIsLost()
     QVERIFY(host.waitForReadyRead(30000));
     const QString address = QString::fromLatin1(host.readLine().trimmed());
 
-    test::CameraApp app({{QStringLiteral("printerIP"), address},
-                         {QStringLiteral("selectedCameraIDs"), test::idList({1, 2, 3})}},
-                        {}, 1s);
+    test::CameraApp app(
+        {{u"printerIP"_s, address}, {u"selectedCameraIDs"_s, test::idList({1, 2, 3})}}, {}, 1s);
     auto coordinator = app.start();
     ContentView mainWindow(app.settings, app.homeKit, app.monitor, *coordinator, [] {});
     mainWindow.show();
@@ -110,12 +108,10 @@ void FaultSoakTest::screensFollowEveryFaultAndNothingIsLost()
     auto hostUp = [&] { return app.monitor.reachability() == PiReachability::reachable(); };
 
     auto describe = [&] {
-        QString text = QStringLiteral("host: %1").arg(app.monitor.reachability().detail());
+        QString text = u"host: %1"_s.arg(app.monitor.reachability().detail());
         for (const CameraId id : {1, 2, 3})
-            text += QStringLiteral("; camera %1: %2")
-                        .arg(id)
-                        .arg(error(id).value_or(picture(id) ? QStringLiteral("picture")
-                                                            : QStringLiteral("nothing")));
+            text += u"; camera %1: %2"_s.arg(id).arg(
+                error(id).value_or(picture(id) ? u"picture"_s : u"nothing"_s));
         return text;
     };
     struct State
@@ -167,8 +163,7 @@ void FaultSoakTest::screensFollowEveryFaultAndNothingIsLost()
     // Quiet moments to compare: every window closed and no curl running.
     auto quiesce = [&] {
         coordinator->closeAllWindows();
-        QTRY_VERIFY_WITH_TIMEOUT(
-            test::childProcessNames() == QStringList{QStringLiteral("fault_host")}, 30000);
+        QTRY_VERIFY_WITH_TIMEOUT(test::childProcessNames() == QStringList{u"fault_host"_s}, 30000);
         QCoreApplication::processEvents();
     };
 
@@ -181,8 +176,7 @@ void FaultSoakTest::screensFollowEveryFaultAndNothingIsLost()
         QElapsedTimer clock;
         clock.start();
         QTRY_VERIFY2_WITH_TIMEOUT(
-            state.shows(),
-            qPrintable(QString::fromLatin1(state.name) + QStringLiteral(" - ") + describe()),
+            state.shows(), qPrintable(QString::fromLatin1(state.name) + u" - "_s + describe()),
             std::max(stateMs, 12000));
         QTest::qWait(int(std::max<qint64>(0, stateMs - clock.elapsed())));
         if (i == 0) {
@@ -194,17 +188,15 @@ void FaultSoakTest::screensFollowEveryFaultAndNothingIsLost()
     }
 
     quiesce();
-    QCOMPARE(QDir(temporary.path()).entryList({QStringLiteral("kestrel-*")}, QDir::Files),
-             QStringList());
-    QVERIFY2(openDescriptors() <= descriptorsBefore,
-             qPrintable(QStringLiteral("%1 descriptors, %2 before")
-                            .arg(openDescriptors())
-                            .arg(descriptorsBefore)));
+    QCOMPARE(QDir(temporary.path()).entryList({u"kestrel-*"_s}, QDir::Files), QStringList());
+    QVERIFY2(
+        openDescriptors() <= descriptorsBefore,
+        qPrintable(u"%1 descriptors, %2 before"_s.arg(openDescriptors()).arg(descriptorsBefore)));
 #if !defined(__SANITIZE_ADDRESS__)
     // Under AddressSanitizer freed memory is held back on purpose (up to 256 MB) to catch use
     // after free, so RSS says nothing there; LeakSanitizer watches for leaks in that build.
     QVERIFY2(residentKb() - residentBefore < 8 * 1024,
-             qPrintable(QStringLiteral("RSS grew by %1 kB").arg(residentKb() - residentBefore)));
+             qPrintable(u"RSS grew by %1 kB"_s.arg(residentKb() - residentBefore)));
 #endif
     host.closeWriteChannel();
     QVERIFY(host.waitForFinished(30000));

@@ -18,20 +18,21 @@
 #include <QTest>
 
 using namespace kestrel;
+using namespace Qt::StringLiterals;
 
 namespace {
 
-const QStringList keys{QStringLiteral("printerIP"),
-                       QStringLiteral("selectedCameraIDs"),
-                       QStringLiteral("alwaysOnTop"),
-                       QStringLiteral("cameraPlacements"),
-                       QStringLiteral("cameraWindowFrames"),
-                       QStringLiteral("homeKitAccessoryName"),
-                       QStringLiteral("homeKitPowerOnSceneName"),
-                       QStringLiteral("homeKitStatusShortcutName"),
-                       QStringLiteral("customCameraNames"),
-                       QStringLiteral("customSnapshotPaths"),
-                       QStringLiteral("homeKitPowerOffSceneName")};
+const QStringList keys{u"printerIP"_s,
+                       u"selectedCameraIDs"_s,
+                       u"alwaysOnTop"_s,
+                       u"cameraPlacements"_s,
+                       u"cameraWindowFrames"_s,
+                       u"homeKitAccessoryName"_s,
+                       u"homeKitPowerOnSceneName"_s,
+                       u"homeKitStatusShortcutName"_s,
+                       u"customCameraNames"_s,
+                       u"customSnapshotPaths"_s,
+                       u"homeKitPowerOffSceneName"_s};
 
 class Generator
 {
@@ -44,23 +45,23 @@ public:
     QString text()
     {
         static const QStringList interesting{QString(),
-                                             QStringLiteral("1"),
-                                             QStringLiteral("+1"),
-                                             QStringLiteral("-1"),
-                                             QStringLiteral("2"),
-                                             QStringLiteral("3"),
-                                             QStringLiteral("0"),
-                                             QStringLiteral(" 1"),
-                                             QStringLiteral("99999999999999999999"),
-                                             QStringLiteral("-9223372036854775808"),
-                                             QStringLiteral("topLeft"),
-                                             QStringLiteral("free"),
-                                             QStringLiteral("TopLeft"),
-                                             QStringLiteral("{{1, 2}, {3, 4}}"),
-                                             QStringLiteral("{{nan, inf}}"),
-                                             QStringLiteral("Düsencam"),
-                                             QStringLiteral("\u0000x"),
-                                             QStringLiteral("٣")};
+                                             u"1"_s,
+                                             u"+1"_s,
+                                             u"-1"_s,
+                                             u"2"_s,
+                                             u"3"_s,
+                                             u"0"_s,
+                                             u" 1"_s,
+                                             u"99999999999999999999"_s,
+                                             u"-9223372036854775808"_s,
+                                             u"topLeft"_s,
+                                             u"free"_s,
+                                             u"TopLeft"_s,
+                                             u"{{1, 2}, {3, 4}}"_s,
+                                             u"{{nan, inf}}"_s,
+                                             u"Düsencam"_s,
+                                             u"\u0000x"_s,
+                                             u"٣"_s};
         if (below(3) > 0)
             return interesting[below(int(interesting.size()))];
         QString random;
@@ -147,9 +148,8 @@ private:
 
     QJsonObject object()
     {
-        static const QStringList maps{
-            QStringLiteral("cameraPlacements"), QStringLiteral("cameraWindowFrames"),
-            QStringLiteral("customCameraNames"), QStringLiteral("customSnapshotPaths")};
+        static const QStringList maps{u"cameraPlacements"_s, u"cameraWindowFrames"_s,
+                                      u"customCameraNames"_s, u"customSnapshotPaths"_s};
         QJsonObject object;
         for (const QString &key : keys) {
             if (below(4) == 0)
@@ -179,7 +179,7 @@ private slots:
 void FuzzTest::generatedSettingsLoadSafely()
 {
     QTemporaryDir dir;
-    const QString path = dir.filePath(QStringLiteral("settings.json"));
+    const QString path = dir.filePath(u"settings.json"_s);
     Generator generate(20261121);
     int corrupt = 0;
     for (int i = 0; i < 10000; ++i) {
@@ -190,7 +190,7 @@ void FuzzTest::generatedSettingsLoadSafely()
         // Through the real file: writing keeps an unreadable file aside, byte for byte, and
         // leaves a readable one.
         QFile::remove(path);
-        QFile::remove(path + QStringLiteral(".corrupt"));
+        QFile::remove(path + u".corrupt"_s);
         {
             QFile file(path);
             QVERIFY(file.open(QIODevice::WriteOnly));
@@ -200,7 +200,7 @@ void FuzzTest::generatedSettingsLoadSafely()
         AppSettings settings(store);
         settings.setAlwaysOnTop(!settings.alwaysOnTop());
         store.flush();
-        QFile kept(path + QStringLiteral(".corrupt"));
+        QFile kept(path + u".corrupt"_s);
         if (QJsonDocument::fromJson(bytes).isObject()) {
             QVERIFY(!kept.exists());
         } else {

@@ -14,13 +14,13 @@
 
 using namespace kestrel;
 using namespace std::chrono_literals;
+using namespace Qt::StringLiterals;
 
 namespace {
 
 struct Fixture
 {
-    explicit Fixture(const QString &address)
-        : store({{QStringLiteral("printerIP"), address}}), settings(store)
+    explicit Fixture(const QString &address) : store({{u"printerIP"_s, address}}), settings(store)
     {}
     MemoryKeyValueStore store;
     AppSettings settings;
@@ -62,24 +62,20 @@ void MonitorTest::verdictFollowsTheHostsAnswer_data()
     QTest::addColumn<QString>("reason");  // how the reason starts; empty: reachable
 
     const HttpReply ok = HttpReply::status("HTTP/1.1 200 OK");
-    QTest::newRow("200") << ok << QStringLiteral("%1") << QString();
+    QTest::newRow("200") << ok << u"%1"_s << QString();
     QTest::newRow("404 still answers")
-        << HttpReply::status("HTTP/1.1 404 Not Found") << QStringLiteral("%1") << QString();
-    QTest::newRow("blanks trimmed, user-info kept")
-        << ok << QStringLiteral(" \tuser@%1 \n") << QString();
-    QTest::newRow("HTTP/1.0 is not enough")
-        << HttpReply::status("HTTP/1.0 200 OK") << QStringLiteral("%1")
-        << QStringLiteral("Keine gueltige HTTP-Antwort vom Pi");
-    QTest::newRow("closed without a word")
-        << HttpReply::with(HttpReply::Action::close) << QStringLiteral("%1")
-        << QStringLiteral("curl: (52) Empty reply from server");
+        << HttpReply::status("HTTP/1.1 404 Not Found") << u"%1"_s << QString();
+    QTest::newRow("blanks trimmed, user-info kept") << ok << u" \tuser@%1 \n"_s << QString();
+    QTest::newRow("HTTP/1.0 is not enough") << HttpReply::status("HTTP/1.0 200 OK") << u"%1"_s
+                                            << u"Keine gueltige HTTP-Antwort vom Pi"_s;
+    QTest::newRow("closed without a word") << HttpReply::with(HttpReply::Action::close) << u"%1"_s
+                                           << u"curl: (52) Empty reply from server"_s;
     // curl's own 3-second limit, and its own words.
-    QTest::newRow("silent") << HttpReply::with(HttpReply::Action::silent) << QStringLiteral("%1")
-                            << QStringLiteral("curl: (28) Operation timed out after 3");
+    QTest::newRow("silent") << HttpReply::with(HttpReply::Action::silent) << u"%1"_s
+                            << u"curl: (28) Operation timed out after 3"_s;
     QTest::newRow("refused") << ok << LoopbackHttpServer::closedAddress()
-                             << QStringLiteral("curl: (7) Failed to connect to 127.0.0.1");
-    QTest::newRow("blank") << ok << QStringLiteral(" \t\n ")
-                           << QStringLiteral("Keine Drucker-IP eingetragen");
+                             << u"curl: (7) Failed to connect to 127.0.0.1"_s;
+    QTest::newRow("blank") << ok << u" \t\n "_s << u"Keine Drucker-IP eingetragen"_s;
 }
 
 void MonitorTest::verdictFollowsTheHostsAnswer()
@@ -106,10 +102,10 @@ void MonitorTest::verdictFollowsTheHostsAnswer()
 void MonitorTest::addressIsOneArgumentWhateverItHolds_data()
 {
     QTest::addColumn<QString>("address");
-    QTest::newRow("option after blank") << QStringLiteral("127.0.0.1 -o /tmp/x");
-    QTest::newRow("command substitution") << QStringLiteral("$(touch x);id");
-    QTest::newRow("looks like an option") << QStringLiteral("-K@127.0.0.1/etc/passwd");
-    QTest::newRow("embedded newline") << QStringLiteral("127.0.0.1\n--output=/tmp/x");
+    QTest::newRow("option after blank") << u"127.0.0.1 -o /tmp/x"_s;
+    QTest::newRow("command substitution") << u"$(touch x);id"_s;
+    QTest::newRow("looks like an option") << u"-K@127.0.0.1/etc/passwd"_s;
+    QTest::newRow("embedded newline") << u"127.0.0.1\n--output=/tmp/x"_s;
     // No curl to start: the reason says so, in German.
     QTest::newRow("curl missing") << QString();
 }
@@ -118,25 +114,20 @@ void MonitorTest::addressIsOneArgumentWhateverItHolds()
 {
     QFETCH(QString, address);
     QTemporaryDir dir;
-    test::FakeTool curl(dir.path(), QStringLiteral("curl"),
-                        QStringLiteral("echo 'HTTP/1.1 200 OK'"));
-    const QString curlPath =
-        address.isEmpty() ? dir.filePath(QStringLiteral("no-curl")) : curl.path();
-    Fixture fixture(address.isEmpty() ? QStringLiteral("127.0.0.1:9") : u' ' + address + u'\n');
+    test::FakeTool curl(dir.path(), u"curl"_s, u"echo 'HTTP/1.1 200 OK'"_s);
+    const QString curlPath = address.isEmpty() ? dir.filePath(u"no-curl"_s) : curl.path();
+    Fixture fixture(address.isEmpty() ? u"127.0.0.1:9"_s : u' ' + address + u'\n');
     PiStatusMonitor monitor(fixture.settings, nullptr, 60s, curlPath);
     const PiReachability verdict = firstVerdict(monitor);
     if (address.isEmpty()) {
-        QVERIFY2(verdict.reason().contains(QStringLiteral("konnte nicht gestartet werden")),
+        QVERIFY2(verdict.reason().contains(u"konnte nicht gestartet werden"_s),
                  qPrintable(verdict.reason()));
         return;
     }
     QCOMPARE(verdict, PiReachability::reachable());
-    QCOMPARE(curl.calls(), (QList<QStringList>{{QStringLiteral("-I"), QStringLiteral("-sS"),
-                                                QStringLiteral("--max-time"), QStringLiteral("3"),
-                                                QStringLiteral("--http1.1"),
-                                                QStringLiteral("http://") + address + u'/'}}));
-    QCOMPARE(QDir(dir.path()).entryList(QDir::Files),
-             (QStringList{QStringLiteral("curl"), QStringLiteral("curl.calls")}));
+    QCOMPARE(curl.calls(), (QList<QStringList>{{u"-I"_s, u"-sS"_s, u"--max-time"_s, u"3"_s,
+                                                u"--http1.1"_s, u"http://"_s + address + u'/'}}));
+    QCOMPARE(QDir(dir.path()).entryList(QDir::Files), (QStringList{u"curl"_s, u"curl.calls"_s}));
 }
 
 void MonitorTest::restartDropsTheStaleProbe()
@@ -155,10 +146,9 @@ void MonitorTest::restartDropsTheStaleProbe()
     QTRY_COMPARE_WITH_TIMEOUT(server.heldCount(), 1, 10000);
 
     QSignalSpy published(&monitor, &PiStatusMonitor::reachabilityChanged);
-    fixture.settings.setPrinterIP(QStringLiteral("127.0.0.1:1"));
+    fixture.settings.setPrinterIP(u"127.0.0.1:1"_s);
     QCOMPARE(monitor.reachability(), PiReachability::checking()); // at once
-    const auto fresh =
-        PiReachability::unreachable(QStringLiteral("Keine gueltige HTTP-Antwort vom Pi"));
+    const auto fresh = PiReachability::unreachable(u"Keine gueltige HTTP-Antwort vom Pi"_s);
     QTRY_COMPARE_WITH_TIMEOUT(monitor.reachability(), fresh, 20000);
 
     // Now the stale probe answers "reachable" and finishes; it must never show.
@@ -183,13 +173,13 @@ void MonitorTest::changeProbesThePreviouslyStoredAddress()
     QCOMPARE(first.curlRequests().size(), 2);
     QCOMPARE(second.curlRequests().size(), 0);
 
-    fixture.settings.setPrinterIP(QStringLiteral("127.0.0.1:1"));
+    fixture.settings.setPrinterIP(u"127.0.0.1:1"_s);
     QCOMPARE(firstVerdict(monitor), PiReachability::reachable());
     QCOMPARE(second.curlRequests().size(), 1);
 
     // The same address again restarts nothing.
     QSignalSpy published(&monitor, &PiStatusMonitor::reachabilityChanged);
-    fixture.settings.setPrinterIP(QStringLiteral("127.0.0.1:1"));
+    fixture.settings.setPrinterIP(u"127.0.0.1:1"_s);
     QCOMPARE(published.count(), 0);
 }
 

@@ -69,20 +69,20 @@ private slots:
 void PlatformTest::jsonStoreStartsEmptyWithoutFileAndCreatesItsFolder()
 {
     QTemporaryDir dir;
-    const QString path = dir.filePath(QStringLiteral("Kestrel/settings.json"));
+    const QString path = dir.filePath(u"Kestrel/settings.json"_s);
     JsonFileKeyValueStore store(path, 50ms);
-    QVERIFY(!store.value(QStringLiteral("printerIP")).isValid());
+    QVERIFY(!store.value(u"printerIP"_s).isValid());
     QVERIFY(!QFile::exists(path)); // reading alone writes nothing
 
     // The value holds at once; the file follows shortly, with the latest of a burst of changes.
-    for (const QString &address : {QStringLiteral("127.0.0.2"), QStringLiteral("127.0.0.1")})
-        store.setValue(QStringLiteral("printerIP"), address);
-    QCOMPARE(store.value(QStringLiteral("printerIP")).toString(), QStringLiteral("127.0.0.1"));
+    for (const QString &address : {u"127.0.0.2"_s, u"127.0.0.1"_s})
+        store.setValue(u"printerIP"_s, address);
+    QCOMPARE(store.value(u"printerIP"_s).toString(), u"127.0.0.1"_s);
     QVERIFY(!QFile::exists(path));
     QTRY_COMPARE_WITH_TIMEOUT(
         QJsonDocument::fromJson(readBytes(path)).object().value(u"printerIP").toString(),
-        QStringLiteral("127.0.0.1"), 20000);
-    QVERIFY(!QFile::exists(path + QStringLiteral(".corrupt")));
+        u"127.0.0.1"_s, 20000);
+    QVERIFY(!QFile::exists(path + u".corrupt"_s));
 }
 
 void PlatformTest::jsonStoreKeepsUnusableFileAsideBeforeFirstWrite_data()
@@ -99,22 +99,22 @@ void PlatformTest::jsonStoreKeepsUnusableFileAsideBeforeFirstWrite()
 {
     QFETCH(QByteArray, contents);
     QTemporaryDir dir;
-    const QString path = dir.filePath(QStringLiteral("settings.json"));
-    const QString aside = path + QStringLiteral(".corrupt");
+    const QString path = dir.filePath(u"settings.json"_s);
+    const QString aside = path + u".corrupt"_s;
     writeBytes(path, contents);
 
     JsonFileKeyValueStore store(path);
-    QVERIFY(!store.value(QStringLiteral("printerIP")).isValid());
+    QVERIFY(!store.value(u"printerIP"_s).isValid());
     QCOMPARE(readBytes(path), contents); // untouched until something is written
 
-    store.setValue(QStringLiteral("alwaysOnTop"), false);
+    store.setValue(u"alwaysOnTop"_s, false);
     store.flush();
     QCOMPARE(readBytes(aside), contents);
     const QJsonObject written = QJsonDocument::fromJson(readBytes(path)).object();
-    QCOMPARE(written.keys(), QStringList{QStringLiteral("alwaysOnTop")});
+    QCOMPARE(written.keys(), QStringList{u"alwaysOnTop"_s});
 
     // Only the first write moves a file aside; later ones leave the kept copy alone.
-    store.setValue(QStringLiteral("alwaysOnTop"), true);
+    store.setValue(u"alwaysOnTop"_s, true);
     store.flush();
     QCOMPARE(readBytes(aside), contents);
 }
@@ -122,7 +122,7 @@ void PlatformTest::jsonStoreKeepsUnusableFileAsideBeforeFirstWrite()
 void PlatformTest::jsonStoreFileIsWholeWhenWriterIsKilled()
 {
     QTemporaryDir dir;
-    const QString path = dir.filePath(QStringLiteral("settings.json"));
+    const QString path = dir.filePath(u"settings.json"_s);
 
     for (int attempt = 0; attempt < 5; ++attempt) {
         QProcess writer;
@@ -142,8 +142,7 @@ void PlatformTest::jsonStoreFileIsWholeWhenWriterIsKilled()
         QCOMPARE(error.error, QJsonParseError::NoError);
         QCOMPARE(object.value(u"payload").toString().size(), 512 * 1024);
         QVERIFY(object.value(u"round").toInteger() >= finishedWrites - 1);
-        QCOMPARE(QDir(dir.path()).entryList(QDir::Files),
-                 QStringList{QStringLiteral("settings.json")});
+        QCOMPARE(QDir(dir.path()).entryList(QDir::Files), QStringList{u"settings.json"_s});
     }
 }
 
@@ -152,39 +151,39 @@ void PlatformTest::processReportsExitOutputsAndCrashes()
     QTemporaryDir dir;
     QObject owner;
     auto run = [&](const QString &body) {
-        FakeTool tool(dir.path(), QStringLiteral("tool"), body);
-        return awaitResult(runProcess({tool.path(), {QStringLiteral("-x")}, true}, &owner));
+        FakeTool tool(dir.path(), u"tool"_s, body);
+        return awaitResult(runProcess({tool.path(), {u"-x"_s}, true}, &owner));
     };
 
-    ProcessResult result = run(QStringLiteral("echo ' Grüße '; echo oops >&2; exit 3"));
+    ProcessResult result = run(u"echo ' Grüße '; echo oops >&2; exit 3"_s);
     QVERIFY(result.launched && !result.succeeded());
     QCOMPARE(result.exitStatus, 3);
-    QCOMPARE(result.standardOutput, QStringLiteral(" Grüße \n"));
-    QCOMPARE(result.standardError, QStringLiteral("oops\n"));
+    QCOMPARE(result.standardOutput, u" Grüße \n"_s);
+    QCOMPARE(result.standardError, u"oops\n"_s);
 
     // Invalid UTF-8 is refused, not repaired.
-    result = run(QStringLiteral("printf 'ok\\377'; printf 'ok\\300' >&2"));
+    result = run(u"printf 'ok\\377'; printf 'ok\\300' >&2"_s);
     QVERIFY(result.succeeded());
     QCOMPARE(result.standardOutput, QString());
     QCOMPARE(result.standardError, QString());
 
     // A crash is a failure whose status is the signal.
-    result = run(QStringLiteral("kill -TERM $$"));
+    result = run(u"kill -TERM $$"_s);
     QVERIFY(result.crashed && !result.succeeded());
     QCOMPARE(result.exitStatus, 15);
 
     // Standard input is empty, so a program that reads it ends instead of hanging.
-    result = run(QStringLiteral("cat; echo read-all"));
+    result = run(u"cat; echo read-all"_s);
     QVERIFY(result.succeeded());
-    QCOMPARE(result.standardOutput, QStringLiteral("read-all\n"));
+    QCOMPARE(result.standardOutput, u"read-all\n"_s);
 
     // A program that cannot start is named, with the reason, in German.
-    const QString missing = dir.filePath(QStringLiteral("missing"));
+    const QString missing = dir.filePath(u"missing"_s);
     result = awaitResult(runProcess({missing, {}}, &owner));
     QVERIFY(!result.launched && !result.succeeded());
     QCOMPARE(result.launchError,
              u"„"_s + missing + u"“ konnte nicht gestartet werden: Datei nicht gefunden"_s);
-    const QString plain = dir.filePath(QStringLiteral("plain"));
+    const QString plain = dir.filePath(u"plain"_s);
     writeBytes(plain, "echo never");
     QCOMPARE(awaitResult(runProcess({plain, {}}, &owner)).launchError,
              u"„"_s + plain +
@@ -195,19 +194,16 @@ void PlatformTest::frameTextReaderIsLenient_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<QRectF>("expected");
-    QTest::newRow("canonical") << QStringLiteral("{{1, 2}, {3, 4}}") << QRectF(1, 2, 3, 4);
-    QTest::newRow("no blanks, exponent")
-        << QStringLiteral("{{1.5,-2},{3e2,4}}") << QRectF(1.5, -2, 300, 4);
-    QTest::newRow("two numbers") << QStringLiteral("{{7, 8}}") << QRectF(7, 8, 0, 0);
-    QTest::newRow("junk around numbers") << QStringLiteral("x=5; w:6 !") << QRectF(5, 6, 0, 0);
-    QTest::newRow("more than four") << QStringLiteral("1 2 3 4 5 6") << QRectF(1, 2, 3, 4);
+    QTest::newRow("canonical") << u"{{1, 2}, {3, 4}}"_s << QRectF(1, 2, 3, 4);
+    QTest::newRow("no blanks, exponent") << u"{{1.5,-2},{3e2,4}}"_s << QRectF(1.5, -2, 300, 4);
+    QTest::newRow("two numbers") << u"{{7, 8}}"_s << QRectF(7, 8, 0, 0);
+    QTest::newRow("junk around numbers") << u"x=5; w:6 !"_s << QRectF(5, 6, 0, 0);
+    QTest::newRow("more than four") << u"1 2 3 4 5 6"_s << QRectF(1, 2, 3, 4);
     QTest::newRow("empty") << QString() << QRectF(0, 0, 0, 0);
-    QTest::newRow("words only") << QStringLiteral("Definitely not a frame, nan inf")
-                                << QRectF(0, 0, 0, 0);
-    QTest::newRow("out of range is 0") << QStringLiteral("1e999 5 -1e999 6") << QRectF(0, 5, 0, 6);
-    QTest::newRow("signs and bare fractions")
-        << QStringLiteral("+.5 -.25 1. --3") << QRectF(0.5, -0.25, 1, -3);
-    QTest::newRow("non-ASCII digits ignored") << QStringLiteral("٣ 4") << QRectF(4, 0, 0, 0);
+    QTest::newRow("words only") << u"Definitely not a frame, nan inf"_s << QRectF(0, 0, 0, 0);
+    QTest::newRow("out of range is 0") << u"1e999 5 -1e999 6"_s << QRectF(0, 5, 0, 6);
+    QTest::newRow("signs and bare fractions") << u"+.5 -.25 1. --3"_s << QRectF(0.5, -0.25, 1, -3);
+    QTest::newRow("non-ASCII digits ignored") << u"٣ 4"_s << QRectF(4, 0, 0, 0);
 }
 
 void PlatformTest::frameTextReaderIsLenient()

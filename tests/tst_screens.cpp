@@ -35,6 +35,7 @@
 using namespace kestrel;
 using test::writePng;
 using namespace std::chrono_literals;
+using namespace Qt::StringLiterals;
 using test::FakeTool;
 using test::idList;
 
@@ -63,9 +64,8 @@ QStringList labelTexts(QWidget *root)
 // with `statusAnswer` and records every call.
 struct Environment
 {
-    explicit Environment(const QString &statusAnswer = QStringLiteral("aus"))
-        : shortcuts(dir.path(), QStringLiteral("shortcuts"),
-                    QStringLiteral("echo '%1'").arg(statusAnswer))
+    explicit Environment(const QString &statusAnswer = u"aus"_s)
+        : shortcuts(dir.path(), u"shortcuts"_s, u"echo '%1'"_s.arg(statusAnswer))
     {}
     QTemporaryDir dir;
     FakeTool shortcuts;
@@ -85,8 +85,7 @@ public slots:
 private slots:
     // Every address the tests use is loopback: none reached for the network.
     void cleanupTestCase();
-    void oneSettingsWindowAfterTwoOpens();
-    void settingsChangesShowAtOnceInTheMainWindow();
+    void settingsOpenOnceAndChangesShowAtOnce();
     void promptOnAppearAndOnNewReasons();
     void powerOnRowOnlyWhenItCanHelp();
     void closeAllEmptiesTheSelection();
@@ -101,51 +100,39 @@ private:
     QList<QUrl> m_opened;
 };
 
-void ScreensTest::oneSettingsWindowAfterTwoOpens()
+// The menu's "Einstellungen…" twice gives one window, whose changes reach the main window at once.
+void ScreensTest::settingsOpenOnceAndChangesShowAtOnce()
 {
     Environment environment;
-    MemoryKeyValueStore store({{QStringLiteral("printerIP"), environment.printer.address()}});
+    MemoryKeyValueStore store({{u"printerIP"_s, environment.printer.address()}});
     KestrelApp app(store, {.shortcuts = environment.shortcuts.path()});
-    QAction *preferences = nullptr;
-    for (QAction *action : app.mainWindow().menuBar()->actions().first()->menu()->actions()) {
-        if (action->text() == QStringLiteral("Einstellungen…"))
-            preferences = action;
-    }
-    QVERIFY(preferences);
-    QVERIFY(!preferences->shortcut().isEmpty());
+    const QList<QAction *> menu = app.mainWindow().menuBar()->actions().first()->menu()->actions();
+    QAction *preferences = *std::find_if(menu.begin(), menu.end(), [](const QAction *action) {
+        return action->text() == u"Einstellungen…"_s && !action->shortcut().isEmpty();
+    });
     preferences->trigger();
-    SettingsView *first = app.settingsWindow();
     preferences->trigger();
-    QCOMPARE(app.settingsWindow(), first);
-    QVERIFY(first->isVisible());
-    int settingsWindows = 0;
-    for (QWidget *window : QApplication::topLevelWidgets())
-        settingsWindows += qobject_cast<SettingsView *>(window) ? 1 : 0;
-    QCOMPARE(settingsWindows, 1);
-    QCOMPARE(first->windowTitle(), QStringLiteral("Einstellungen"));
-}
+    const QList<QWidget *> windows = QApplication::topLevelWidgets();
+    QCOMPARE(std::count_if(windows.begin(), windows.end(),
+                           [](QWidget *window) { return qobject_cast<SettingsView *>(window); }),
+             1);
+    QVERIFY(app.settingsWindow()->isVisible());
 
-void ScreensTest::settingsChangesShowAtOnceInTheMainWindow()
-{
-    Environment environment;
-    MemoryKeyValueStore store({{QStringLiteral("printerIP"), environment.printer.address()}});
-    KestrelApp app(store, {.shortcuts = environment.shortcuts.path()});
-    app.openSettings();
     QLineEdit *address = app.settingsWindow()->findChildren<QLineEdit *>().first();
     // Qt's own texts speak German too.
     QCOMPARE(
         std::unique_ptr<QMenu>(address->createStandardContextMenu())->actions().first()->text(),
-        QStringLiteral("&Rückgängig\tStrg+Z"));
+        u"&Rückgängig\tStrg+Z"_s);
     address->selectAll();
-    QTest::keyClicks(address, QStringLiteral("127.0.0.1:9 "));
-    QCOMPARE(store.value(QStringLiteral("printerIP")).toString(), QStringLiteral("127.0.0.1:9 "));
-    QVERIFY(labelTexts(&app.contentView()).contains(QStringLiteral("Drucker-IP: 127.0.0.1:9 ")));
+    QTest::keyClicks(address, u"127.0.0.1:9 "_s);
+    QCOMPARE(store.value(u"printerIP"_s).toString(), u"127.0.0.1:9 "_s);
+    QVERIFY(labelTexts(&app.contentView()).contains(u"Drucker-IP: 127.0.0.1:9 "_s));
 }
 
 void ScreensTest::promptOnAppearAndOnNewReasons()
 {
     const QString closedAddress = LoopbackHttpServer::closedAddress();
-    test::CameraApp app({{QStringLiteral("selectedCameraIDs"), idList({99})}});
+    test::CameraApp app({{u"selectedCameraIDs"_s, idList({99})}});
     PiStatusMonitor monitor(app.settings, nullptr, 30ms); // re-publishes the same reason often
     QTRY_VERIFY(monitor.reachability().isUnreachable());
     auto coordinator = app.start();
@@ -154,8 +141,8 @@ void ScreensTest::promptOnAppearAndOnNewReasons()
     view.show();
     QVERIFY(view.showsStartupInfo()); // unreachable when it appears
     auto *prompt = view.findChild<StartupInfoView *>();
-    writePng(*prompt, QStringLiteral("startup-prompt"));
-    childWithText<QPushButton>(prompt, QStringLiteral("Abbrechen"))->click();
+    writePng(*prompt, u"startup-prompt"_s);
+    childWithText<QPushButton>(prompt, u"Abbrechen"_s)->click();
     QVERIFY(!view.showsStartupInfo());
 
     // The same reason again and again keeps it closed...
@@ -174,8 +161,7 @@ void ScreensTest::powerOnRowOnlyWhenItCanHelp()
     auto powerOnVisible = [](const QString &statusAnswer, bool toolPresent) {
         Environment environment(statusAnswer);
         test::CameraApp app(
-            {{QStringLiteral("selectedCameraIDs"), idList({99})},
-             {QStringLiteral("homeKitStatusShortcutName"), QStringLiteral("Status")}},
+            {{u"selectedCameraIDs"_s, idList({99})}, {u"homeKitStatusShortcutName"_s, u"Status"_s}},
             toolPresent ? environment.shortcuts.path() : QString());
         auto coordinator = app.start();
         ContentView view(app.settings, app.homeKit, app.monitor, *coordinator, [] {});
@@ -186,62 +172,58 @@ void ScreensTest::powerOnRowOnlyWhenItCanHelp()
                         HomeKitAccessoryState::Kind::checking);
         }();
         view.setShowStartupInfo(false);
-        return childWithText<QPushButton>(&view, QStringLiteral("Ender einschalten"))->isVisible();
+        return childWithText<QPushButton>(&view, u"Ender einschalten"_s)->isVisible();
     };
-    QVERIFY(powerOnVisible(QStringLiteral("aus"), true));
-    QVERIFY(!powerOnVisible(QStringLiteral("ein"), true));  // already on
-    QVERIFY(!powerOnVisible(QStringLiteral("aus"), false)); // no tool
+    QVERIFY(powerOnVisible(u"aus"_s, true));
+    QVERIFY(!powerOnVisible(u"ein"_s, true));  // already on
+    QVERIFY(!powerOnVisible(u"aus"_s, false)); // no tool
 }
 
 void ScreensTest::closeAllEmptiesTheSelection()
 {
-    test::CameraApp app({{QStringLiteral("selectedCameraIDs"), idList({1, 2})}});
+    test::CameraApp app({{u"selectedCameraIDs"_s, idList({1, 2})}});
     auto coordinator = app.start();
     ContentView view(app.settings, app.homeKit, app.monitor, *coordinator, [] {});
-    childWithText<QPushButton>(&view, QStringLiteral("Alle Fenster schließen"))->click();
+    childWithText<QPushButton>(&view, u"Alle Fenster schließen"_s)->click();
     QCOMPARE(app.settings.selectedCameraIDs(), CameraIdSet{});
-    QCOMPARE(app.store.value(QStringLiteral("selectedCameraIDs")), idList({}));
+    QCOMPARE(app.store.value(u"selectedCameraIDs"_s), idList({}));
     QVERIFY(coordinator->openCameraIDs().isEmpty());
-    childWithText<QPushButton>(&view, QStringLiteral("Kamerafenster öffnen"))->click();
+    childWithText<QPushButton>(&view, u"Kamerafenster öffnen"_s)->click();
     QVERIFY(coordinator->openCameraIDs().isEmpty());
 }
 
 void ScreensTest::settingsFieldsToggleAndPicker()
 {
-    test::CameraApp app({{QStringLiteral("selectedCameraIDs"), idList({99})},
-                         {QStringLiteral("cameraPlacements"), QVariantMap{}},
-                         {QStringLiteral("customCameraNames"),
-                          QVariantMap{{QStringLiteral("2"), QStringLiteral("Nozzle")}}}});
+    test::CameraApp app({{u"selectedCameraIDs"_s, idList({99})},
+                         {u"cameraPlacements"_s, QVariantMap{}},
+                         {u"customCameraNames"_s, QVariantMap{{u"2"_s, u"Nozzle"_s}}}});
     SettingsView view(app.settings, app.homeKit);
     view.show();
 
     // Camera 2's name field: cleared, the entry goes and the catalogue name shows again.
-    QLineEdit *name = childWithText<QLineEdit>(&view, QStringLiteral("Nozzle"));
+    QLineEdit *name = childWithText<QLineEdit>(&view, u"Nozzle"_s);
     QVERIFY(name);
     name->selectAll();
     QTest::keyClick(name, Qt::Key_Backspace);
-    QCOMPARE(name->text(), QStringLiteral("Düsencam"));
+    QCOMPARE(name->text(), u"Düsencam"_s);
     QVERIFY(!app.settings.customCameraNames().contains(2));
-    QCOMPARE(app.store.value(QStringLiteral("customCameraNames")), QVariant(QVariantMap{}));
+    QCOMPARE(app.store.value(u"customCameraNames"_s), QVariant(QVariantMap{}));
 
     // Clicking a camera's name toggles it, as a check box's label does; it is written at once.
     const QList<QCheckBox *> toggles = view.findChildren<QCheckBox *>();
     QCheckBox *third = toggles[3]; // after "Fenster immer oben halten"
-    QCOMPARE(third->text(), QStringLiteral("Filamentcam"));
+    QCOMPARE(third->text(), u"Filamentcam"_s);
     const int nameMiddle = third->style()->pixelMetric(QStyle::PM_IndicatorWidth) +
                            third->style()->pixelMetric(QStyle::PM_CheckBoxLabelSpacing) +
                            third->fontMetrics().horizontalAdvance(third->text()) / 2;
     QTest::mouseClick(third, Qt::LeftButton, {}, QPoint(nameMiddle, third->height() / 2));
-    QCOMPARE(app.store.value(QStringLiteral("selectedCameraIDs")), idList({3, 99}));
+    QCOMPARE(app.store.value(u"selectedCameraIDs"_s), idList({3, 99}));
 
     // No placement entry shows "Frei"; choosing it makes the entry explicit.
     QComboBox *picker = view.findChildren<QComboBox *>()[1];
-    QCOMPARE(picker->currentText(), QStringLiteral("Frei"));
-    QCOMPARE(picker->count(), 5);
-    QCOMPARE(picker->itemText(0), QStringLiteral("Links oben"));
+    QCOMPARE(picker->currentText(), u"Frei"_s);
     picker->activated(4);
-    QCOMPARE(app.store.value(QStringLiteral("cameraPlacements")),
-             QVariant(QVariantMap{{QStringLiteral("2"), QStringLiteral("free")}}));
+    QCOMPARE(app.store.value(u"cameraPlacements"_s), QVariant(QVariantMap{{u"2"_s, u"free"_s}}));
 
     // Escape closes the window, as Ctrl+W does.
     view.activateWindow();
@@ -253,24 +235,21 @@ void ScreensTest::settingsFieldsToggleAndPicker()
 void ScreensTest::powerOffAsksFirst()
 {
     Environment environment;
-    test::CameraApp app({{QStringLiteral("selectedCameraIDs"), idList({99})}},
-                        environment.shortcuts.path());
+    test::CameraApp app({{u"selectedCameraIDs"_s, idList({99})}}, environment.shortcuts.path());
     SettingsView view(app.settings, app.homeKit);
     view.show();
-    childWithText<QPushButton>(&view, QStringLiteral("Klipper ausschalten"))->click();
+    childWithText<QPushButton>(&view, u"Klipper ausschalten"_s)->click();
     QMessageBox *alert = view.findChild<QMessageBox *>();
     QVERIFY(alert);
-    QCOMPARE(alert->text(), QStringLiteral("Klipper ausschalten?"));
-    childWithText<QPushButton>(alert, QStringLiteral("Abbrechen"))->click();
+    QCOMPARE(alert->text(), u"Klipper ausschalten?"_s);
+    childWithText<QPushButton>(alert, u"Abbrechen"_s)->click();
     QTRY_VERIFY(!view.findChild<QMessageBox *>());
     QCoreApplication::processEvents();
     QVERIFY(environment.shortcuts.calls().isEmpty());
 
-    childWithText<QPushButton>(&view, QStringLiteral("Klipper ausschalten"))->click();
-    childWithText<QPushButton>(view.findChild<QMessageBox *>(), QStringLiteral("Ausschalten"))
-        ->click();
-    const QList<QStringList> offScene{
-        {QStringLiteral("run"), QStringLiteral("Klipper ausschalten")}};
+    childWithText<QPushButton>(&view, u"Klipper ausschalten"_s)->click();
+    childWithText<QPushButton>(view.findChild<QMessageBox *>(), u"Ausschalten"_s)->click();
+    const QList<QStringList> offScene{{u"run"_s, u"Klipper ausschalten"_s}};
     QTRY_COMPARE(environment.shortcuts.calls(), offScene);
 }
 
@@ -281,34 +260,32 @@ void ScreensTest::sceneFolderButtonPreparesTheFolder()
     QTemporaryDir config;
     const QByteArray ownConfig = qgetenv("XDG_CONFIG_HOME");
     qputenv("XDG_CONFIG_HOME", config.path().toUtf8());
-    QDesktopServices::setUrlHandler(QStringLiteral("file"), this, "openUrl");
+    QDesktopServices::setUrlHandler(u"file"_s, this, "openUrl");
     Environment environment;
     test::CameraApp app({}, environment.shortcuts.path());
     SettingsView view(app.settings, app.homeKit);
-    const QString folder = config.filePath(QStringLiteral("Kestrel/scenes"));
-    QVERIFY(childWithText<QLabel>(&view,
-                                  QStringLiteral("Szenen sind ausführbare Dateien in ") + folder));
-    childWithText<QPushButton>(&view, QStringLiteral("Szenenordner öffnen"))->click();
-    QDesktopServices::unsetUrlHandler(QStringLiteral("file"));
+    const QString folder = config.filePath(u"Kestrel/scenes"_s);
+    QVERIFY(childWithText<QLabel>(&view, u"Szenen sind ausführbare Dateien in "_s + folder));
+    childWithText<QPushButton>(&view, u"Szenenordner öffnen"_s)->click();
+    QDesktopServices::unsetUrlHandler(u"file"_s);
     qputenv("XDG_CONFIG_HOME", ownConfig);
 
     QCOMPARE(m_opened, QList{QUrl::fromLocalFile(folder)});
-    const QFileInfo example(folder + QStringLiteral("/tasmota-an.beispiel"));
+    const QFileInfo example(folder + u"/tasmota-an.beispiel"_s);
     QVERIFY(example.isFile());
     QVERIFY(!example.isExecutable());
-    QCOMPARE(QFile::permissions(folder + QStringLiteral("/tasmota.conf")) & 0x0077, 0);
+    QCOMPARE(QFile::permissions(folder + u"/tasmota.conf"_s) & 0x0077, 0);
     QCOMPARE(QDir(folder).entryList(QDir::Files | QDir::Executable), QStringList());
 }
 
 void ScreensTest::rendersEveryScreen()
 {
     const GlyphRoom glyphRoom; // as the app has it
-    Environment environment(QStringLiteral("ein"));
-    test::CameraApp app({{QStringLiteral("selectedCameraIDs"), idList({99})},
-                         {QStringLiteral("printerIP"), environment.printer.address()},
-                         {QStringLiteral("homeKitStatusShortcutName"), QStringLiteral("Status")},
-                         {QStringLiteral("customCameraNames"),
-                          QVariantMap{{QStringLiteral("2"), QStringLiteral("Düse")}}}},
+    Environment environment(u"ein"_s);
+    test::CameraApp app({{u"selectedCameraIDs"_s, idList({99})},
+                         {u"printerIP"_s, environment.printer.address()},
+                         {u"homeKitStatusShortcutName"_s, u"Status"_s},
+                         {u"customCameraNames"_s, QVariantMap{{u"2"_s, u"Düse"_s}}}},
                         environment.shortcuts.path());
     app.settings.setSelectedCameraIDs({1, 2});
     auto coordinator = app.start();
@@ -317,30 +294,29 @@ void ScreensTest::rendersEveryScreen()
     view.show();
     QTRY_VERIFY_WITH_TIMEOUT(app.monitor.reachability() == PiReachability::reachable(), 20000);
     QTRY_COMPARE(app.homeKit.accessoryState(), HomeKitAccessoryState::on());
-    app.homeKit.runShortcut(QStringLiteral("Klipper einschalten"));
+    app.homeKit.runShortcut(u"Klipper einschalten"_s);
     QTRY_VERIFY(app.homeKit.actionMessage().has_value());
     QTRY_COMPARE(app.homeKit.accessoryState(), HomeKitAccessoryState::on());
-    writePng(view, QStringLiteral("main-reachable-on"));
+    writePng(view, u"main-reachable-on"_s);
     // A camera row's caption stands under its name, beside the symbol.
     const auto left = [&view](const QString &text) {
         return childWithText<QLabel>(&view, text)->mapTo(&view, QPoint()).x();
     };
-    QCOMPARE(left(QStringLiteral("1920x1080 • Proxy /webcam2/?action=snapshot")),
-             left(QStringLiteral("Düse")));
+    QCOMPARE(left(u"1920x1080 • Proxy /webcam2/?action=snapshot"_s), left(u"Düse"_s));
 
     app.settings.setPrinterIP(QString());
-    app.settings.setPrinterIP(QStringLiteral(" "));
+    app.settings.setPrinterIP(u" "_s);
     QTRY_VERIFY_WITH_TIMEOUT(view.showsStartupInfo(), 20000);
     // The host's state, and under it the reason it gives.
-    QVERIFY(labelTexts(&view).contains(QStringLiteral("Raspberry Pi nicht erreichbar")));
-    QVERIFY(labelTexts(&view).contains(QStringLiteral("Keine Drucker-IP eingetragen")));
-    writePng(view, QStringLiteral("main-unreachable"));
-    writePng(*view.findChild<StartupInfoView *>(), QStringLiteral("main-unreachable-prompt"));
+    QVERIFY(labelTexts(&view).contains(u"Raspberry Pi nicht erreichbar"_s));
+    QVERIFY(labelTexts(&view).contains(u"Keine Drucker-IP eingetragen"_s));
+    writePng(view, u"main-unreachable"_s);
+    writePng(*view.findChild<StartupInfoView *>(), u"main-unreachable-prompt"_s);
 
     SettingsView settings(app.settings, app.homeKit);
     settings.show();
-    writePng(settings, QStringLiteral("settings"));
-    writePng(*settings.findChild<QScrollArea *>()->widget(), QStringLiteral("settings-form"));
+    writePng(settings, u"settings"_s);
+    writePng(*settings.findChild<QScrollArea *>()->widget(), u"settings-form"_s);
     QVERIFY(settings.width() >= 560);
     // On a screen lower than the form, the window fits and the form scrolls.
     QVERIFY(settings.frameGeometry().height() <= settings.screen()->availableGeometry().height());
@@ -350,12 +326,12 @@ void ScreensTest::rendersEveryScreen()
 // Every screen is open: the main window, the start-up prompt and the settings.
 void ScreensTest::everyGlyphFitsItsLabel()
 {
-    MemoryKeyValueStore store({{QStringLiteral("printerIP"), LoopbackHttpServer::closedAddress()},
-                               {QStringLiteral("selectedCameraIDs"), idList({1, 2, 3})}});
+    MemoryKeyValueStore store({{u"printerIP"_s, LoopbackHttpServer::closedAddress()},
+                               {u"selectedCameraIDs"_s, idList({1, 2, 3})}});
     KestrelApp app(store);
     app.openSettings();
     QTRY_VERIFY_WITH_TIMEOUT(app.contentView().showsStartupInfo(), 20000);
-    app.homeKitManager().runShortcut(QStringLiteral("Klipper einschalten")); // one line more
+    app.homeKitManager().runShortcut(u"Klipper einschalten"_s); // one line more
     QTRY_VERIFY_WITH_TIMEOUT(app.homeKitManager().actionMessage().has_value(), 20000);
     int checked = 0;
     for (QWidget *window : QApplication::topLevelWidgets()) {

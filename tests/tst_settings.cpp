@@ -2,7 +2,6 @@
 #include "platform/JsonFileKeyValueStore.h"
 #include "platform/MemoryKeyValueStore.h"
 #include "settings/AppSettings.h"
-#include "settings/SnapshotUrls.h"
 
 #include <QFile>
 #include <QJsonDocument>
@@ -63,48 +62,12 @@ class SettingsTest : public QObject
     Q_OBJECT
 
 private slots:
-    void snapshotUrls_data();
-    void snapshotUrls();
-
     void loadingFallsBackPerField_data();
     void loadingFallsBackPerField();
 
     void eachOperationWritesOnlyItsOwnKey();
     void settingsSurviveARealFile();
 };
-
-void SettingsTest::snapshotUrls_data()
-{
-    QTest::addColumn<QString>("host");
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<QString>("expected"); // empty: no URL
-
-    QTest::newRow("catalogue path") << str("192.168.178.50") << str("/webcam2/?action=snapshot")
-                                    << str("http://192.168.178.50/webcam2/?action=snapshot");
-    QTest::newRow("missing slash") << str("h") << str("snap.jpg") << str("http://h/snap.jpg");
-    QTest::newRow("empty path") << str("h") << QString() << str("http://h/");
-    QTest::newRow("host carries port")
-        << str("127.0.0.1:8081") << str("/x") << str("http://127.0.0.1:8081/x");
-    QTest::newRow("IPv6") << str("[::1]:80") << str("/x") << str("http://[::1]:80/x");
-    QTest::newRow("blank in host") << str("127.0.0.1 -o /tmp/x") << str("/x") << QString();
-    QTest::newRow("trailing newline") << str("127.0.0.1\n") << str("/x") << QString();
-    QTest::newRow("blank in path") << str("h") << str("/a b") << QString();
-    QTest::newRow("broken IPv6") << str("[::1") << str("/x") << QString();
-}
-
-void SettingsTest::snapshotUrls()
-{
-    QFETCH(QString, host);
-    QFETCH(QString, path);
-    QFETCH(QString, expected);
-    const QList<QUrl> urls = makeSnapshotURLs(host, path);
-    if (expected.isEmpty()) {
-        QVERIFY2(urls.isEmpty(), qPrintable(urls.value(0).toString()));
-    } else {
-        QCOMPARE(urls.size(), 1);
-        QCOMPARE(urls[0].toString(), expected);
-    }
-}
 
 // Each row stores one key and names the field as read back, in a comparable text form.
 void SettingsTest::loadingFallsBackPerField_data()

@@ -17,6 +17,7 @@
 #include <memory>
 
 using namespace kestrel;
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -33,7 +34,7 @@ const HttpReply stallingMidPicture{.contentType = "image/jpeg",
 
 QUrl urlOf(const LoopbackHttpServer &server, const char *path)
 {
-    return QUrl(QStringLiteral("http://") + server.address() + QString::fromLatin1(path));
+    return QUrl(u"http://"_s + server.address() + QString::fromLatin1(path));
 }
 
 QString absolute(const QUrl &url)
@@ -61,14 +62,13 @@ private slots:
     void picturesAreDecodedToTheShownSize();
 
 private:
-    std::unique_ptr<SnapshotLoader>
-    makeLoader(const QString &curl = QStringLiteral("/usr/bin/curl"))
+    std::unique_ptr<SnapshotLoader> makeLoader(const QString &curl = u"/usr/bin/curl"_s)
     {
         return std::make_unique<SnapshotLoader>(nullptr, curl, m_temporary->path());
     }
     QStringList leftFiles() const
     {
-        return QDir(m_temporary->path()).entryList({QStringLiteral("kestrel-*")}, QDir::Files);
+        return QDir(m_temporary->path()).entryList({u"kestrel-*"_s}, QDir::Files);
     }
     std::unique_ptr<QTemporaryDir> m_temporary;
 };
@@ -90,10 +90,10 @@ void StreamTest::failuresBecomeTextsWithTheUrl_data()
     QTest::addColumn<HttpReply>("reply");
     QTest::addColumn<QString>("textStart"); // then the URL
 
-    const QString invalid = QStringLiteral("JPEG ungültig: ");
+    const QString invalid = u"JPEG ungültig: "_s;
     const QByteArray jpeg = test::testJpeg();
     QTest::newRow("404") << HttpReply::status("HTTP/1.1 404 Not Found")
-                         << QStringLiteral("curl: (22) The requested URL returned error: 404: ");
+                         << u"curl: (22) The requested URL returned error: 404: "_s;
     QTest::newRow("HTML at 200") << HttpReply::content("text/html", "<html>Fehler</html>")
                                  << invalid;
     QTest::newRow("empty body") << HttpReply::content("image/jpeg", {}) << invalid;
@@ -109,11 +109,10 @@ void StreamTest::failuresBecomeTextsWithTheUrl_data()
     QTest::newRow("70 MB body") << HttpReply::content("image/jpeg", QByteArray(70 << 20, '\xff'))
                                 << invalid;
     QTest::newRow("closed without a word")
-        << HttpReply::with(HttpReply::Action::close)
-        << QStringLiteral("curl: (52) Empty reply from server: ");
+        << HttpReply::with(HttpReply::Action::close) << u"curl: (52) Empty reply from server: "_s;
     // curl's 5 seconds run out with part of the picture written; the file must still go.
     QTest::newRow("stalls mid picture")
-        << stallingMidPicture << QStringLiteral("curl: (28) Operation timed out after 5");
+        << stallingMidPicture << u"curl: (28) Operation timed out after 5"_s;
 }
 
 void StreamTest::failuresBecomeTextsWithTheUrl()
@@ -129,7 +128,7 @@ void StreamTest::failuresBecomeTextsWithTheUrl()
     QVERIFY(rounds.wait(20000));
     loader->stop();
     const QString text = loader->errorText().value_or(QString());
-    QVERIFY2(text.startsWith(textStart) && text.endsWith(QStringLiteral(": ") + absolute(url)),
+    QVERIFY2(text.startsWith(textStart) && text.endsWith(u": "_s + absolute(url)),
              qPrintable(text));
     QVERIFY(loader->image().isNull());
 }
@@ -165,8 +164,7 @@ void StreamTest::roundShowsItsFirstPictureOrItsLastFailure()
     failing->start({urlOf(server, "/missing"), urlOf(server, "/html")}, 1);
     QVERIFY(failingRounds.wait(20000));
     failing->stop();
-    QCOMPARE(failing->errorText(),
-             QStringLiteral("JPEG ungültig: ") + absolute(urlOf(server, "/html")));
+    QCOMPARE(failing->errorText(), u"JPEG ungültig: "_s + absolute(urlOf(server, "/html")));
 }
 
 void StreamTest::equalListKeepsTheLoopOtherOrderRestarts()
@@ -179,7 +177,7 @@ void StreamTest::equalListKeepsTheLoopOtherOrderRestarts()
     loader->start(ab, 1);
     QCoreApplication::processEvents(); // both starts have had their chance to fetch
     QTRY_COMPARE_WITH_TIMEOUT(server.heldCount(), 1, 10000);
-    QCOMPARE(test::childProcessNames(), QStringList{QStringLiteral("curl")});
+    QCOMPARE(test::childProcessNames(), QStringList{u"curl"_s});
 
     loader->start({ab[1], ab[0]}, 1);
     QTRY_COMPARE_WITH_TIMEOUT(server.heldCount(), 2, 10000);
@@ -221,17 +219,26 @@ void StreamTest::curlGetsExactlyEightArguments_data()
 {
     QTest::addColumn<QString>("host");
     QTest::addColumn<QString>("path");
-    QTest::newRow("plain") << QStringLiteral("127.0.0.1:8080")
-                           << QStringLiteral("/webcam/?action=snapshot");
-    QTest::newRow("option in the address") << QStringLiteral("127.0.0.1 -o /tmp/x") << QString();
-    QTest::newRow("option as the address") << QStringLiteral("-K/etc/passwd") << QString();
-    QTest::newRow("shell in the path") << QStringLiteral("127.0.0.1") << QStringLiteral("$(id);id");
-    QTest::newRow("option as the path")
-        << QStringLiteral("127.0.0.1") << QStringLiteral("-o/tmp/x");
-    QTest::newRow("newline") << QStringLiteral("127.0.0.1\n--output=/tmp/x")
-                             << QStringLiteral("/a");
-    QTest::newRow("NUL") << QStringLiteral("127.0.0.1") << QStringLiteral("/a\0-o/tmp/x");
-    QTest::newRow("non-ASCII") << QStringLiteral("drucker.local") << QStringLiteral("/bild/ä ö");
+    QTest::addColumn<QString>("url"); // empty: none forms
+    auto row = [](const char *name, const char *host, const char *path, const char *url) {
+        QTest::newRow(name) << QString::fromUtf8(host) << QString::fromUtf8(path)
+                            << QString::fromUtf8(url);
+    };
+    row("plain", "127.0.0.1:8080", "/webcam/?action=snapshot",
+        "http://127.0.0.1:8080/webcam/?action=snapshot");
+    row("missing slash", "h", "snap.jpg", "http://h/snap.jpg");
+    row("empty path", "h", "", "http://h/");
+    row("double slash kept", "h", "//a//b", "http://h//a//b");
+    row("IPv6", "[::1]:80", "/x", "http://[::1]:80/x");
+    row("broken IPv6", "[::1", "/x", "");
+    row("option in the address", "127.0.0.1 -o /tmp/x", "", "");
+    row("option as the address", "-K/etc/passwd", "", "");
+    row("trailing newline", "127.0.0.1\n", "/x", "");
+    row("blank in the path", "h", "/a b", "");
+    row("shell in the path", "127.0.0.1", "$(id);id", "http://127.0.0.1/$(id);id");
+    row("option as the path", "127.0.0.1", "-o/tmp/x", "http://127.0.0.1/-o/tmp/x");
+    QTest::newRow("NUL") << u"127.0.0.1"_s << u"/a\0-o/tmp/x"_s << QString();
+    row("non-ASCII", "drucker.local", "/bild/äö", "http://drucker.local/bild/%C3%A4%C3%B6");
 }
 
 // Whatever a person types as address or path, curl gets the same eight arguments: the text
@@ -240,9 +247,11 @@ void StreamTest::curlGetsExactlyEightArguments()
 {
     QFETCH(QString, host);
     QFETCH(QString, path);
+    QFETCH(QString, url);
     QTemporaryDir dir;
-    test::FakeTool curl(dir.path(), QStringLiteral("curl"), QStringLiteral("exit 22"));
+    test::FakeTool curl(dir.path(), u"curl"_s, u"exit 22"_s);
     const QList<QUrl> urls = makeSnapshotURLs(host, path);
+    QCOMPARE(urls.isEmpty() ? QString() : absolute(urls[0]), url);
     auto loader = makeLoader(curl.path());
     QSignalSpy rounds(loader.get(), &SnapshotLoader::roundFinished);
     loader->start(urls, 1);
@@ -251,22 +260,19 @@ void StreamTest::curlGetsExactlyEightArguments()
 
     QCOMPARE(curl.calls().size(), urls.isEmpty() ? 0 : 1);
     for (const QStringList &arguments : curl.calls()) {
-        QCOMPARE(arguments.mid(0, 6),
-                 (QStringList{QStringLiteral("-sS"), QStringLiteral("--max-time"),
-                              QStringLiteral("5"), QStringLiteral("--fail"),
-                              QStringLiteral("--http1.1"), QStringLiteral("-o")}));
+        QCOMPARE(arguments.mid(0, 6), (QStringList{u"-sS"_s, u"--max-time"_s, u"5"_s, u"--fail"_s,
+                                                   u"--http1.1"_s, u"-o"_s}));
         QCOMPARE(QFileInfo(arguments[6]).absolutePath(), m_temporary->path());
-        QVERIFY(QRegularExpression(
-                    QStringLiteral("^kestrel-[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}\\.jpg$"))
+        QVERIFY(QRegularExpression(u"^kestrel-[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}\\.jpg$"_s)
                     .match(QFileInfo(arguments[6]).fileName())
                     .hasMatch());
         QCOMPARE(arguments.mid(7), QStringList{absolute(urls[0])});
-        QCOMPARE(loader->errorText(), QStringLiteral("curl-Fehler 22: ") + absolute(urls[0]));
+        QCOMPARE(loader->errorText(), u"curl-Fehler 22: "_s + absolute(urls[0]));
     }
     QStringList written = QDir(dir.path()).entryList(QDir::Files);
-    written.removeAll(QStringLiteral("curl.calls"));
-    QCOMPARE(written, QStringList{QStringLiteral("curl")}); // nothing run made a file
-    QVERIFY(!QFile::exists(QStringLiteral("/tmp/x")));
+    written.removeAll(u"curl.calls"_s);
+    QCOMPARE(written, QStringList{u"curl"_s}); // nothing run made a file
+    QVERIFY(!QFile::exists(u"/tmp/x"_s));
 }
 
 void StreamTest::picturesAreDecodedToTheShownSize()

@@ -16,6 +16,7 @@
 using namespace kestrel;
 using namespace kestrel::windowGeometry;
 using namespace std::chrono_literals;
+using namespace Qt::StringLiterals;
 using P = WindowPlacement;
 
 namespace {
@@ -46,20 +47,15 @@ private slots:
     // Geometry
     void workedExampleAndWrappingRow();
     void loneOverWideWindowGoesOneGapDown();
-    void freeAndUnplacedWindowsStay();
-    void initialRectsCascade();
 
     // Coordinator
     void startOpensTheSelectionInOrderAndLaysOut();
-    void userCloseDeselectsAndSavesTheFrame();
-    void deselectingClosesWithoutFurtherChange();
+    void closingDeselectsAndSavesTheFrame();
     void closeAllThenSyncReopens();
     void replaceCamera();
     void addressChangeRebuildsContentOnly();
-    void unknownIdsAreIgnoredAndKept();
     void savedFrameOnlyForExplicitFree();
     void movedCornerWindowSnapsBack();
-    void alwaysOnTopTogglesInPlace();
 };
 
 void WindowsTest::workedExampleAndWrappingRow()
@@ -91,24 +87,9 @@ void WindowsTest::loneOverWideWindowGoesOneGapDown()
                  {2, {1416 - 1400, 49 + 18}}}));
 }
 
-void WindowsTest::freeAndUnplacedWindowsStay()
-{
-    const QList<LayoutWindow> windows{{1, QSizeF(420, 308), P::free},
-                                      {2, QSizeF(420, 308), P::free}};
-    QVERIFY(layoutCornerWindows(windows, QRectF(0, 25, 1440, 850)).isEmpty());
-}
-
-void WindowsTest::initialRectsCascade()
-{
-    QCOMPARE(initialContentRect(1), QRectF(120, 700, 420, 280));
-    QCOMPARE(initialContentRect(2), QRectF(160, 660, 420, 280));
-    QCOMPARE(initialContentRect(3), QRectF(200, 620, 420, 280));
-    QCOMPARE(initialContentRect(-2), QRectF(0, 820, 420, 280));
-}
-
 void WindowsTest::startOpensTheSelectionInOrderAndLaysOut()
 {
-    CameraApp app({{QStringLiteral("selectedCameraIDs"), ids({3, 1})}});
+    CameraApp app({{u"selectedCameraIDs"_s, ids({3, 1})}});
     QList<CameraId> shown;
     struct ShowRecorder : QObject
     {
@@ -130,7 +111,7 @@ void WindowsTest::startOpensTheSelectionInOrderAndLaysOut()
     QCOMPARE(coordinator->openCameraIDs(), (QList<CameraId>{1, 3}));
     CameraWindow *one = coordinator->window(1);
     CameraWindow *three = coordinator->window(3);
-    QCOMPARE(one->windowTitle(), QStringLiteral("Übersichtscam"));
+    QCOMPARE(one->windowTitle(), u"Übersichtscam"_s);
     QVERIFY(one->windowFlags().testFlag(Qt::WindowStaysOnTopHint));
     QCOMPARE(one->geometry().size(), initialContentSize.toSize());
 
@@ -145,44 +126,38 @@ void WindowsTest::startOpensTheSelectionInOrderAndLaysOut()
     QVERIFY(qobject_cast<CameraWindowView *>(one->content()));
 }
 
-void WindowsTest::userCloseDeselectsAndSavesTheFrame()
+// The user's close and a deselection in the settings each give up that camera alone, once, and
+// keep its frame; cameras Kestrel does not know stay selected.
+void WindowsTest::closingDeselectsAndSavesTheFrame()
 {
-    CameraApp app({{QStringLiteral("selectedCameraIDs"), ids({1, 2})},
-                   {QStringLiteral("cameraPlacements"),
-                    QVariantMap{{QStringLiteral("1"), QStringLiteral("bottomLeft")},
-                                {QStringLiteral("2"), QStringLiteral("bottomLeft")}}}});
+    CameraApp app({{u"selectedCameraIDs"_s, ids({1, 2, 3, 42})},
+                   {u"cameraPlacements"_s,
+                    QVariantMap{{u"1"_s, u"bottomLeft"_s}, {u"2"_s, u"bottomLeft"_s}}}});
     auto coordinator = app.start();
     QPointer<CameraWindow> one = coordinator->window(1);
     CameraWindow *two = coordinator->window(2);
     const QRectF frame = screenFrames::frame(one);
     const QPointF secondBefore = originOf(two);
+    QSignalSpy selections(&app.settings, &AppSettings::selectedCameraIDsWillChange);
 
     one->close(); // as the title bar's close button does
-    QCOMPARE(app.settings.selectedCameraIDs(), CameraIdSet{2});
-    QCOMPARE(app.store.value(QStringLiteral("selectedCameraIDs")), ids({2}));
-    QCOMPARE(coordinator->openCameraIDs(), QList<CameraId>{2});
+    QCOMPARE(app.store.value(u"selectedCameraIDs"_s), ids({2, 3, 42}));
+    QCOMPARE(coordinator->openCameraIDs(), (QList<CameraId>{2, 3}));
     QVERIFY(originOf(two) != secondBefore); // laid out again: now first in its corner
     QTRY_VERIFY(one.isNull());              // and the closed window is gone
     QTRY_COMPARE(app.settings.frame(1), std::optional(frame));
-}
 
-void WindowsTest::deselectingClosesWithoutFurtherChange()
-{
-    CameraApp app({{QStringLiteral("selectedCameraIDs"), ids({1, 3})}});
-    auto coordinator = app.start();
-    const QRectF frame = screenFrames::frame(coordinator->window(3));
-    QSignalSpy selections(&app.settings, &AppSettings::selectedCameraIDsWillChange);
-
+    const QRectF thirdFrame = screenFrames::frame(coordinator->window(3));
     app.settings.setCameraSelected(3, false);
-    QCOMPARE(selections.count(), 1);
-    QCOMPARE(coordinator->openCameraIDs(), QList<CameraId>{1});
-    QCOMPARE(app.settings.selectedCameraIDs(), CameraIdSet{1});
-    QTRY_COMPARE(app.settings.frame(3), std::optional(frame));
+    QCOMPARE(selections.count(), 2);
+    QCOMPARE(coordinator->openCameraIDs(), QList<CameraId>{2});
+    QCOMPARE(app.settings.selectedCameraIDs(), (CameraIdSet{2, 42}));
+    QTRY_COMPARE(app.settings.frame(3), std::optional(thirdFrame));
 }
 
 void WindowsTest::closeAllThenSyncReopens()
 {
-    CameraApp app({{QStringLiteral("selectedCameraIDs"), ids({1, 2, 3})}});
+    CameraApp app({{u"selectedCameraIDs"_s, ids({1, 2, 3})}});
     auto coordinator = app.start();
     QSignalSpy selections(&app.settings, &AppSettings::selectedCameraIDsWillChange);
 
@@ -198,7 +173,7 @@ void WindowsTest::closeAllThenSyncReopens()
 
 void WindowsTest::replaceCamera()
 {
-    CameraApp app({{QStringLiteral("selectedCameraIDs"), ids({1, 3})}});
+    CameraApp app({{u"selectedCameraIDs"_s, ids({1, 3})}});
     auto coordinator = app.start();
     CameraWindow *three = coordinator->window(3);
     QSignalSpy selections(&app.settings, &AppSettings::selectedCameraIDsWillChange);
@@ -220,37 +195,25 @@ void WindowsTest::replaceCamera()
 
 void WindowsTest::addressChangeRebuildsContentOnly()
 {
-    CameraApp app({{QStringLiteral("selectedCameraIDs"), ids({1, 2})}});
+    CameraApp app({{u"selectedCameraIDs"_s, ids({1, 2})}});
     auto coordinator = app.start();
     CameraWindow *one = coordinator->window(1);
     QPointer<QWidget> oldContent = one->content();
     QSignalSpy closes(one, &CameraWindow::closing);
 
-    app.settings.setPrinterIP(QStringLiteral("127.0.0.1:1"));
+    app.settings.setPrinterIP(u"127.0.0.1:1"_s);
     QCOMPARE(coordinator->window(1), one);
     QCOMPARE(closes.count(), 0);
     QVERIFY(one->content() != oldContent);
     QTRY_VERIFY(oldContent.isNull());
 }
 
-void WindowsTest::unknownIdsAreIgnoredAndKept()
-{
-    CameraApp app({{QStringLiteral("selectedCameraIDs"), ids({1, 42})}});
-    auto coordinator = app.start();
-    QCOMPARE(coordinator->openCameraIDs(), QList<CameraId>{1});
-    coordinator->window(1)->close();
-    QCOMPARE(app.settings.selectedCameraIDs(), CameraIdSet{42});
-    QVERIFY(coordinator->openCameraIDs().isEmpty());
-}
-
 void WindowsTest::savedFrameOnlyForExplicitFree()
 {
-    const QString saved = QStringLiteral("{{300, 200}, {500, 400}}");
-    CameraApp app({{QStringLiteral("selectedCameraIDs"), ids({1, 2})},
-                   {QStringLiteral("cameraPlacements"),
-                    QVariantMap{{QStringLiteral("2"), QStringLiteral("free")}}},
-                   {QStringLiteral("cameraWindowFrames"),
-                    QVariantMap{{QStringLiteral("1"), saved}, {QStringLiteral("2"), saved}}}});
+    const QString saved = u"{{300, 200}, {500, 400}}"_s;
+    CameraApp app({{u"selectedCameraIDs"_s, ids({1, 2})},
+                   {u"cameraPlacements"_s, QVariantMap{{u"2"_s, u"free"_s}}},
+                   {u"cameraWindowFrames"_s, QVariantMap{{u"1"_s, saved}, {u"2"_s, saved}}}});
     auto coordinator = app.start();
     QCOMPARE(screenFrames::frame(coordinator->window(2)), QRectF(300, 200, 500, 400));
     // Camera 1 has no placement at all: the cascade position, never moved by the layout.
@@ -261,7 +224,7 @@ void WindowsTest::savedFrameOnlyForExplicitFree()
 
 void WindowsTest::movedCornerWindowSnapsBack()
 {
-    CameraApp app({{QStringLiteral("selectedCameraIDs"), ids({1})}});
+    CameraApp app({{u"selectedCameraIDs"_s, ids({1})}});
     auto coordinator = app.start();
     CameraWindow *one = coordinator->window(1);
     const QPointF corner = originOf(one);
@@ -270,24 +233,6 @@ void WindowsTest::movedCornerWindowSnapsBack()
     QTRY_COMPARE(app.settings.frame(1)->topLeft(), corner + QPointF(50, -30));
     app.settings.setAlwaysOnTop(true); // any watched setting
     QCOMPARE(originOf(one), corner);
-}
-
-void WindowsTest::alwaysOnTopTogglesInPlace()
-{
-    CameraApp app({{QStringLiteral("selectedCameraIDs"), ids({1, 3})}});
-    auto coordinator = app.start();
-    const QPointF before = originOf(coordinator->window(3));
-
-    app.settings.setAlwaysOnTop(false);
-    for (const CameraId id : {1, 3}) {
-        CameraWindow *window = coordinator->window(id);
-        QVERIFY(!window->windowFlags().testFlag(Qt::WindowStaysOnTopHint));
-        QVERIFY(window->windowHandle()->flags().testFlag(Qt::WindowStaysOnTopHint) == false);
-        QVERIFY(window->isVisible());
-    }
-    QCOMPARE(originOf(coordinator->window(3)), before);
-    app.settings.setAlwaysOnTop(true);
-    QVERIFY(coordinator->window(1)->windowHandle()->flags().testFlag(Qt::WindowStaysOnTopHint));
 }
 
 QTEST_MAIN(WindowsTest)

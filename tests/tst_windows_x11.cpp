@@ -24,6 +24,7 @@
 
 using namespace kestrel;
 using namespace kestrel::windowGeometry;
+using namespace Qt::StringLiterals;
 using test::CameraApp;
 using test::idList;
 
@@ -148,11 +149,10 @@ void WindowsX11Test::initTestCase()
 
 void WindowsX11Test::framesStandInTheirCorners()
 {
-    CameraApp app({{QStringLiteral("selectedCameraIDs"), idList({1, 2, 3, 4})},
-                   {QStringLiteral("cameraPlacements"),
-                    QVariantMap{{QStringLiteral("1"), QStringLiteral("topLeft")},
-                                {QStringLiteral("2"), QStringLiteral("bottomRight")},
-                                {QStringLiteral("3"), QStringLiteral("bottomRight")}}}});
+    CameraApp app({{u"selectedCameraIDs"_s, idList({1, 2, 3, 4})},
+                   {u"cameraPlacements"_s, QVariantMap{{u"1"_s, u"topLeft"_s},
+                                                       {u"2"_s, u"bottomRight"_s},
+                                                       {u"3"_s, u"bottomRight"_s}}}});
     auto coordinator = app.start();
     const QList<CameraId> ids{1, 2, 3};
     for (const CameraId id : ids)
@@ -188,7 +188,7 @@ void WindowsX11Test::framesStandInTheirCorners()
 
 void WindowsX11Test::staysOnTopAndFollowsEveryDesktop()
 {
-    CameraApp app({{QStringLiteral("selectedCameraIDs"), idList({1})}});
+    CameraApp app({{u"selectedCameraIDs"_s, idList({1})}});
     auto coordinator = app.start();
     const CameraWindow *window = coordinator->window(1);
     const auto id = xcb_window_t(window->winId());
@@ -218,11 +218,9 @@ void WindowsX11Test::staysOnTopAndFollowsEveryDesktop()
 void WindowsX11Test::savedFrameComesBackForFree()
 {
     CameraApp app(
-        {{QStringLiteral("selectedCameraIDs"), idList({2})},
-         {QStringLiteral("cameraPlacements"),
-          QVariantMap{{QStringLiteral("2"), QStringLiteral("free")}}},
-         {QStringLiteral("cameraWindowFrames"),
-          QVariantMap{{QStringLiteral("2"), QStringLiteral("{{300, 200}, {500, 400}}")}}}});
+        {{u"selectedCameraIDs"_s, idList({2})},
+         {u"cameraPlacements"_s, QVariantMap{{u"2"_s, u"free"_s}}},
+         {u"cameraWindowFrames"_s, QVariantMap{{u"2"_s, u"{{300, 200}, {500, 400}}"_s}}}});
     auto coordinator = app.start();
     QTRY_VERIFY_WITH_TIMEOUT(isFramed(coordinator->window(2)), 20000);
     QTRY_COMPARE_WITH_TIMEOUT(managedFrame(coordinator->window(2)),
@@ -233,8 +231,7 @@ void WindowsX11Test::savedFrameComesBackForFree()
 void WindowsX11Test::minimisedWindowFetchesNothing()
 {
     // A valid address, so there is a stream; nothing listens there, which does not matter here.
-    CameraApp app({{QStringLiteral("selectedCameraIDs"), idList({1})},
-                   {QStringLiteral("printerIP"), QStringLiteral("127.0.0.1:9")}});
+    CameraApp app({{u"selectedCameraIDs"_s, idList({1})}, {u"printerIP"_s, u"127.0.0.1:9"_s}});
     auto coordinator = app.start();
     CameraWindow *window = coordinator->window(1);
     QTRY_VERIFY_WITH_TIMEOUT(isFramed(window), 20000);
@@ -249,7 +246,7 @@ void WindowsX11Test::minimisedWindowFetchesNothing()
 
 void WindowsX11Test::windowManagersCanTellCameraWindows()
 {
-    CameraApp app({{QStringLiteral("selectedCameraIDs"), idList({1, 2})}});
+    CameraApp app({{u"selectedCameraIDs"_s, idList({1, 2})}});
     auto coordinator = app.start();
     const auto first = xcb_window_t(coordinator->window(1)->winId());
     const auto second = xcb_window_t(coordinator->window(2)->winId());
