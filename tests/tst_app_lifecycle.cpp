@@ -43,12 +43,46 @@ QStringList pictureFiles(const QString &folder)
     return QDir(folder).entryList({u"kestrel-*"_s}, QDir::Files);
 }
 
-QJsonObject readSettings(const QString &config)
+// The real binary in a home of its own: its settings folder, its temporary folder, and settings
+// written there before it starts. Without `x11` it runs offscreen.
+struct Kestrel
 {
-    QFile file(config + u"/Kestrel/settings.json"_s);
-    return file.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(file.readAll()).object()
-                                          : QJsonObject();
-}
+    QTemporaryDir home;
+    QProcess process;
+    QString config = home.filePath(u"config"_s);
+    QString temporary = home.filePath(u"tmp"_s);
+
+    bool start(const QJsonObject &settings, bool x11 = false)
+    {
+        QDir().mkpath(config + u"/Kestrel"_s);
+        QDir().mkpath(temporary);
+        QFile file(config + u"/Kestrel/settings.json"_s);
+        if (!file.exists() &&
+            (!file.open(QIODevice::WriteOnly) || file.write(QJsonDocument(settings).toJson()) < 0))
+            return false;
+        file.close();
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(u"XDG_CONFIG_HOME"_s, config);
+        environment.insert(u"TMPDIR"_s, temporary);
+        if (x11)
+            environment.remove(u"QT_QPA_PLATFORM"_s);
+        else
+            environment.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
+        process.setProcessEnvironment(environment);
+        process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        process.start(QStringLiteral(KESTREL_BINARY), {});
+        return process.waitForStarted();
+    }
+    QJsonArray selected() const
+    {
+        QFile file(config + u"/Kestrel/settings.json"_s);
+        return file.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(file.readAll())
+                                                    .object()
+                                                    .value(u"selectedCameraIDs"_s)
+                                                    .toArray()
+                                              : QJsonArray();
+    }
+};
 
 // Drives the desktop as a user does, through xdotool and the window manager.
 bool xdotool(const QStringList &arguments)
@@ -86,56 +120,10 @@ class AppLifecycleTest : public QObject
     Q_OBJECT
 
 private slots:
-    void terminationMidTransferLeavesNothingBehind();
     void endingKestrelKeepsTheSelection_data();
     void endingKestrelKeepsTheSelection();
     void aSecondLaunchDefersToTheFirst();
 };
-
-void AppLifecycleTest::terminationMidTransferLeavesNothingBehind()
-{
-    kestrel::LoopbackHttpServer printer;
-    printer.setHandler([](const kestrel::HttpRequest &request) {
-        if (request.path == "/")
-            return HttpReply{};
-        // The start of a picture, then silence: curl holds a half-written file.
-        return HttpReply{.contentType = "image/jpeg",
-                         .body = QByteArray(4096, '\xff'),
-                         .declaredLength = 1000000,
-                         .stallAfterBody = true};
-    });
-    QTemporaryDir home;
-    const QString config = home.filePath(u"config"_s);
-    const QString temporary = home.filePath(u"tmp"_s);
-    QVERIFY(QDir().mkpath(config + u"/Kestrel"_s));
-    QVERIFY(QDir().mkpath(temporary));
-    QFile settings(config + u"/Kestrel/settings.json"_s);
-    QVERIFY(settings.open(QIODevice::WriteOnly));
-    settings.write(QJsonDocument(QJsonObject{{u"printerIP"_s, printer.address()},
-                                             {u"selectedCameraIDs"_s, QJsonArray{1, 2, 3}}})
-                       .toJson());
-    settings.close();
-
-    QProcess kestrel;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(u"XDG_CONFIG_HOME"_s, config);
-    environment.insert(u"TMPDIR"_s, temporary);
-    environment.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
-    kestrel.setProcessEnvironment(environment);
-    kestrel.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    kestrel.start(QStringLiteral(KESTREL_BINARY), {});
-    QVERIFY(kestrel.waitForStarted());
-    QTRY_COMPARE_WITH_TIMEOUT(pictureFiles(temporary).size(), 3, 20000);
-
-    kestrel.terminate(); // SIGTERM
-    QVERIFY(kestrel.waitForFinished(20000));
-    QCOMPARE(kestrel.exitStatus(), QProcess::NormalExit);
-    QCOMPARE(kestrel.exitCode(), 0);
-    QCOMPARE(pictureFiles(temporary), QStringList());
-    QCOMPARE(processesMentioning(temporary), 0);
-    // The settings were not touched by quitting.
-    QVERIFY(!QFile::exists(config + u"/Kestrel/settings.json.corrupt"_s));
-}
 
 void AppLifecycleTest::endingKestrelKeepsTheSelection_data()
 {
@@ -155,6 +143,8 @@ void AppLifecycleTest::endingKestrelKeepsTheSelection_data()
         << u"alt+F4"_s << u"Filamentcam"_s << SIGTERM << QJsonArray{2} << true;
 }
 
+// However it ends, Kestrel quits in order: status 0, no curl left running and no half-written
+// picture left behind, and the selection kept for the next start.
 void AppLifecycleTest::endingKestrelKeepsTheSelection()
 {
     QFETCH(QString, keys);
@@ -167,75 +157,60 @@ void AppLifecycleTest::endingKestrelKeepsTheSelection()
         QSKIP("needs an X display with a window manager, and xdotool");
 
     LoopbackHttpServer printer;
-    QTemporaryDir home;
-    const QString config = home.filePath(u"config"_s);
-    QVERIFY(QDir().mkpath(config + u"/Kestrel"_s));
-    QFile settings(config + u"/Kestrel/settings.json"_s);
-    QVERIFY(settings.open(QIODevice::WriteOnly));
+    printer.setHandler([](const kestrel::HttpRequest &request) {
+        if (request.path == "/")
+            return HttpReply{};
+        // The start of a picture, then silence: curl holds a half-written file.
+        return HttpReply{.contentType = "image/jpeg",
+                         .body = QByteArray(4096, '\xff'),
+                         .declaredLength = 1000000,
+                         .stallAfterBody = true};
+    });
+    Kestrel kestrel;
     const QString address = hostAnswers ? printer.address() : LoopbackHttpServer::closedAddress();
-    settings.write(QJsonDocument(QJsonObject{{u"printerIP"_s, address},
-                                             {u"selectedCameraIDs"_s, QJsonArray{2, 3}}})
-                       .toJson());
-    settings.close();
-
-    QProcess kestrel;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(u"XDG_CONFIG_HOME"_s, config);
-    environment.remove(u"QT_QPA_PLATFORM"_s); // real windows on the X display
-    kestrel.setProcessEnvironment(environment);
-    kestrel.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    kestrel.start(QStringLiteral(KESTREL_BINARY), {});
-    QVERIFY(kestrel.waitForStarted());
+    QVERIFY(kestrel.start({{u"printerIP"_s, address}, {u"selectedCameraIDs"_s, QJsonArray{2, 3}}},
+                          true));
     QTRY_VERIFY_WITH_TIMEOUT(windowShown(u"Filamentcam"_s), 20000); // everything is up
-    if (!hostAnswers)
+    if (hostAnswers)
+        QTRY_COMPARE_WITH_TIMEOUT(pictureFiles(kestrel.temporary).size(), 2, 20000);
+    else
         QTRY_VERIFY_WITH_TIMEOUT(windowShown(u"antwortet nicht"_s), 20000);
 
     if (!keys.isEmpty())
         QVERIFY(closeWithKeys(window, keys));
-    const auto selected = [&] {
-        return readSettings(config).value(u"selectedCameraIDs"_s).toArray();
-    };
-    QTRY_COMPARE_WITH_TIMEOUT(selected(), selectedAfterwards, 20000);
+    QTRY_COMPARE_WITH_TIMEOUT(kestrel.selected(), selectedAfterwards, 20000);
     if (signal != 0)
-        ::kill(pid_t(kestrel.processId()), signal);
-    QTRY_COMPARE_WITH_TIMEOUT(kestrel.state(), QProcess::NotRunning, 20000);
-    QCOMPARE(kestrel.exitCode(), 0);
-    QCOMPARE(selected(), selectedAfterwards);
+        ::kill(pid_t(kestrel.process.processId()), signal);
+    QTRY_COMPARE_WITH_TIMEOUT(kestrel.process.state(), QProcess::NotRunning, 20000);
+    QCOMPARE(kestrel.process.exitCode(), 0);
+    QCOMPARE(kestrel.selected(), selectedAfterwards);
+    QCOMPARE(pictureFiles(kestrel.temporary), QStringList());
+    QCOMPARE(processesMentioning(kestrel.temporary), 0);
+    QVERIFY(!QFile::exists(kestrel.config + u"/Kestrel/settings.json.corrupt"_s));
 }
 
 void AppLifecycleTest::aSecondLaunchDefersToTheFirst()
 {
-    QTemporaryDir home;
-    auto launch = [&](QProcess &process, const QString &config) {
-        QDir().mkpath(config + u"/Kestrel"_s);
-        QFile settings(config + u"/Kestrel/settings.json"_s);
-        settings.open(QIODevice::WriteOnly);
-        settings.write(R"({"printerIP": "kein host", "selectedCameraIDs": [1]})");
-        settings.close();
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(u"XDG_CONFIG_HOME"_s, config);
-        environment.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
-        process.setProcessEnvironment(environment);
-        process.start(QStringLiteral(KESTREL_BINARY), {});
-        return process.waitForStarted();
-    };
-    const QString config = home.filePath(u"config"_s);
-    QProcess first;
-    QVERIFY(launch(first, config));
-    QVERIFY(!first.waitForFinished(3000)); // up and running
+    const QJsonObject settings{{u"printerIP"_s, u"kein host"_s},
+                               {u"selectedCameraIDs"_s, QJsonArray{1}}};
+    Kestrel first;
+    QVERIFY(first.start(settings));
+    QVERIFY(!first.process.waitForFinished(3000)); // up and running
 
-    QProcess second;
-    QVERIFY(launch(second, config));
-    QVERIFY(second.waitForFinished(20000));
-    QCOMPARE(second.exitCode(), 0);
-    QCOMPARE(first.state(), QProcess::Running);
+    Kestrel second;
+    second.config = first.config;
+    second.temporary = first.temporary; // where the single-instance socket is
+    QVERIFY(second.start(settings));
+    QVERIFY(second.process.waitForFinished(20000));
+    QCOMPARE(second.process.exitCode(), 0);
+    QCOMPARE(first.process.state(), QProcess::Running);
 
     // Another settings folder is another Kestrel.
-    QProcess other;
-    QVERIFY(launch(other, home.filePath(u"other"_s)));
-    QVERIFY(!other.waitForFinished(3000));
+    Kestrel other;
+    QVERIFY(other.start(settings));
+    QVERIFY(!other.process.waitForFinished(3000));
 
-    for (QProcess *process : {&first, &other}) {
+    for (QProcess *process : {&first.process, &other.process}) {
         process->terminate();
         QVERIFY(process->waitForFinished(20000));
         QCOMPARE(process->exitCode(), 0);

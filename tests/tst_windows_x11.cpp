@@ -129,132 +129,75 @@ public:
     }
 
 private slots:
-    void initTestCase();
-    void framesStandInTheirCorners();
-    void staysOnTopAndFollowsEveryDesktop();
-    void savedFrameComesBackForFree();
-    void minimisedWindowFetchesNothing();
-    void windowManagersCanTellCameraWindows();
+    void cameraWindowsAsTheWindowManagerHasThem();
 };
 
-void WindowsX11Test::initTestCase()
+// Camera 1 top left, 2 bottom right, 3 free at its saved frame; all framed by openbox.
+void WindowsX11Test::cameraWindowsAsTheWindowManagerHasThem()
 {
     if (!hasDisplay)
         QSKIP("needs an X display with a window manager; install xvfb and openbox");
     QTRY_VERIFY_WITH_TIMEOUT(!windowProperty(rootWindow(), "_NET_SUPPORTING_WM_CHECK").isEmpty(),
                              20000);
-    // Before the first window: X11 takes the window class from the name once, like the app does.
-    appIdentity::apply();
-}
+    appIdentity::apply(); // before the first window: X11 takes the class from it once
+    CameraApp app(
+        {{u"selectedCameraIDs"_s, idList({1, 2, 3})},
+         {u"printerIP"_s, u"127.0.0.1:9"_s}, // a stream, though nothing answers
+         {u"cameraPlacements"_s, QVariantMap{{u"1"_s, u"topLeft"_s},
+                                             {u"2"_s, u"bottomRight"_s},
 
-void WindowsX11Test::framesStandInTheirCorners()
-{
-    CameraApp app({{u"selectedCameraIDs"_s, idList({1, 2, 3, 4})},
-                   {u"cameraPlacements"_s, QVariantMap{{u"1"_s, u"topLeft"_s},
-                                                       {u"2"_s, u"bottomRight"_s},
-                                                       {u"3"_s, u"bottomRight"_s}}}});
+                                             {u"3"_s, u"free"_s}}},
+         {u"cameraWindowFrames"_s, QVariantMap{{u"3"_s, u"{{300, 200}, {500, 400}}"_s}}}});
     auto coordinator = app.start();
-    const QList<CameraId> ids{1, 2, 3};
-    for (const CameraId id : ids)
+    const QList<CameraId> corners{1, 2};
+    for (const CameraId id : {1, 2, 3})
         QTRY_VERIFY_WITH_TIMEOUT(isFramed(coordinator->window(id)), 20000);
 
-    // Where the layout puts frames of the size the window manager made them.
+    // The frames the window manager drew, title bars included, stand where the layout puts
+    // frames of their size.
     auto expected = [&] {
         QList<LayoutWindow> windows;
-        const PlacementMap placements = app.settings.cameraPlacements();
-        for (const CameraId id : ids) {
-            const QRect frame = managedFrame(coordinator->window(id));
-            windows.append({id, QSizeF(frame.size()), placements.value(id)});
-        }
+        for (const CameraId id : corners)
+            windows.append({id, QSizeF(managedFrame(coordinator->window(id)).size()),
+                            app.settings.cameraPlacements().value(id)});
         QMap<CameraId, QRect> frames;
-        for (const auto &[id, origin] :
-             layoutCornerWindows(windows, screenFrames::visibleFrame())) {
-            const QSizeF size = managedFrame(coordinator->window(id)).size();
-            frames.insert(id, screenToQt(QRectF(origin, size), screenHeight()).toRect());
-        }
+        for (const auto &[id, origin] : layoutCornerWindows(windows, screenFrames::visibleFrame()))
+            frames.insert(id,
+                          screenToQt(QRectF(origin, managedFrame(coordinator->window(id)).size()),
+                                     screenHeight())
+                              .toRect());
         return frames;
     };
     auto actual = [&] {
         QMap<CameraId, QRect> frames;
-        for (const CameraId id : ids)
+        for (const CameraId id : corners)
             frames.insert(id, managedFrame(coordinator->window(id)));
         return frames;
     };
     QTRY_COMPARE_WITH_TIMEOUT(actual(), expected(), 20000);
-    // The title bar is part of it: the top-left frame's top edge is 24 from the screen's.
     QCOMPARE(actual()[1].topLeft(), QPoint(24, 24));
     QTRY_VERIFY_WITH_TIMEOUT(coordinator->window(1)->geometry().top() > 24, 20000);
-}
-
-void WindowsX11Test::staysOnTopAndFollowsEveryDesktop()
-{
-    CameraApp app({{u"selectedCameraIDs"_s, idList({1})}});
-    auto coordinator = app.start();
-    const CameraWindow *window = coordinator->window(1);
-    const auto id = xcb_window_t(window->winId());
-    QTRY_VERIFY_WITH_TIMEOUT(isFramed(window), 20000);
-    const quint32 above = atom("_NET_WM_STATE_ABOVE");
-    constexpr quint32 allDesktops = 0xFFFFFFFF;
-
-    QTRY_VERIFY_WITH_TIMEOUT(windowProperty(id, "_NET_WM_STATE").contains(above), 20000);
-    QTRY_COMPARE_WITH_TIMEOUT(windowProperty(id, "_NET_WM_DESKTOP"), QList<quint32>{allDesktops},
-                              20000);
-
-    QTRY_COMPARE_WITH_TIMEOUT(managedFrame(window).topLeft(), QPoint(24, 24), 20000);
-    const QRect before = managedFrame(window);
-    app.settings.setAlwaysOnTop(false);
-    QTRY_VERIFY_WITH_TIMEOUT(!windowProperty(id, "_NET_WM_STATE").contains(above), 20000);
-    QTRY_COMPARE_WITH_TIMEOUT(windowProperty(id, "_NET_WM_DESKTOP"), QList<quint32>{allDesktops},
-                              20000);
-    QCOMPARE(xcb_window_t(window->winId()), id); // the same native window, still mapped
-    QCOMPARE(managedFrame(window), before);
-
-    app.settings.setAlwaysOnTop(true);
-    QTRY_VERIFY_WITH_TIMEOUT(windowProperty(id, "_NET_WM_STATE").contains(above), 20000);
-    QTRY_COMPARE_WITH_TIMEOUT(windowProperty(id, "_NET_WM_DESKTOP"), QList<quint32>{allDesktops},
-                              20000);
-}
-
-void WindowsX11Test::savedFrameComesBackForFree()
-{
-    CameraApp app(
-        {{u"selectedCameraIDs"_s, idList({2})},
-         {u"cameraPlacements"_s, QVariantMap{{u"2"_s, u"free"_s}}},
-         {u"cameraWindowFrames"_s, QVariantMap{{u"2"_s, u"{{300, 200}, {500, 400}}"_s}}}});
-    auto coordinator = app.start();
-    QTRY_VERIFY_WITH_TIMEOUT(isFramed(coordinator->window(2)), 20000);
-    QTRY_COMPARE_WITH_TIMEOUT(managedFrame(coordinator->window(2)),
+    QTRY_COMPARE_WITH_TIMEOUT(managedFrame(coordinator->window(3)),
                               screenToQt(QRectF(300, 200, 500, 400), screenHeight()).toRect(),
                               20000);
-}
 
-void WindowsX11Test::minimisedWindowFetchesNothing()
-{
-    // A valid address, so there is a stream; nothing listens there, which does not matter here.
-    CameraApp app({{u"selectedCameraIDs"_s, idList({1})}, {u"printerIP"_s, u"127.0.0.1:9"_s}});
-    auto coordinator = app.start();
-    CameraWindow *window = coordinator->window(1);
-    QTRY_VERIFY_WITH_TIMEOUT(isFramed(window), 20000);
-    const auto *stream = window->findChild<SnapshotStreamView *>();
-    QVERIFY(stream->loader().isRunning());
-
-    window->showMinimized();
-    QTRY_VERIFY_WITH_TIMEOUT(!stream->loader().isRunning(), 20000);
-    window->showNormal();
-    QTRY_VERIFY_WITH_TIMEOUT(stream->loader().isRunning(), 20000);
-}
-
-void WindowsX11Test::windowManagersCanTellCameraWindows()
-{
-    CameraApp app({{u"selectedCameraIDs"_s, idList({1, 2})}});
-    auto coordinator = app.start();
-    const auto first = xcb_window_t(coordinator->window(1)->winId());
-    const auto second = xcb_window_t(coordinator->window(2)->winId());
-    QTRY_VERIFY_WITH_TIMEOUT(isFramed(coordinator->window(2)), 20000);
+    // Above the others and on every desktop; turning "above" off keeps the same window in place.
+    const CameraWindow *window = coordinator->window(1);
+    const auto id = xcb_window_t(window->winId());
+    const quint32 above = atom("_NET_WM_STATE_ABOVE");
+    const QList<quint32> allDesktops{0xFFFFFFFF};
+    for (const bool onTop : {true, false, true}) {
+        app.settings.setAlwaysOnTop(onTop);
+        QTRY_COMPARE_WITH_TIMEOUT(windowProperty(id, "_NET_WM_STATE").contains(above), onTop,
+                                  20000);
+        QTRY_COMPARE_WITH_TIMEOUT(windowProperty(id, "_NET_WM_DESKTOP"), allDesktops, 20000);
+        QCOMPARE(xcb_window_t(window->winId()), id);
+        QCOMPARE(managedFrame(window).topLeft(), QPoint(24, 24));
+    }
 
     // The class is what the desktop entry's StartupWMClass names; the role tells cameras apart.
-    QCOMPARE(windowText(first, "WM_CLASS").split('\0').value(1), QByteArray("Kestrel"));
-    QCOMPARE(windowText(first, "WM_WINDOW_ROLE"), QByteArray("kestrel-camera-1"));
+    const auto second = xcb_window_t(coordinator->window(2)->winId());
+    QCOMPARE(windowText(id, "WM_CLASS").split('\0').value(1), QByteArray("Kestrel"));
     QCOMPARE(windowText(second, "WM_WINDOW_ROLE"), QByteArray("kestrel-camera-2"));
     // The icon is ours only if the SVG icon engine loaded and rendered it; without it there is a
     // stand-in icon. Ours is mostly rufous plumage. The first image: width, height, then ARGB.
@@ -265,6 +208,14 @@ void WindowsX11Test::windowManagersCanTellCameraWindows()
         return qAlpha(pixel) == 255 && qRed(pixel) > 0xA0 && qBlue(pixel) < 0x60;
     });
     QVERIFY2(rufous > pixels.size() / 4, "the window icon is not Kestrel's");
+
+    // Minimised, a window fetches nothing.
+    const auto *stream = coordinator->window(2)->findChild<SnapshotStreamView *>();
+    QTRY_VERIFY_WITH_TIMEOUT(stream->loader().isRunning(), 20000);
+    coordinator->window(2)->showMinimized();
+    QTRY_VERIFY_WITH_TIMEOUT(!stream->loader().isRunning(), 20000);
+    coordinator->window(2)->showNormal();
+    QTRY_VERIFY_WITH_TIMEOUT(stream->loader().isRunning(), 20000);
 }
 
 QTEST_MAIN(WindowsX11Test)

@@ -76,6 +76,8 @@ void PiStatusMonitor::sendWakeUpRequest(const QString &host)
         return;
     QNetworkRequest request(*url);
     request.setTransferTimeout(2000);
+    // One request every ten seconds needs no connection kept open in between.
+    request.setRawHeader("Connection", "close");
     request.setAttribute(QNetworkRequest::CacheLoadControlAttribute,
                          QNetworkRequest::AlwaysNetwork);
     QNetworkReply *reply = m_network->head(request);
