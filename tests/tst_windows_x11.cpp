@@ -129,29 +129,39 @@ public:
     }
 
 private slots:
+    void initTestCase()
+    {
+        if (!hasDisplay)
+            QSKIP("needs an X display with a window manager; install xvfb and openbox");
+        QTRY_VERIFY_WITH_TIMEOUT(
+            !windowProperty(rootWindow(), "_NET_SUPPORTING_WM_CHECK").isEmpty(), 20000);
+        appIdentity::apply(); // before the first window: X11 takes the class from it once
+    }
     void cameraWindowsAsTheWindowManagerHasThem();
+    void minimisedWindowFetchesNothing();
 };
 
 // Camera 1 top left, 2 bottom right, 3 free at its saved frame; all framed by openbox.
 void WindowsX11Test::cameraWindowsAsTheWindowManagerHasThem()
 {
-    if (!hasDisplay)
-        QSKIP("needs an X display with a window manager; install xvfb and openbox");
-    QTRY_VERIFY_WITH_TIMEOUT(!windowProperty(rootWindow(), "_NET_SUPPORTING_WM_CHECK").isEmpty(),
-                             20000);
-    appIdentity::apply(); // before the first window: X11 takes the class from it once
     CameraApp app(
         {{u"selectedCameraIDs"_s, idList({1, 2, 3})},
          {u"printerIP"_s, u"127.0.0.1:9"_s}, // a stream, though nothing answers
-         {u"cameraPlacements"_s, QVariantMap{{u"1"_s, u"topLeft"_s},
-                                             {u"2"_s, u"bottomRight"_s},
-
-                                             {u"3"_s, u"free"_s}}},
+         {u"cameraPlacements"_s,
+          QVariantMap{{u"1"_s, u"topLeft"_s}, {u"2"_s, u"bottomRight"_s}, {u"3"_s, u"free"_s}}},
          {u"cameraWindowFrames"_s, QVariantMap{{u"3"_s, u"{{300, 200}, {500, 400}}"_s}}}});
     auto coordinator = app.start();
     const QList<CameraId> corners{1, 2};
     for (const CameraId id : {1, 2, 3})
-        QTRY_VERIFY_WITH_TIMEOUT(isFramed(coordinator->window(id)), 20000);
+        QTRY_VERIFY2_WITH_TIMEOUT(
+            isFramed(coordinator->window(id)),
+            qPrintable(u"camera %1: frame %2,%3 %4x%5, window height %6"_s.arg(id)
+                           .arg(managedFrame(coordinator->window(id)).x())
+                           .arg(managedFrame(coordinator->window(id)).y())
+                           .arg(managedFrame(coordinator->window(id)).width())
+                           .arg(managedFrame(coordinator->window(id)).height())
+                           .arg(coordinator->window(id)->height())),
+            20000);
 
     // The frames the window manager drew, title bars included, stand where the layout puts
     // frames of their size.
@@ -208,13 +218,19 @@ void WindowsX11Test::cameraWindowsAsTheWindowManagerHasThem()
         return qAlpha(pixel) == 255 && qRed(pixel) > 0xA0 && qBlue(pixel) < 0x60;
     });
     QVERIFY2(rufous > pixels.size() / 4, "the window icon is not Kestrel's");
+}
 
-    // Minimised, a window fetches nothing.
-    const auto *stream = coordinator->window(2)->findChild<SnapshotStreamView *>();
-    QTRY_VERIFY_WITH_TIMEOUT(stream->loader().isRunning(), 20000);
-    coordinator->window(2)->showMinimized();
+void WindowsX11Test::minimisedWindowFetchesNothing()
+{
+    CameraApp app({{u"selectedCameraIDs"_s, idList({1})}, {u"printerIP"_s, u"127.0.0.1:9"_s}});
+    auto coordinator = app.start();
+    CameraWindow *window = coordinator->window(1);
+    QTRY_VERIFY_WITH_TIMEOUT(isFramed(window), 20000);
+    const auto *stream = window->findChild<SnapshotStreamView *>();
+    QVERIFY(stream->loader().isRunning());
+    window->showMinimized();
     QTRY_VERIFY_WITH_TIMEOUT(!stream->loader().isRunning(), 20000);
-    coordinator->window(2)->showNormal();
+    window->showNormal();
     QTRY_VERIFY_WITH_TIMEOUT(stream->loader().isRunning(), 20000);
 }
 
