@@ -22,17 +22,10 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QStringList keys{u"printerIP"_s,
-                       u"selectedCameraIDs"_s,
-                       u"alwaysOnTop"_s,
-                       u"cameraPlacements"_s,
-                       u"cameraWindowFrames"_s,
-                       u"homeKitAccessoryName"_s,
-                       u"homeKitPowerOnSceneName"_s,
-                       u"homeKitStatusShortcutName"_s,
-                       u"customCameraNames"_s,
-                       u"customSnapshotPaths"_s,
-                       u"homeKitPowerOffSceneName"_s};
+const QStringList keys =
+    u"printerIP selectedCameraIDs alwaysOnTop cameraPlacements cameraWindowFrames "
+    u"homeKitAccessoryName homeKitPowerOnSceneName homeKitStatusShortcutName customCameraNames "
+    u"customSnapshotPaths homeKitPowerOffSceneName"_s.split(u' ');
 
 class Generator
 {
@@ -44,24 +37,9 @@ public:
     // Texts that matter to the loader: ids in every spelling, placements, frames, junk.
     QString text()
     {
-        static const QStringList interesting{QString(),
-                                             u"1"_s,
-                                             u"+1"_s,
-                                             u"-1"_s,
-                                             u"2"_s,
-                                             u"3"_s,
-                                             u"0"_s,
-                                             u" 1"_s,
-                                             u"99999999999999999999"_s,
-                                             u"-9223372036854775808"_s,
-                                             u"topLeft"_s,
-                                             u"free"_s,
-                                             u"TopLeft"_s,
-                                             u"{{1, 2}, {3, 4}}"_s,
-                                             u"{{nan, inf}}"_s,
-                                             u"Düsencam"_s,
-                                             u"\u0000x"_s,
-                                             u"٣"_s};
+        static const QStringList interesting =
+            u"|1|+1|-1|2|3|0| 1|99999999999999999999|-9223372036854775808|topLeft|free|TopLeft|"
+            u"{{1, 2}, {3, 4}}|{{nan, inf}}|Düsencam|\u0000x|٣"_s.split(u'|');
         if (below(3) > 0)
             return interesting[below(int(interesting.size()))];
         QString random;
@@ -78,14 +56,8 @@ public:
         case 1:
             return bool(below(2));
         case 2: {
-            static const qint64 ids[] = {1,
-                                         2,
-                                         3,
-                                         0,
-                                         -1,
-                                         42,
-                                         std::numeric_limits<qint64>::max(),
-                                         std::numeric_limits<qint64>::min()};
+            constexpr qint64 most = std::numeric_limits<qint64>::max();
+            static const qint64 ids[] = {1, 2, 3, 0, -1, 42, most, -most - 1};
             return ids[below(8)];
         }
         case 3:

@@ -1,13 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/JsonFileKeyValueStore.h"
 #include "platform/MemoryKeyValueStore.h"
 #include "settings/AppSettings.h"
 
-#include <QFile>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QSignalSpy>
-#include <QTemporaryDir>
 #include <QTest>
 
 #include <functional>
@@ -66,7 +60,6 @@ private slots:
     void loadingFallsBackPerField();
 
     void eachOperationWritesOnlyItsOwnKey();
-    void settingsSurviveARealFile();
 };
 
 // Each row stores one key and names the field as read back, in a comparable text form.
@@ -80,8 +73,6 @@ void SettingsTest::loadingFallsBackPerField_data()
         << str("printerIP") << QVariant(str(" 10.0.0.9 ")) << str(" 10.0.0.9 ");
     QTest::newRow("ip: number") << str("printerIP") << QVariant(7)
                                 << AppSettings::defaultPrinterIP();
-    QTest::newRow("scene: list") << str("homeKitPowerOnSceneName") << ids({1})
-                                 << str("Klipper einschalten");
     QTest::newRow("status: bool") << str("homeKitStatusShortcutName") << QVariant(true)
                                   << QString();
 
@@ -99,8 +90,6 @@ void SettingsTest::loadingFallsBackPerField_data()
         << str("cameraPlacements")
         << dictionary({{"1", str("free")}, {"9", str("topLeft")}, {"2", str("sideways")}})
         << str("1=free");
-    QTest::newRow("placements: case matters")
-        << str("cameraPlacements") << dictionary({{"3", str("TopLeft")}}) << QString();
     QTest::newRow("placements: signed key is no plain id")
         << str("cameraPlacements") << dictionary({{"+1", str("free")}}) << QString();
     QTest::newRow("placements: non-string value")
@@ -125,9 +114,6 @@ void SettingsTest::loadingFallsBackPerField_data()
     QTest::newRow("names: signed keys")
         << str("customCameraNames") << dictionary({{"-4", str("minus")}, {"+5", str("plus")}})
         << str("-4=minus;5=plus");
-    QTest::newRow("names: +1 and 1 collapse")
-        << str("customCameraNames") << dictionary({{"+1", str("a")}, {"1", str("b")}})
-        << str("1=b");
     QTest::newRow("paths: same rules")
         << str("customSnapshotPaths") << dictionary({{"1", str("snap.jpg")}, {"2", QString()}})
         << str("1=snap.jpg");
@@ -232,38 +218,6 @@ void SettingsTest::eachOperationWritesOnlyItsOwnKey()
     AppSettings settings(store);
     settings.setCameraSelected(2, false);
     QCOMPARE(store.value(str("selectedCameraIDs")), ids({1, 3}));
-}
-
-void SettingsTest::settingsSurviveARealFile()
-{
-    QTemporaryDir dir;
-    const QString path = dir.filePath(str("Kestrel/settings.json"));
-    {
-        JsonFileKeyValueStore store(path);
-        AppSettings settings(store);
-        settings.setCameraSelected(3, true);
-        settings.setPlacement(WindowPlacement::free, 3);
-        settings.setCustomName(str("Düse"), 2);
-        settings.setAlwaysOnTop(false);
-        settings.setPrinterIP(str("127.0.0.1:8080"));
-    }
-
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    const QJsonObject json = QJsonDocument::fromJson(file.readAll()).object();
-    QCOMPARE(json.value(u"selectedCameraIDs").toVariant(), ids({1, 3}));
-    QCOMPARE(json.value(u"cameraPlacements").toObject().value(u"3").toString(), str("free"));
-    QCOMPARE(json.value(u"customCameraNames").toObject().value(u"2").toString(), str("Düse"));
-    QCOMPARE(json.value(u"alwaysOnTop").toBool(true), false);
-    QVERIFY(!json.contains(u"homeKitAccessoryName")); // never assigned, never written
-
-    JsonFileKeyValueStore store(path);
-    AppSettings reread(store);
-    QCOMPARE(reread.selectedCameraIDs(), (CameraIdSet{1, 3}));
-    QCOMPARE(reread.cameraPlacements().value(3), WindowPlacement::free);
-    QCOMPARE(reread.customCameraNames().value(2), str("Düse"));
-    QCOMPARE(reread.alwaysOnTop(), false);
-    QCOMPARE(reread.printerIP(), str("127.0.0.1:8080"));
 }
 
 QTEST_GUILESS_MAIN(SettingsTest)
