@@ -18,6 +18,12 @@ DISPLAY=:$(cat "$folder/display")
 export DISPLAY
 openbox --sm-disable >/dev/null 2>&1 &
 openbox=$!
+# Windows mapped while openbox is still starting may never get managed: wait until it says it is
+# there.
+for _ in $(seq 200); do
+    xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q 'window id' && break
+    sleep 0.05
+done
 status=0
 "$@" || status=$?
 kill "$openbox" "$xvfb" 2>/dev/null
