@@ -132,6 +132,7 @@ int main(int argc, char *argv[])
     double kestrelCurlCpu = 0;
     double floorCurlCpu = 0;
     double floorDecodeCpu = 0;
+    double turnedDecodeCpu = 0;
     qint64 bytes = 0;
     for (int i = 0; i < rounds; ++i) {
         double self = cpuMilliseconds(RUSAGE_SELF);
@@ -158,12 +159,18 @@ int main(int argc, char *argv[])
         floorCurlCpu += cpuMilliseconds(RUSAGE_CHILDREN) - children;
         bytes = QFileInfo(file).size();
         QFile::copy(file, file + QStringLiteral(".full"));
+        QFile::copy(file, file + QStringLiteral(".turned"));
 
         self = cpuMilliseconds(RUSAGE_SELF);
         clock.restart();
         SnapshotFetch::decodeAndRemove(file, shown, 1.0);
         decodeShownMs << clock.nsecsElapsed() / 1e6;
         floorDecodeCpu += cpuMilliseconds(RUSAGE_SELF) - self;
+        // A camera mounted sideways: turned a quarter and mirrored, the dearest orientation.
+        self = cpuMilliseconds(RUSAGE_SELF);
+        SnapshotFetch::decodeAndRemove(file + QStringLiteral(".turned"), shown, 1.0,
+                                       {90, true, false});
+        turnedDecodeCpu += cpuMilliseconds(RUSAGE_SELF) - self;
         clock.restart();
         SnapshotFetch::decodeAndRemove(file + QStringLiteral(".full"), {}, 1.0);
         decodeFullMs << clock.nsecsElapsed() / 1e6;
@@ -172,6 +179,7 @@ int main(int argc, char *argv[])
     kestrelCurlCpu /= rounds;
     floorCurlCpu /= rounds;
     floorDecodeCpu /= rounds;
+    turnedDecodeCpu /= rounds;
 
     const double round = percentile(roundMs, 0.5);
     const double curl = percentile(curlMs, 0.5);
@@ -191,6 +199,8 @@ int main(int argc, char *argv[])
     std::printf("  CPU per picture, floor         %7.2f ms = %.2f decode + %.2f curl\n", floorTotal,
                 floorDecodeCpu, floorCurlCpu);
     std::printf("  Kestrel / floor                %7.2f\n", kestrelTotal / floorTotal);
+    std::printf("  decode, turned 90° + mirrored  %7.2f ms CPU, %+.1f %% of the plain decode\n",
+                turnedDecodeCpu, 100.0 * (turnedDecodeCpu - floorDecodeCpu) / floorDecodeCpu);
     std::printf("  decode at full size            %s\n", qPrintable(spread(decodeFullMs)));
     std::printf("ROUND_MEDIAN_MS=%.2f\n", round);
     if (serverProcess.state() != QProcess::NotRunning) {

@@ -36,6 +36,11 @@ void checkSettingsDocument(const QByteArray &bytes)
     for (const CameraId id : settings.cameraPlacements().keys())
         require(id >= 1 && id <= 3);
     require(!settings.selectedCameraIDs().empty());
+    const OrientationMap orientations = settings.cameraOrientations();
+    for (auto it = orientations.cbegin(); it != orientations.cend(); ++it)
+        require(it.key() >= 1 && it.key() <= 3 && !it.value().isUnchanged() &&
+                it.value().rotation % 90 == 0 && it.value().rotation / 90 < 4 &&
+                it.value().rotation >= 0);
     for (const CameraId id : settings.cameraWindowFrames().keys())
         settings.frame(id);
 }

@@ -270,6 +270,18 @@ void CameraViewTest::rendersInEveryState()
         overviewFails = false;
     }
 
+    // A camera mounted sideways: its picture arrives upright and stands in the middle.
+    app.settings.setOrientation({90, false, false}, 1);
+    CameraWindowView turned(cameraCatalogue()[0], environment);
+    turned.resize(436, 296);
+    turned.show();
+    auto *stream = turned.findChild<SnapshotStreamView *>();
+    QSignalSpy pictures(&stream->loader(), &SnapshotLoader::imageChanged);
+    QVERIFY(pictures.wait(20000));
+    QCOMPARE(stream->loader().image().size(),
+             QSize(960, 1280).scaled(stream->size(), Qt::KeepAspectRatio));
+    writePng(turned, u"camera-turned-90"_s);
+
     // The monitor takes an address one change late: the second change brings the first in.
     app.settings.setPrinterIP(closedAddress);
     app.settings.setPrinterIP(closedAddress + u'/');

@@ -25,7 +25,7 @@ namespace {
 const QStringList keys =
     u"printerIP selectedCameraIDs alwaysOnTop cameraPlacements cameraWindowFrames "
     u"homeKitAccessoryName homeKitPowerOnSceneName homeKitStatusShortcutName customCameraNames "
-    u"customSnapshotPaths homeKitPowerOffSceneName"_s.split(u' ');
+    u"customSnapshotPaths homeKitPowerOffSceneName cameraRotations cameraMirroring"_s.split(u' ');
 
 class Generator
 {
@@ -38,7 +38,9 @@ public:
     QString text()
     {
         static const QStringList interesting =
-            u"|1|+1|-1|2|3|0| 1|99999999999999999999|-9223372036854775808|topLeft|free|TopLeft|"
+            u"|1|+1|-1|2|3|0| "
+            u"1|99999999999999999999|-9223372036854775808|topLeft|free|TopLeft|90|180|270|45|"
+            u"horizontal|both|"
             u"{{1, 2}, {3, 4}}|{{nan, inf}}|Düsencam|\u0000x|٣"_s.split(u'|');
         if (below(3) > 0)
             return interesting[below(int(interesting.size()))];
@@ -120,8 +122,9 @@ private:
 
     QJsonObject object()
     {
-        static const QStringList maps{u"cameraPlacements"_s, u"cameraWindowFrames"_s,
-                                      u"customCameraNames"_s, u"customSnapshotPaths"_s};
+        static const QStringList maps{u"cameraPlacements"_s,  u"cameraWindowFrames"_s,
+                                      u"customCameraNames"_s, u"customSnapshotPaths"_s,
+                                      u"cameraRotations"_s,   u"cameraMirroring"_s};
         QJsonObject object;
         for (const QString &key : keys) {
             if (below(4) == 0)

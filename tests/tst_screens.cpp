@@ -210,9 +210,7 @@ void ScreensTest::settingsFieldsToggleAndPicker()
     QCOMPARE(app.store.value(u"customCameraNames"_s), QVariant(QVariantMap{}));
 
     // Clicking a camera's name toggles it, as a check box's label does; it is written at once.
-    const QList<QCheckBox *> toggles = view.findChildren<QCheckBox *>();
-    QCheckBox *third = toggles[3]; // after "Fenster immer oben halten"
-    QCOMPARE(third->text(), u"Filamentcam"_s);
+    QCheckBox *third = childWithText<QCheckBox>(&view, u"Filamentcam"_s);
     const int nameMiddle = third->style()->pixelMetric(QStyle::PM_IndicatorWidth) +
                            third->style()->pixelMetric(QStyle::PM_CheckBoxLabelSpacing) +
                            third->fontMetrics().horizontalAdvance(third->text()) / 2;
@@ -220,10 +218,24 @@ void ScreensTest::settingsFieldsToggleAndPicker()
     QCOMPARE(app.store.value(u"selectedCameraIDs"_s), idList({3, 99}));
 
     // No placement entry shows "Frei"; choosing it makes the entry explicit.
-    QComboBox *picker = view.findChildren<QComboBox *>()[1];
+    auto combo = [&](const QString &name, int index) {
+        QList<QComboBox *> found = view.findChildren<QComboBox *>();
+        found.removeIf([&](QComboBox *box) { return box->accessibleName() != name; });
+        return found.value(index);
+    };
+    QComboBox *picker = combo(u"Startposition"_s, 1);
     QCOMPARE(picker->currentText(), u"Frei"_s);
     picker->activated(4);
     QCOMPARE(app.store.value(u"cameraPlacements"_s), QVariant(QVariantMap{{u"2"_s, u"free"_s}}));
+
+    // Turning camera 2 and mirroring camera 1 are stored at once.
+    QComboBox *rotation = combo(u"Drehung Düsencam"_s, 0);
+    rotation->setCurrentIndex(rotation->findText(u"270°"_s)); // as a click on the entry does
+    rotation->activated(rotation->currentIndex());
+    childWithText<QCheckBox>(&view, u"Horizontal spiegeln"_s)->click();
+    QCOMPARE(app.store.value(u"cameraRotations"_s), QVariant(QVariantMap{{u"2"_s, u"270"_s}}));
+    QCOMPARE(app.store.value(u"cameraMirroring"_s),
+             QVariant(QVariantMap{{u"1"_s, u"horizontal"_s}}));
 
     // Escape closes the window, as Ctrl+W does.
     view.activateWindow();

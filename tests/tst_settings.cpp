@@ -7,6 +7,7 @@
 #include <functional>
 
 using namespace kestrel;
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -46,6 +47,8 @@ QVariantMap fullyStored()
         {str("customCameraNames"), dictionary({{"2", str("Nozzle")}, {"3", str("Rolle")}})},
         {str("customSnapshotPaths"), dictionary({{"3", str("/snap")}})},
         {str("homeKitPowerOffSceneName"), str("Aus")},
+        {str("cameraRotations"), dictionary({{"1", str("90")}})},
+        {str("cameraMirroring"), dictionary({{"1", str("both")}})},
     };
 }
 
@@ -117,6 +120,16 @@ void SettingsTest::loadingFallsBackPerField_data()
     QTest::newRow("paths: same rules")
         << str("customSnapshotPaths") << dictionary({{"1", str("snap.jpg")}, {"2", QString()}})
         << str("1=snap.jpg");
+    QTest::newRow("rotations: unknown ids and angles dropped")
+        << str("cameraRotations")
+        << dictionary({{"1", str("90")}, {"2", str("45")}, {"3", str("0")}, {"4", str("180")}})
+        << str("1=90");
+    QTest::newRow("rotations: one non-string empties all")
+        << str("cameraRotations") << dictionary({{"1", str("90")}, {"2", 180}}) << QString();
+    QTest::newRow("mirroring: words")
+        << str("cameraMirroring")
+        << dictionary({{"1", str("both")}, {"2", str("Horizontal")}, {"3", str("vertical")}})
+        << str("1=0hv;3=0v");
     QTest::newRow("frames: empty text kept")
         << str("cameraWindowFrames")
         << dictionary({{"1", QString()}, {"y", str("{{1, 2}, {3, 4}}")}}) << str("1=");
@@ -163,6 +176,15 @@ void SettingsTest::loadingFallsBackPerField()
         actual = texts(settings.customSnapshotPaths());
     else if (key == u"cameraWindowFrames")
         actual = texts(settings.cameraWindowFrames());
+    else if (key == u"cameraRotations" || key == u"cameraMirroring") {
+        CameraTextMap raw;
+        const OrientationMap orientations = settings.cameraOrientations();
+        for (auto it = orientations.cbegin(); it != orientations.cend(); ++it)
+            raw.insert(it.key(), QString::number(it->rotation) +
+                                     (it->mirrorHorizontal ? u"h"_s : QString()) +
+                                     (it->mirrorVertical ? u"v"_s : QString()));
+        actual = texts(raw);
+    }
     QCOMPARE(actual, loaded);
 }
 
@@ -212,6 +234,14 @@ void SettingsTest::eachOperationWritesOnlyItsOwnKey()
         for (const QVariant &id : actual.value(str("selectedCameraIDs")).toList())
             QCOMPARE(id.metaType().id(), QMetaType::LongLong);
     }
+
+    // An orientation lives under two keys, and leaves the other cameras' alone.
+    MemoryKeyValueStore turned(fullyStored());
+    AppSettings(turned).setOrientation({270, false, true}, 2);
+    QCOMPARE(turned.value(str("cameraRotations")),
+             dictionary({{"1", str("90")}, {"2", str("270")}}));
+    QCOMPARE(turned.value(str("cameraMirroring")),
+             dictionary({{"1", str("both")}, {"2", str("vertical")}}));
 
     // A selection loaded with duplicates is written back clean on the next change.
     MemoryKeyValueStore store({{str("selectedCameraIDs"), ids({3, 1, 3})}});

@@ -6,9 +6,11 @@
 #include "LoopbackHttpServer.h"
 #include "TestPictures.h"
 #include "settings/SnapshotUrls.h"
+#include "stream/SnapshotFetch.h"
 #include "stream/SnapshotLoader.h"
 
 #include <QDir>
+#include <QImage>
 #include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -60,6 +62,8 @@ private slots:
     void curlGetsExactlyEightArguments_data();
     void curlGetsExactlyEightArguments();
     void picturesAreDecodedToTheShownSize();
+    void picturesArriveTurnedAndMirrored_data();
+    void picturesArriveTurnedAndMirrored();
 
 private:
     std::unique_ptr<SnapshotLoader> makeLoader(const QString &curl = u"/usr/bin/curl"_s)
@@ -291,6 +295,58 @@ void StreamTest::picturesAreDecodedToTheShownSize()
     QCOMPARE(loader->image().size(), QSize(840, 472));
     QCOMPARE(loader->image().deviceIndependentSize(), QSizeF(420, 236));
     loader->stop();
+}
+
+void StreamTest::picturesArriveTurnedAndMirrored_data()
+{
+    QTest::addColumn<int>("rotation");
+    QTest::addColumn<bool>("horizontal");
+    QTest::addColumn<bool>("vertical");
+    QTest::addColumn<QPoint>(
+        "corner"); // where the top-left marker lands: 0 left/top, 1 right/bottom
+    QTest::newRow("as sent") << 0 << false << false << QPoint(0, 0);
+    QTest::newRow("90°") << 90 << false << false << QPoint(1, 0);
+    QTest::newRow("180°") << 180 << false << false << QPoint(1, 1);
+    QTest::newRow("270°") << 270 << false << false << QPoint(0, 1);
+    QTest::newRow("mirrored left to right") << 0 << true << false << QPoint(1, 0);
+    QTest::newRow("mirrored top to bottom") << 0 << false << true << QPoint(0, 1);
+    QTest::newRow("90°, then left to right") << 90 << true << false << QPoint(0, 0);
+    QTest::newRow("270°, mirrored both ways") << 270 << true << true << QPoint(1, 0);
+}
+
+// A picture with a red marker in its top-left corner, decoded as a camera of each orientation.
+void StreamTest::picturesArriveTurnedAndMirrored()
+{
+    QFETCH(int, rotation);
+    QFETCH(bool, horizontal);
+    QFETCH(bool, vertical);
+    QFETCH(QPoint, corner);
+    QImage sent(160, 90, QImage::Format_RGB32);
+    sent.fill(Qt::darkGray);
+    for (int y = 0; y < 30; ++y)
+        for (int x = 0; x < 30; ++x)
+            sent.setPixelColor(x, y, Qt::red);
+    const QString path = m_temporary->filePath(u"kestrel-marker.jpg"_s);
+    QVERIFY(sent.save(path, "JPEG", 95));
+    const CameraOrientation orientation{rotation, horizontal, vertical};
+
+    const QImage shown = *SnapshotFetch::decodeAndRemove(path, {}, 1.0, orientation);
+    QCOMPARE(shown.size(), orientation.isSideways() ? QSize(90, 160) : QSize(160, 90));
+    const QPoint marker(corner.x() ? shown.width() - 10 : 10,
+                        corner.y() ? shown.height() - 10 : 10);
+    QVERIFY2(shown.pixelColor(marker).red() > 200 && shown.pixelColor(marker).green() < 60,
+             qPrintable(shown.pixelColor(marker).name()));
+    int red = 0; // nowhere else
+    for (const QPoint probe :
+         {QPoint(10, 10), QPoint(shown.width() - 10, 10), QPoint(10, shown.height() - 10),
+          QPoint(shown.width() - 10, shown.height() - 10)})
+        red += shown.pixelColor(probe).red() > 200 ? 1 : 0;
+    QCOMPARE(red, 1);
+
+    // Decoded to fit a window, a sideways camera fits its upright shape.
+    QVERIFY(sent.scaled(1920, 1080).save(path, "JPEG"));
+    const QImage fitted = *SnapshotFetch::decodeAndRemove(path, {420, 280}, 1.0, orientation);
+    QCOMPARE(fitted.size(), orientation.isSideways() ? QSize(157, 280) : QSize(420, 236));
 }
 
 QTEST_MAIN(StreamTest)

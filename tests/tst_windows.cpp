@@ -89,7 +89,8 @@ void WindowsTest::loneOverWideWindowGoesOneGapDown()
 
 void WindowsTest::startOpensTheSelectionInOrderAndLaysOut()
 {
-    CameraApp app({{u"selectedCameraIDs"_s, ids({3, 1})}});
+    CameraApp app({{u"selectedCameraIDs"_s, ids({3, 1})},
+                   {u"cameraRotations"_s, QVariantMap{{u"3"_s, u"90"_s}}}});
     QList<CameraId> shown;
     struct ShowRecorder : QObject
     {
@@ -114,11 +115,13 @@ void WindowsTest::startOpensTheSelectionInOrderAndLaysOut()
     QCOMPARE(one->windowTitle(), u"Übersichtscam"_s);
     QVERIFY(one->windowFlags().testFlag(Qt::WindowStaysOnTopHint));
     QCOMPARE(one->geometry().size(), initialContentSize.toSize());
+    // Turned 90°, camera 3 stands upright, as narrow as a camera window may be.
+    QCOMPARE(three->geometry().size(), QSize(320, 420));
 
     // Default placements: 1 top left, 3 top right.
     QCOMPARE(screenFrames::visibleFrame(), QRectF(0, 0, 1440, 900));
     const auto origins = layoutCornerWindows(
-        {{1, initialContentSize, P::topLeft}, {3, initialContentSize, P::topRight}},
+        {{1, initialContentSize, P::topLeft}, {3, QSizeF(320, 420), P::topRight}},
         screenFrames::visibleFrame());
     QCOMPARE(origins[0].second, QPointF(24, 900 - 24 - 280));
     QCOMPARE(originOf(one), origins[0].second);

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "screens/SettingsView.h"
+#include "screens/OrientationRow.h"
 
 #include "power/HomeKitManager.h"
 #include "power/SceneFolder.h"
@@ -201,6 +202,8 @@ QWidget *SettingsView::camerasSection()
                     text.isEmpty() ? std::nullopt : std::optional(text), id);
             });
 
+        auto *orientation = new OrientationRow(m_settings, camera, box);
+        custom->addRow(tr("Drehung"), orientation);
         customName->setAccessibleName(tr("Kameraname") + u' ' + camera.name);
         customPath->setAccessibleName(tr("Snapshot-Pfad") + u' ' + camera.name);
         auto *block = new QVBoxLayout;
@@ -209,7 +212,7 @@ QWidget *SettingsView::camerasSection()
         block->addWidget(divider);
         block->addLayout(custom);
         blocks->addLayout(block);
-        m_cameras.append({id, shown, placement, customName, customPath});
+        m_cameras.append({id, shown, placement, customName, customPath, orientation});
     }
     return box;
 }
@@ -290,6 +293,7 @@ void SettingsView::refresh()
             rawValue(placements.value(controls.id, WindowPlacement::free))));
         showValue(controls.name, names.value(controls.id, camera.name));
         showValue(controls.snapshotPath, paths.value(controls.id, camera.snapshotPath));
+        controls.orientation->showOrientation(m_settings.orientation(controls.id));
     }
     showValue(m_accessoryName, m_settings.homeKitAccessoryName());
     showValue(m_powerOnScene, m_settings.homeKitPowerOnSceneName());

@@ -17,6 +17,7 @@ namespace kestrel {
 
 class AppSettings;
 class HomeKitManager;
+class OrientationRow;
 
 // Edits every setting directly: each keystroke, toggle and choice is assigned and written at
 // once, with no save step. It also offers the printer's power controls.
@@ -35,6 +36,7 @@ private:
         QComboBox *placement;
         QLineEdit *name;
         QLineEdit *snapshotPath;
+        OrientationRow *orientation;
     };
 
     QWidget *printerSection();

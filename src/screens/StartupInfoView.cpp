@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "screens/StartupInfoView.h"
 
-#include "widgets/TextStyles.h"
 #include "widgets/ButtonStyles.h"
+#include "widgets/TextStyles.h"
 
 #include <QHBoxLayout>
 #include <QLabel>

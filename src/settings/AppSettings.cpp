@@ -19,6 +19,8 @@ const QString homeKitStatusShortcutName = QStringLiteral("homeKitStatusShortcutN
 const QString customCameraNames = QStringLiteral("customCameraNames");
 const QString customSnapshotPaths = QStringLiteral("customSnapshotPaths");
 const QString homeKitPowerOffSceneName = QStringLiteral("homeKitPowerOffSceneName");
+const QString cameraRotations = QStringLiteral("cameraRotations");
+const QString cameraMirroring = QStringLiteral("cameraMirroring");
 } // namespace keys
 
 QString AppSettings::defaultPrinterIP()
@@ -49,6 +51,8 @@ AppSettings::AppSettings(KeyValueStore &store, QObject *parent) : QObject(parent
     m_cameraWindowFrames =
         decodeCameraTexts(store.value(keys::cameraWindowFrames), EmptyTexts::keep);
     m_selectedCameraIDs = decodeSelection(store.value(keys::selectedCameraIDs), {1});
+    m_cameraOrientations =
+        decodeOrientations(store.value(keys::cameraRotations), store.value(keys::cameraMirroring));
 }
 
 template <typename T, typename WillChange>
@@ -122,6 +126,25 @@ void AppSettings::setHomeKitPowerOffSceneName(QString value)
 {
     assign(m_homeKitPowerOffSceneName, std::move(value),
            &AppSettings::homeKitPowerOffSceneNameWillChange, keys::homeKitPowerOffSceneName);
+}
+
+void AppSettings::setCameraOrientations(OrientationMap value)
+{
+    emit cameraOrientationsWillChange(value);
+    m_cameraOrientations = std::move(value);
+    m_store.setValue(keys::cameraRotations, codec::encodeRotations(m_cameraOrientations));
+    m_store.setValue(keys::cameraMirroring, codec::encodeMirroring(m_cameraOrientations));
+    emit changed();
+}
+
+void AppSettings::setOrientation(const CameraOrientation &orientation, CameraId id)
+{
+    OrientationMap orientations = m_cameraOrientations;
+    if (orientation.isUnchanged())
+        orientations.remove(id);
+    else
+        orientations.insert(id, orientation);
+    setCameraOrientations(std::move(orientations));
 }
 
 Camera AppSettings::resolvedCamera(const Camera &camera) const

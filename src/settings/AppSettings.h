@@ -41,6 +41,7 @@ public:
     CameraTextMap customCameraNames() const { return m_customCameraNames; }
     CameraTextMap customSnapshotPaths() const { return m_customSnapshotPaths; }
     QString homeKitPowerOffSceneName() const { return m_homeKitPowerOffSceneName; }
+    OrientationMap cameraOrientations() const { return m_cameraOrientations; }
 
     void setPrinterIP(QString value);
     void setSelectedCameraIDs(CameraIdSet value);
@@ -53,6 +54,8 @@ public:
     void setCustomCameraNames(CameraTextMap value);
     void setCustomSnapshotPaths(CameraTextMap value);
     void setHomeKitPowerOffSceneName(QString value);
+    // Kept under two keys, "cameraRotations" and "cameraMirroring".
+    void setCameraOrientations(OrientationMap value);
 
     // The catalogue camera with the user's name and snapshot path, taken as they are.
     Camera resolvedCamera(const Camera &camera) const;
@@ -62,6 +65,9 @@ public:
     // No text, or an empty one, removes the override.
     void setCustomName(const std::optional<QString> &name, CameraId id);
     void setCustomSnapshotPath(const std::optional<QString> &path, CameraId id);
+
+    CameraOrientation orientation(CameraId id) const { return m_cameraOrientations.value(id); }
+    void setOrientation(const CameraOrientation &orientation, CameraId id);
 
     // The remembered frame of a camera window; none when there is no entry or it reads as the
     // zero rectangle (an empty or unreadable text).
@@ -84,6 +90,7 @@ signals:
     void customCameraNamesWillChange(const kestrel::CameraTextMap &newValue);
     void customSnapshotPathsWillChange(const kestrel::CameraTextMap &newValue);
     void homeKitPowerOffSceneNameWillChange(const QString &newValue);
+    void cameraOrientationsWillChange(const kestrel::OrientationMap &newValue);
 
     // After any field has been stored and written.
     void changed();
@@ -108,6 +115,7 @@ private:
     CameraTextMap m_customCameraNames;
     CameraTextMap m_customSnapshotPaths;
     QString m_homeKitPowerOffSceneName;
+    OrientationMap m_cameraOrientations;
 };
 
 } // namespace kestrel

@@ -94,6 +94,24 @@ PlacementMap decodePlacements(const QVariant &stored, const PlacementMap &fallba
     return result;
 }
 
+OrientationMap decodeOrientations(const QVariant &rotations, const QVariant &mirroring)
+{
+    const QVariantMap turned = stringDictionary(rotations).value_or(QVariantMap());
+    const QVariantMap mirrored = stringDictionary(mirroring).value_or(QVariantMap());
+    OrientationMap result;
+    for (const Camera &camera : cameraCatalogue()) {
+        CameraOrientation orientation;
+        orientation.rotation =
+            rotationFromText(turned.value(idText(camera.id)).toString()).value_or(0);
+        std::tie(orientation.mirrorHorizontal, orientation.mirrorVertical) =
+            mirroringFromText(mirrored.value(idText(camera.id)).toString())
+                .value_or(std::pair(false, false));
+        if (!orientation.isUnchanged())
+            result.insert(camera.id, orientation);
+    }
+    return result;
+}
+
 CameraIdSet decodeSelection(const QVariant &stored, const CameraIdSet &fallback)
 {
     if (!holds(stored, QMetaType::QVariantList))
@@ -140,6 +158,30 @@ QVariant encode(const PlacementMap &placements)
     for (auto it = placements.cbegin(); it != placements.cend(); ++it)
         map.insert(idText(it.key()), rawValue(it.value()));
     return map;
+}
+
+namespace {
+
+QVariant encodeTexts(const OrientationMap &orientations, QString (*text)(const CameraOrientation &))
+{
+    QVariantMap map;
+    for (auto it = orientations.cbegin(); it != orientations.cend(); ++it) {
+        if (const QString value = text(it.value()); !value.isEmpty())
+            map.insert(idText(it.key()), value);
+    }
+    return map;
+}
+
+} // namespace
+
+QVariant encodeRotations(const OrientationMap &orientations)
+{
+    return encodeTexts(orientations, rotationText);
+}
+
+QVariant encodeMirroring(const OrientationMap &orientations)
+{
+    return encodeTexts(orientations, mirroringText);
 }
 
 } // namespace kestrel::codec

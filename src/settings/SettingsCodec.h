@@ -32,6 +32,10 @@ CameraTextMap decodeCameraTexts(const QVariant &stored, EmptyTexts empty);
 // Only a value that is no dictionary of strings at all gives the fallback.
 PlacementMap decodePlacements(const QVariant &stored, const PlacementMap &fallback);
 
+// Rotations and mirroring, from one dictionary each, looked up like placements: unknown ids and
+// words are dropped, and a value that is no dictionary of strings counts as empty.
+OrientationMap decodeOrientations(const QVariant &rotations, const QVariant &mirroring);
+
 // A non-empty array of integers; anything else gives the fallback. Unknown ids are kept.
 CameraIdSet decodeSelection(const QVariant &stored, const CameraIdSet &fallback);
 
@@ -40,5 +44,8 @@ QVariant encode(bool flag);
 QVariant encode(const CameraIdSet &ids);
 QVariant encode(const CameraTextMap &texts);
 QVariant encode(const PlacementMap &placements);
+// The rotations' dictionary and the mirroring's; a camera left as it is has no entry in either.
+QVariant encodeRotations(const OrientationMap &orientations);
+QVariant encodeMirroring(const OrientationMap &orientations);
 
 } // namespace kestrel::codec

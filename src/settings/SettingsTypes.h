@@ -2,6 +2,7 @@
 #pragma once
 
 #include "settings/Camera.h"
+#include "settings/CameraOrientation.h"
 #include "settings/WindowPlacement.h"
 
 #include <QMap>
@@ -15,5 +16,7 @@ namespace kestrel {
 using CameraIdSet = std::set<CameraId>;
 using CameraTextMap = QMap<CameraId, QString>;
 using PlacementMap = QMap<CameraId, WindowPlacement>;
+// Only cameras whose picture is turned have an entry.
+using OrientationMap = QMap<CameraId, CameraOrientation>;
 
 } // namespace kestrel

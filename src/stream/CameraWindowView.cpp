@@ -103,6 +103,7 @@ QString CameraWindowView::caption(const Camera &camera)
 void CameraWindowView::refresh()
 {
     m_snapshotURLs = makeSnapshotURLs(m_environment.settings.printerIP(), m_camera.snapshotPath);
+    m_pictureArea->setOrientation(m_environment.settings.orientation(m_camera.id));
     m_pictureArea->setSnapshotURLs(m_snapshotURLs);
     m_footer->setVisible(!m_snapshotURLs.isEmpty());
     if (!m_snapshotURLs.isEmpty())

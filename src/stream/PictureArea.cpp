@@ -37,10 +37,18 @@ void PictureArea::setSnapshotURLs(const QList<QUrl> &urls)
         m_stream = new SnapshotStreamView(m_monitor, this, m_curlPath);
         m_stream->setCornerRadius(cornerRadius - 1);
         m_stream->setTargetFPS(m_fps);
+        m_stream->setOrientation(m_orientation);
         stack->addWidget(m_stream);
     }
     m_stream->setSnapshotURLs(urls);
     stack->setCurrentWidget(m_stream);
+}
+
+void PictureArea::setOrientation(const CameraOrientation &orientation)
+{
+    m_orientation = orientation;
+    if (m_stream)
+        m_stream->setOrientation(orientation);
 }
 
 void PictureArea::paintEvent(QPaintEvent *)

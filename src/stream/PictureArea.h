@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "settings/CameraOrientation.h"
+
 #include <QList>
 #include <QUrl>
 #include <QWidget>
@@ -23,6 +25,7 @@ public:
                 QWidget *parent = nullptr);
 
     void setSnapshotURLs(const QList<QUrl> &urls);
+    void setOrientation(const CameraOrientation &orientation);
 
 protected:
     void paintEvent(QPaintEvent *event) override;
@@ -33,6 +36,7 @@ private:
     const qint64 m_fps;
     ContentUnavailableView *m_placeholder;
     SnapshotStreamView *m_stream = nullptr;
+    CameraOrientation m_orientation;
 };
 
 } // namespace kestrel

@@ -9,6 +9,7 @@
 #include <QFutureWatcher>
 #include <QImageReader>
 #include <QPointer>
+#include <QTransform>
 #include <QUuid>
 #include <QtConcurrent>
 
@@ -93,8 +94,8 @@ void SnapshotFetch::decode(const FetchRequest &request)
                      : FetchOutcome{std::nullopt,
                                     QStringLiteral("JPEG ungültig: ") + absoluteString(url)});
     });
-    watcher->setFuture(
-        QtConcurrent::run(decodeAndRemove, m_path, request.decodeSize, request.devicePixelRatio));
+    watcher->setFuture(QtConcurrent::run(decodeAndRemove, m_path, request.decodeSize,
+                                         request.devicePixelRatio, request.orientation));
 }
 
 void SnapshotFetch::finish(FetchOutcome outcome)
@@ -105,7 +106,8 @@ void SnapshotFetch::finish(FetchOutcome outcome)
 }
 
 std::optional<QImage> SnapshotFetch::decodeAndRemove(const QString &path, QSize decodeSize,
-                                                     qreal devicePixelRatio)
+                                                     qreal devicePixelRatio,
+                                                     CameraOrientation orientation)
 {
     QFile file(path);
     const bool readable = file.size() <= largestPicture && file.open(QIODevice::ReadOnly);
@@ -121,10 +123,11 @@ std::optional<QImage> SnapshotFetch::decodeAndRemove(const QString &path, QSize 
     const QSize sourceSize = reader.size();
     if (decodeSize.isValid() && sourceSize.isValid()) {
         // The JPEG decoder scales while it decodes, which is far cheaper than decoding the full
-        // picture and shrinking it; it never enlarges.
-        const QSize fitted = sourceSize.scaled(decodeSize, Qt::KeepAspectRatio);
-        if (fitted.width() < sourceSize.width() && !fitted.isEmpty()) {
-            reader.setScaledSize(fitted);
+        // picture and shrinking it; it never enlarges. A sideways camera fits its upright shape.
+        const QSize upright = orientation.isSideways() ? sourceSize.transposed() : sourceSize;
+        const QSize fitted = upright.scaled(decodeSize, Qt::KeepAspectRatio);
+        if (fitted.width() < upright.width() && !fitted.isEmpty()) {
+            reader.setScaledSize(orientation.isSideways() ? fitted.transposed() : fitted);
             // Below 50 Qt's JPEG reader takes libjpeg's fast integer transform: some 15 % less
             // decoding per picture, and no difference one can see once the picture is shrunk.
             reader.setQuality(49);
@@ -133,6 +136,11 @@ std::optional<QImage> SnapshotFetch::decodeAndRemove(const QString &path, QSize 
     QImage image = reader.read();
     if (image.isNull())
         return std::nullopt;
+    // Quarter turns and mirrors only move pixels; Qt does them without any resampling.
+    if (orientation.rotation != 0)
+        image = image.transformed(QTransform().rotate(orientation.rotation));
+    if (orientation.mirrorHorizontal || orientation.mirrorVertical)
+        image.mirror(orientation.mirrorHorizontal, orientation.mirrorVertical);
     image.setDevicePixelRatio(devicePixelRatio);
     return image;
 }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "settings/CameraOrientation.h"
+
 #include <QFuture>
 #include <QImage>
 #include <QObject>
@@ -26,6 +28,7 @@ struct FetchRequest
     QString temporaryFolder;
     QSize decodeSize; // device pixels to fit the picture into; empty for the full size
     qreal devicePixelRatio = 1.0;
+    CameraOrientation orientation; // applied while decoding, so the picture arrives upright
 };
 
 // One snapshot: curl writes it into "kestrel-<UUID>.jpg" in the temporary folder, then a worker
@@ -43,7 +46,8 @@ public:
     // The part that runs on the worker: reads, removes and decodes the file. Larger files are
     // not camera pictures and are not even read.
     static std::optional<QImage> decodeAndRemove(const QString &path, QSize decodeSize,
-                                                 qreal devicePixelRatio);
+                                                 qreal devicePixelRatio,
+                                                 CameraOrientation orientation = {});
     static constexpr qint64 largestPicture = 64 * 1024 * 1024;
 
 private:

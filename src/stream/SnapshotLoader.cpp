@@ -92,8 +92,8 @@ void SnapshotLoader::fetchFrom(const QList<QUrl> &urls, qsizetype index, quint64
         finishRound(urls, false, loop);
         return;
     }
-    const FetchRequest request{m_curlPath, urls[index], m_temporaryFolder, m_decodeSize,
-                               m_devicePixelRatio};
+    const FetchRequest request{m_curlPath,   urls[index],        m_temporaryFolder,
+                               m_decodeSize, m_devicePixelRatio, m_orientation};
     SnapshotFetch::start(request, this)
         .then([this, self = QPointer(this), urls, index, loop](FetchOutcome outcome) {
             if (!self)

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "settings/CameraOrientation.h"
+
 #include <QDir>
 #include <QImage>
 #include <QList>
@@ -47,6 +49,8 @@ public:
 
     // Pictures are decoded to fit this size (device pixels), which keeps decoding cheap.
     void setDecodeSize(QSize size, qreal devicePixelRatio);
+    // Pictures fetched from now on are turned and mirrored so.
+    void setOrientation(const CameraOrientation &orientation) { m_orientation = orientation; }
 
     QImage image() const { return m_image; }
     std::optional<QString> errorText() const { return m_errorText; }
@@ -70,6 +74,7 @@ private:
     QTimer m_pause;
     QSize m_decodeSize;
     qreal m_devicePixelRatio = 1.0;
+    CameraOrientation m_orientation;
     QImage m_image;
     std::optional<QString> m_errorText;
     QList<QUrl> m_currentURLs;

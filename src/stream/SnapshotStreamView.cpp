@@ -57,6 +57,11 @@ void SnapshotStreamView::setCornerRadius(qreal radius)
     update();
 }
 
+void SnapshotStreamView::setOrientation(const CameraOrientation &orientation)
+{
+    m_loader->setOrientation(orientation);
+}
+
 void SnapshotStreamView::startLoader()
 {
     m_loader->start(m_urls, shownRate());

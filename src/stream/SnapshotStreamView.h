@@ -7,6 +7,7 @@
 
 namespace kestrel {
 
+struct CameraOrientation;
 class PiStatusMonitor;
 class ProgressSpinner;
 class SnapshotErrorCard;
@@ -32,6 +33,7 @@ public:
     void setTargetFPS(qint64 fps);
     // Rounds the corners of the black area and the picture.
     void setCornerRadius(qreal radius);
+    void setOrientation(const CameraOrientation &orientation);
 
     const SnapshotLoader &loader() const { return *m_loader; }
 

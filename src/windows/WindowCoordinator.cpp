@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "windows/WindowCoordinator.h"
 
-#include "windows/DesktopWindow.h"
 #include "settings/AppSettings.h"
 #include "windows/CameraWindow.h"
+#include "windows/DesktopWindow.h"
 #include "windows/ScreenFrames.h"
 #include "windows/WindowGeometry.h"
 
@@ -102,7 +102,10 @@ void WindowCoordinator::openOrUpdateWindow(const Camera &camera, bool alwaysOnTo
     }
 
     auto *window = new CameraWindow(camera.id);
-    screenFrames::setContentRect(window, windowGeometry::initialContentRect(camera.id));
+    QRectF initial = windowGeometry::initialContentRect(camera.id);
+    if (m_settings.orientation(camera.id).isSideways())
+        initial.setSize(initial.size().transposed()); // a sideways camera's picture stands up
+    screenFrames::setContentRect(window, initial);
     window->setWindowFlag(Qt::WindowStaysOnTopHint, alwaysOnTop);
     window->setWindowTitle(camera.name);
     window->setContent(m_makeView(camera, *this));
