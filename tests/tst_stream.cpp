@@ -6,6 +6,7 @@
 #include "LoopbackHttpServer.h"
 #include "TestPictures.h"
 #include "settings/SnapshotUrls.h"
+#include "stream/PictureRate.h"
 #include "stream/SnapshotFetch.h"
 #include "stream/SnapshotLoader.h"
 
@@ -62,6 +63,7 @@ private slots:
     void curlGetsExactlyEightArguments_data();
     void curlGetsExactlyEightArguments();
     void picturesAreDecodedToTheShownSize();
+    void pictureRateOverTheLastThreeSeconds();
     void picturesArriveTurnedAndMirrored_data();
     void picturesArriveTurnedAndMirrored();
 
@@ -295,6 +297,21 @@ void StreamTest::picturesAreDecodedToTheShownSize()
     QCOMPARE(loader->image().size(), QSize(840, 472));
     QCOMPARE(loader->image().deviceIndependentSize(), QSizeF(420, 236));
     loader->stop();
+}
+
+void StreamTest::pictureRateOverTheLastThreeSeconds()
+{
+    PictureRate rate;
+    QCOMPARE(rate.perSecond(5000), std::nullopt);
+    for (qint64 time = 0; time <= 1000; time += 200)
+        rate.record(time);
+    QCOMPARE(rate.perSecond(900), std::nullopt);                    // one second at least
+    QCOMPARE(pictureRateText(*rate.perSecond(1000)), u"6,0 B/s"_s); // over the second so far
+    for (qint64 time = 1200; time <= 6000; time += 200)
+        rate.record(time);
+    QCOMPARE(pictureRateText(*rate.perSecond(6000)), u"5,0 B/s"_s);
+    QCOMPARE(pictureRateText(*rate.perSecond(7500)), u"2,7 B/s"_s); // stopped at 6 s
+    QCOMPARE(pictureRateText(*rate.perSecond(9000)), u"0,0 B/s"_s);
 }
 
 void StreamTest::picturesArriveTurnedAndMirrored_data()

@@ -21,6 +21,7 @@ const QString customSnapshotPaths = QStringLiteral("customSnapshotPaths");
 const QString homeKitPowerOffSceneName = QStringLiteral("homeKitPowerOffSceneName");
 const QString cameraRotations = QStringLiteral("cameraRotations");
 const QString cameraMirroring = QStringLiteral("cameraMirroring");
+const QString showPictureRate = QStringLiteral("showPictureRate");
 } // namespace keys
 
 QString AppSettings::defaultPrinterIP()
@@ -51,6 +52,7 @@ AppSettings::AppSettings(KeyValueStore &store, QObject *parent) : QObject(parent
     m_cameraWindowFrames =
         decodeCameraTexts(store.value(keys::cameraWindowFrames), EmptyTexts::keep);
     m_selectedCameraIDs = decodeSelection(store.value(keys::selectedCameraIDs), {1});
+    m_showPictureRate = decodeBool(store.value(keys::showPictureRate), false);
     m_cameraOrientations =
         decodeOrientations(store.value(keys::cameraRotations), store.value(keys::cameraMirroring));
 }
@@ -135,6 +137,12 @@ void AppSettings::setCameraOrientations(OrientationMap value)
     m_store.setValue(keys::cameraRotations, codec::encodeRotations(m_cameraOrientations));
     m_store.setValue(keys::cameraMirroring, codec::encodeMirroring(m_cameraOrientations));
     emit changed();
+}
+
+void AppSettings::setShowPictureRate(bool value)
+{
+    assign(m_showPictureRate, value, &AppSettings::showPictureRateWillChange,
+           keys::showPictureRate);
 }
 
 void AppSettings::setOrientation(const CameraOrientation &orientation, CameraId id)

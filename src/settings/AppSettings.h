@@ -42,6 +42,7 @@ public:
     CameraTextMap customSnapshotPaths() const { return m_customSnapshotPaths; }
     QString homeKitPowerOffSceneName() const { return m_homeKitPowerOffSceneName; }
     OrientationMap cameraOrientations() const { return m_cameraOrientations; }
+    bool showPictureRate() const { return m_showPictureRate; }
 
     void setPrinterIP(QString value);
     void setSelectedCameraIDs(CameraIdSet value);
@@ -56,6 +57,7 @@ public:
     void setHomeKitPowerOffSceneName(QString value);
     // Kept under two keys, "cameraRotations" and "cameraMirroring".
     void setCameraOrientations(OrientationMap value);
+    void setShowPictureRate(bool value);
 
     // The catalogue camera with the user's name and snapshot path, taken as they are.
     Camera resolvedCamera(const Camera &camera) const;
@@ -91,6 +93,7 @@ signals:
     void customSnapshotPathsWillChange(const kestrel::CameraTextMap &newValue);
     void homeKitPowerOffSceneNameWillChange(const QString &newValue);
     void cameraOrientationsWillChange(const kestrel::OrientationMap &newValue);
+    void showPictureRateWillChange(bool newValue);
 
     // After any field has been stored and written.
     void changed();
@@ -116,6 +119,7 @@ private:
     CameraTextMap m_customSnapshotPaths;
     QString m_homeKitPowerOffSceneName;
     OrientationMap m_cameraOrientations;
+    bool m_showPictureRate = false;
 };
 
 } // namespace kestrel

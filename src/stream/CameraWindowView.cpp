@@ -7,6 +7,8 @@
 #include "settings/SnapshotUrls.h"
 #include "stream/CameraMenuButton.h"
 #include "stream/PictureArea.h"
+#include "stream/PictureRate.h"
+#include "stream/SnapshotLoader.h"
 #include "widgets/ConfirmationAlert.h"
 #include "widgets/LinkButton.h"
 #include "widgets/StatusDot.h"
@@ -20,6 +22,7 @@
 #include <QMenu>
 #include <QPainter>
 #include <QShortcut>
+#include <QTimer>
 #include <QToolButton>
 #include <QVBoxLayout>
 
@@ -39,7 +42,8 @@ CameraWindowView::CameraWindowView(const Camera &camera, const CameraWindowEnvir
       m_cameraMenuButton(new CameraMenuButton(camera.name, this)), m_cameraMenu(new QMenu(this)),
       m_statusDot(new StatusDot(10, this)),
       m_pictureArea(new PictureArea(environment.monitor, environment.curlPath, camera.fps, this)),
-      m_footer(new LinkButton(systemColors::white(0.6), this))
+      m_footer(new LinkButton(systemColors::white(0.6), this)), m_pictureRate(new QLabel(this)),
+      m_pictureRateTimer(new QTimer(this))
 {
     setMinimumSize(320, 220);
 
@@ -76,6 +80,12 @@ CameraWindowView::CameraWindowView(const Camera &camera, const CameraWindowEnvir
 
     m_footer->setFont(textStyles::caption2());
     connect(m_footer, &LinkButton::clicked, this, &CameraWindowView::openHostPage);
+    m_pictureRate->setFont(textStyles::caption2());
+    m_pictureRateTimer->setInterval(500);
+    connect(m_pictureRateTimer, &QTimer::timeout, this, &CameraWindowView::refreshPictureRate);
+    auto *footer = new QHBoxLayout;
+    footer->addWidget(m_footer, 1);
+    footer->addWidget(m_pictureRate);
 
     auto *card = new QVBoxLayout(this);
     card->setContentsMargins(outerPadding + cardPadding, outerPadding + cardPadding,
@@ -83,7 +93,7 @@ CameraWindowView::CameraWindowView(const Camera &camera, const CameraWindowEnvir
     card->setSpacing(12);
     card->addLayout(header);
     card->addWidget(m_pictureArea, 1);
-    card->addWidget(m_footer);
+    card->addLayout(footer);
 
     connect(&environment.settings, &AppSettings::changed, this, &CameraWindowView::refresh);
     connect(&environment.monitor, &PiStatusMonitor::reachabilityChanged, this,
@@ -109,6 +119,23 @@ void CameraWindowView::refresh()
     if (!m_snapshotURLs.isEmpty())
         m_footer->setText(absoluteString(m_snapshotURLs.first()));
     rebuildCameraMenu();
+    const bool rateShown = m_environment.settings.showPictureRate();
+    m_pictureRate->setVisible(rateShown);
+    if (rateShown != m_pictureRateTimer->isActive())
+        rateShown ? m_pictureRateTimer->start() : m_pictureRateTimer->stop();
+    refreshPictureRate();
+}
+
+// Measured over the last three seconds; below half the rate the camera asks for, in orange.
+void CameraWindowView::refreshPictureRate()
+{
+    const SnapshotLoader *loader = m_pictureArea->loader();
+    const auto rate = loader ? loader->picturesPerSecond() : std::nullopt;
+    m_pictureRate->setText(rate ? pictureRateText(*rate) : QString());
+    const bool slow = rate && *rate < std::min<qint64>(m_camera.fps, 6) / 2.0;
+    m_pictureRate->setStyleSheet(
+        QStringLiteral("color: %1;")
+            .arg((slow ? systemColors::orange() : systemColors::white(0.6)).name(QColor::HexArgb)));
 }
 
 void CameraWindowView::refreshStatusDot()
@@ -135,6 +162,13 @@ void CameraWindowView::rebuildCameraMenu()
         connect(action, &QAction::triggered, this,
                 [this, to = entry.id] { emit cameraSwitchRequested(m_camera.id, to); });
     }
+    m_cameraMenu->addSeparator();
+    QAction *rate = m_cameraMenu->addAction(tr("Bildrate anzeigen"));
+    rate->setCheckable(true);
+    rate->setChecked(m_environment.settings.showPictureRate());
+    // Queued: storing the choice rebuilds this very menu.
+    connect(rate, &QAction::toggled, &m_environment.settings, &AppSettings::setShowPictureRate,
+            Qt::QueuedConnection);
 }
 
 void CameraWindowView::askToPowerOff()

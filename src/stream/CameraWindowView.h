@@ -10,6 +10,7 @@
 
 class QLabel;
 class QMenu;
+class QTimer;
 
 namespace kestrel {
 
@@ -46,6 +47,7 @@ protected:
 private:
     void refresh();
     void refreshStatusDot();
+    void refreshPictureRate();
     void rebuildCameraMenu();
     void askToPowerOff();
     void openHostPage();
@@ -58,6 +60,8 @@ private:
     StatusDot *m_statusDot;
     PictureArea *m_pictureArea;
     LinkButton *m_footer;
+    QLabel *m_pictureRate;
+    QTimer *m_pictureRateTimer;
 };
 
 } // namespace kestrel

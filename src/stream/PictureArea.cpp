@@ -51,6 +51,11 @@ void PictureArea::setOrientation(const CameraOrientation &orientation)
         m_stream->setOrientation(orientation);
 }
 
+const SnapshotLoader *PictureArea::loader() const
+{
+    return m_stream ? &m_stream->loader() : nullptr;
+}
+
 void PictureArea::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);

@@ -11,6 +11,7 @@ namespace kestrel {
 
 class ContentUnavailableView;
 class PiStatusMonitor;
+class SnapshotLoader;
 class SnapshotStreamView;
 
 // The camera's picture inside a thin rounded frame: the live stream for a valid address, or
@@ -26,6 +27,8 @@ public:
 
     void setSnapshotURLs(const QList<QUrl> &urls);
     void setOrientation(const CameraOrientation &orientation);
+    // The stream's loader, once there is a stream.
+    const SnapshotLoader *loader() const;
 
 protected:
     void paintEvent(QPaintEvent *event) override;

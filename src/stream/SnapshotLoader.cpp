@@ -14,6 +14,7 @@ SnapshotLoader::SnapshotLoader(QObject *parent, QString curlPath, QString tempor
     : QObject(parent), m_curlPath(std::move(curlPath)),
       m_temporaryFolder(std::move(temporaryFolder))
 {
+    m_clock.start();
     m_pause.setSingleShot(true);
     m_pause.setTimerType(Qt::PreciseTimer);
     connect(&m_pause, &QTimer::timeout, this, &SnapshotLoader::runRound);
@@ -100,6 +101,7 @@ void SnapshotLoader::fetchFrom(const QList<QUrl> &urls, qsizetype index, quint64
                 return;
             if (outcome.image) {
                 m_image = std::move(*outcome.image);
+                m_rate.record(m_clock.elapsed());
                 emit imageChanged();
                 setErrorText(std::nullopt);
                 finishRound(urls, true, loop);

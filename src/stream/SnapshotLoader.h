@@ -2,8 +2,10 @@
 #pragma once
 
 #include "settings/CameraOrientation.h"
+#include "stream/PictureRate.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QImage>
 #include <QList>
 #include <QObject>
@@ -56,6 +58,8 @@ public:
     std::optional<QString> errorText() const { return m_errorText; }
     QList<QUrl> currentURLs() const { return m_currentURLs; }
     bool isRunning() const { return m_running; }
+    // Pictures published per second lately; none right after the first.
+    std::optional<double> picturesPerSecond() const { return m_rate.perSecond(m_clock.elapsed()); }
 
 signals:
     void imageChanged();
@@ -75,6 +79,8 @@ private:
     QSize m_decodeSize;
     qreal m_devicePixelRatio = 1.0;
     CameraOrientation m_orientation;
+    QElapsedTimer m_clock;
+    PictureRate m_rate;
     QImage m_image;
     std::optional<QString> m_errorText;
     QList<QUrl> m_currentURLs;
