@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "LoopbackHttpServer.h"
 #include "platform/MemoryKeyValueStore.h"
 #include "settings/AppSettings.h"
+#include "settings/WebcamImport.h"
 
+#include <QFutureWatcher>
+#include <QSignalSpy>
 #include <QTest>
 
 #include <functional>
@@ -63,6 +67,8 @@ private slots:
     void loadingFallsBackPerField();
 
     void eachOperationWritesOnlyItsOwnKey();
+    void camerasAreTakenOverFromThePrinter_data();
+    void camerasAreTakenOverFromThePrinter();
 };
 
 // Each row stores one key and names the field as read back, in a comparable text form.
@@ -248,6 +254,69 @@ void SettingsTest::eachOperationWritesOnlyItsOwnKey()
     AppSettings settings(store);
     settings.setCameraSelected(2, false);
     QCOMPARE(store.value(str("selectedCameraIDs")), ids({1, 3}));
+}
+
+void SettingsTest::camerasAreTakenOverFromThePrinter_data()
+{
+    QTest::addColumn<HttpReply>("reply");
+    QTest::addColumn<QString>("shown");
+
+    const QByteArray three = R"({"result": {"webcams": [
+        {"name": "Oben", "snapshot_url": "/webcam/?action=snapshot", "rotation": 0,
+         "flip_horizontal": false, "flip_vertical": false},
+        {"name": "Düse", "snapshot_url": "http://10.1.1.1/webcam2/snap.jpg", "rotation": 90,
+         "flip_horizontal": false, "flip_vertical": true},
+        {"name": "Rolle", "snapshot_url": "/webcam3/?action=snapshot", "rotation": 45,
+         "flip_horizontal": true},
+        {"name": "Vierte", "snapshot_url": "/webcam4/?action=snapshot"}]}})";
+    QTest::newRow("three and one more")
+        << HttpReply::content("application/json", three)
+        << str("Vom Drucker übernommen: Übersichtscam: „Oben“, /webcam/?action=snapshot, 0°; "
+               "Düsencam: „Düse“, /webcam2/snap.jpg, 90°, vertikal gespiegelt; Filamentcam: "
+               "„Rolle“, /webcam3/?action=snapshot, 0°, horizontal gespiegelt");
+    QTest::newRow("empty list") << HttpReply::content("application/json",
+                                                      R"({"result": {"webcams": []}})")
+                                << str("Auf dem Drucker ist keine Kamera eingetragen");
+    QTest::newRow("no such API") << HttpReply::status("HTTP/1.1 404 Not Found")
+                                 << str("curl: (22) The requested URL returned error: 404");
+    QTest::newRow("HTML") << HttpReply::content("text/html", "<html>Mainsail</html>")
+                          << str("Die Antwort des Druckers ist kein JSON, also keine Kameraliste");
+    QTest::newRow("malformed JSON")
+        << HttpReply::content("application/json", R"({"result": {"webcams": [)")
+        << str("Die Antwort des Druckers ist kein JSON, also keine Kameraliste");
+    QTest::newRow("another shape")
+        << HttpReply::content("application/json", R"({"result": {"cameras": []}})")
+        << str("Die Antwort des Druckers enthält keine Kameraliste (result.webcams)");
+}
+
+// Only the first three, in list order; a rotation that is no quarter turn is none; on any
+// failure the settings stay as they were.
+void SettingsTest::camerasAreTakenOverFromThePrinter()
+{
+    QFETCH(HttpReply, reply);
+    QFETCH(QString, shown);
+    LoopbackHttpServer printer;
+    printer.setReply(reply);
+    MemoryKeyValueStore store({{str("printerIP"), printer.address()}});
+    AppSettings settings(store);
+    const QVariantMap before = store.values();
+
+    QFutureWatcher<QString> watcher;
+    QSignalSpy finished(&watcher, &QFutureWatcherBase::finished);
+    watcher.setFuture(importWebcams(settings, str("/usr/bin/curl"), &watcher));
+    QVERIFY(finished.wait(20000));
+    QCOMPARE(watcher.result(), shown);
+    QCOMPARE(printer.requests().constLast().path, QByteArray("/server/webcams/list"));
+    if (!shown.startsWith(u"Vom Drucker"_s)) {
+        QCOMPARE(store.values(), before);
+        return;
+    }
+    QCOMPARE(settings.resolvedCamera(cameraCatalogue()[1]).snapshotPath, str("/webcam2/snap.jpg"));
+    QCOMPARE(store.value(str("customCameraNames")),
+             dictionary({{"1", str("Oben")}, {"2", str("Düse")}, {"3", str("Rolle")}}));
+    QCOMPARE(store.value(str("cameraRotations")), dictionary({{"2", str("90")}}));
+    QCOMPARE(store.value(str("cameraMirroring")),
+             dictionary({{"2", str("vertical")}, {"3", str("horizontal")}}));
 }
 
 QTEST_GUILESS_MAIN(SettingsTest)

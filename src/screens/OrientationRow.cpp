@@ -6,8 +6,8 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QHBoxLayout>
-#include <QVBoxLayout>
 #include <QSignalBlocker>
+#include <QVBoxLayout>
 
 namespace kestrel {
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "screens/SettingsView.h"
 #include "screens/OrientationRow.h"
+#include "screens/WebcamImportRow.h"
 
 #include "power/HomeKitManager.h"
 #include "power/SceneFolder.h"
@@ -214,6 +215,7 @@ QWidget *SettingsView::camerasSection()
         blocks->addLayout(block);
         m_cameras.append({id, shown, placement, customName, customPath, orientation});
     }
+    blocks->addWidget(new WebcamImportRow(m_settings, box));
     return box;
 }
 

@@ -7,6 +7,9 @@
 
 #include <QElapsedTimer>
 #include <QGuiApplication>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 
 #include <cstdio>
 
@@ -47,6 +50,22 @@ struct DemoCamera
     QList<QByteArray> frames;
     Fault fault = Fault::none;
 };
+
+// The cameras as the printer host's API lists them, for "Vom Drucker übernehmen".
+QByteArray webcamList()
+{
+    QJsonArray webcams;
+    for (const kestrel::Camera &camera : kestrel::cameraCatalogue())
+        webcams.append(QJsonObject{{QStringLiteral("name"), camera.name},
+                                   {QStringLiteral("snapshot_url"), camera.snapshotPath},
+                                   {QStringLiteral("stream_url"), camera.streamPath},
+                                   {QStringLiteral("rotation"), 0},
+                                   {QStringLiteral("flip_horizontal"), false},
+                                   {QStringLiteral("flip_vertical"), false}});
+    return QJsonDocument(QJsonObject{{QStringLiteral("result"),
+                                      QJsonObject{{QStringLiteral("webcams"), webcams}}}})
+        .toJson(QJsonDocument::Compact);
+}
 
 HttpReply replyFor(const DemoCamera &camera, qint64 elapsedMs)
 {
@@ -133,6 +152,8 @@ int main(int argc, char *argv[])
         if (request.path == "/")
             return HttpReply::content("text/html",
                                       "<html><body>Kestrel Demo-Drucker</body></html>");
+        if (request.path == "/server/webcams/list")
+            return HttpReply::content("application/json", webcamList());
         for (const DemoCamera &camera : std::as_const(cameras)) {
             if (request.path == camera.snapshotPath)
                 return replyFor(camera, clock.elapsed());

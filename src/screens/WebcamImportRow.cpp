@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "screens/WebcamImportRow.h"
+
+#include "settings/WebcamImport.h"
+#include "widgets/SecondaryText.h"
+
+#include <QLabel>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+namespace kestrel {
+
+WebcamImportRow::WebcamImportRow(AppSettings &settings, QWidget *parent, QString curlPath)
+    : QWidget(parent), m_settings(settings), m_curlPath(std::move(curlPath)),
+      m_button(new QPushButton(tr("Vom Drucker übernehmen"), this)),
+      m_outcome(secondaryText(QString(), this))
+{
+    auto *rows = new QVBoxLayout(this);
+    rows->setContentsMargins(0, 0, 0, 0);
+    rows->addWidget(m_button, 0, Qt::AlignLeft);
+    rows->addWidget(m_outcome);
+    m_outcome->hide();
+    connect(m_button, &QPushButton::clicked, this, &WebcamImportRow::takeOver);
+}
+
+void WebcamImportRow::takeOver()
+{
+    m_button->setEnabled(false);
+    importWebcams(m_settings, m_curlPath, this).then(this, [this](const QString &outcome) {
+        m_outcome->setText(outcome);
+        m_outcome->show();
+        m_button->setEnabled(true);
+    });
+}
+
+} // namespace kestrel

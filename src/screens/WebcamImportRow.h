@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QWidget>
+
+class QLabel;
+class QPushButton;
+
+namespace kestrel {
+
+class AppSettings;
+
+// "Vom Drucker übernehmen": takes the cameras' names, snapshot paths, rotation and mirroring over
+// from the printer host's own webcam list, only on this click, and says what changed or why
+// nothing did.
+class WebcamImportRow : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit WebcamImportRow(AppSettings &settings, QWidget *parent = nullptr,
+                             QString curlPath = QStringLiteral("/usr/bin/curl"));
+
+private:
+    void takeOver();
+
+    AppSettings &m_settings;
+    const QString m_curlPath;
+    QPushButton *m_button;
+    QLabel *m_outcome;
+};
+
+} // namespace kestrel
