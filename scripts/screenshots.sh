@@ -2,7 +2,8 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 # Takes the README's screenshots from the real app: Kestrel against the demo printer in a
 # virtual display with openbox, each window captured with the frame the window manager drew,
-# once at scale 1 and once at scale 2. Camera 2 answers 404, so its window shows the error card.
+# once at scale 1 and once at scale 2. Camera 2 answers 404, so its window shows the error card;
+# camera 3 is turned a quarter, and every window shows its picture rate.
 # Everything runs on 127.0.0.1 with a throw-away settings folder.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -31,7 +32,9 @@ for scale in 1 2; do
     openbox --sm-disable >/dev/null 2>&1 &
     pids+=($!)
 
-    start_demo_printer "$work" '"alwaysOnTop": false' build/tools/demo-printer/kestrel-demo-printer \
+    start_demo_printer "$work" \
+        '"alwaysOnTop": false, "cameraRotations": {"3": "90"}, "showPictureRate": true' \
+        build/tools/demo-printer/kestrel-demo-printer \
         --fault 2=404
     pids+=("$printer_pid")
     QT_SCALE_FACTOR=$scale XDG_CONFIG_HOME="$work/config" build/src/kestrel >/dev/null 2>&1 &
@@ -42,6 +45,7 @@ for scale in 1 2; do
     sleep 3 # let the pictures arrive and the windows settle
     [ "$scale" -ne 1 ] || import -window root "$out/desktop.png"
     shoot "$camera" camera-window-error
+    shoot "$(window '^Filamentcam$')" camera-window-turned
     xdotool windowactivate --sync "$main"
     shoot "$main" main-window
     xdotool key --window "$main" ctrl+comma

@@ -11,6 +11,7 @@
 #include "stream/SnapshotStreamView.h"
 #include "widgets/ContentUnavailableView.h"
 #include "widgets/LinkButton.h"
+#include "widgets/ProgressSpinner.h"
 #include "widgets/StatusDot.h"
 #include "widgets/SystemColors.h"
 #include "windows/CameraWindow.h"
@@ -266,6 +267,7 @@ void CameraViewTest::rendersInEveryState()
         failing.show();
         QTRY_VERIFY_WITH_TIMEOUT(failing.findChild<SnapshotErrorCard *>()->isVisible(), 20000);
         QVERIFY(cardShowsEverything(failing.findChild<SnapshotErrorCard *>()));
+        QVERIFY(!failing.findChild<ProgressSpinner *>()->isVisible()); // no spinner under it
         QCOMPARE(failing.findChild<SnapshotErrorCard *>()->title(), u"Kamera nicht erreichbar"_s);
         writePng(failing, u"camera-error"_s + suffix);
         if (size.width() < 436)

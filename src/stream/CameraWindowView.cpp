@@ -130,7 +130,9 @@ void CameraWindowView::refresh()
 void CameraWindowView::refreshPictureRate()
 {
     const SnapshotLoader *loader = m_pictureArea->loader();
-    const auto rate = loader ? loader->picturesPerSecond() : std::nullopt;
+    auto rate = loader ? loader->picturesPerSecond() : std::nullopt;
+    if (!rate && loader && loader->errorText())
+        rate = 0.0; // failing before its first picture: nothing arrives
     m_pictureRate->setText(rate ? pictureRateText(*rate) : QString());
     const bool slow = rate && *rate < std::min<qint64>(m_camera.fps, 6) / 2.0;
     m_pictureRate->setStyleSheet(

@@ -74,8 +74,9 @@ qint64 SnapshotStreamView::shownRate() const
 
 void SnapshotStreamView::updateOverlays()
 {
-    m_spinner->setVisible(m_loader->image().isNull());
     const auto errorText = m_loader->errorText();
+    // The spinner says a picture is on its way; under a failure's card it only muddles the card.
+    m_spinner->setVisible(m_loader->image().isNull() && !errorText);
     if (!errorText) {
         m_errorCard->hide();
         return;
