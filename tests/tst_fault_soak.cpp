@@ -3,7 +3,7 @@
 // failures: up, port closed, silent, 404 on one camera, HTML at 200, a truncated JPEG, random
 // bytes, a 70 MB body, an HTTP/1.0 host, and up again. In every state the screens must show
 // that state's text; afterwards no curl may run, no picture file may remain, and neither
-// descriptors nor memory may have grown. KESTREL_SOAK_SECONDS sets the length (60 by default;
+// descriptors nor memory may have grown. KESTREL_SOAK_SECONDS sets the length (20 by default;
 // bench/soak.sh runs it for as long as wanted).
 
 #include "CameraApp.h"
@@ -65,7 +65,7 @@ void FaultSoakTest::screensFollowEveryFaultAndNothingIsLost()
 {
     const int seconds = qEnvironmentVariableIntValue("KESTREL_SOAK_SECONDS") > 0
                             ? qEnvironmentVariableIntValue("KESTREL_SOAK_SECONDS")
-                            : 60;
+                            : 20;
     QTemporaryDir temporary;
     qputenv("TMPDIR", temporary.path().toLocal8Bit());
 

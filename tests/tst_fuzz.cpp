@@ -25,7 +25,8 @@ namespace {
 const QStringList keys =
     u"printerIP selectedCameraIDs alwaysOnTop cameraPlacements cameraWindowFrames "
     u"homeKitAccessoryName homeKitPowerOnSceneName homeKitStatusShortcutName customCameraNames "
-    u"customSnapshotPaths homeKitPowerOffSceneName cameraRotations cameraMirroring showPictureRate"_s.split(u' ');
+    u"customSnapshotPaths homeKitPowerOffSceneName cameraRotations cameraMirroring showPictureRate"_s
+        .split(u' ');
 
 class Generator
 {
