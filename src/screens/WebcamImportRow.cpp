@@ -25,11 +25,14 @@ WebcamImportRow::WebcamImportRow(AppSettings &settings, QWidget *parent, QString
 
 void WebcamImportRow::takeOver()
 {
-    m_button->setEnabled(false);
+    // Not disabled while it runs: a disabled button would pass the keyboard focus on.
+    if (m_running)
+        return;
+    m_running = true;
     importWebcams(m_settings, m_curlPath, this).then(this, [this](const QString &outcome) {
         m_outcome->setText(outcome);
         m_outcome->show();
-        m_button->setEnabled(true);
+        m_running = false;
     });
 }
 

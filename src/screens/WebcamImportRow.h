@@ -28,6 +28,7 @@ private:
     const QString m_curlPath;
     QPushButton *m_button;
     QLabel *m_outcome;
+    bool m_running = false;
 };
 
 } // namespace kestrel
