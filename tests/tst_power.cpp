@@ -96,7 +96,6 @@ private slots:
     void onlyTheNewestQueryPublishes();
     void statusFollowsSettingsOneChangeLate();
     void powerActionReportsItsOutcome();
-    void missingToolIsUnavailableAndActionsSayWhy();
     void templatesSwitchTheirPlugs_data();
     void templatesSwitchTheirPlugs();
     void sceneRunnerRefusesAndExplains_data();
@@ -129,6 +128,8 @@ void PowerTest::statusAnswerBecomesState_data()
         str("Kurzbefehl fehlgeschlagen (4)"));
     row("crash", "kill -KILL $$", Kind::unknown, str("Kurzbefehl fehlgeschlagen (9)"));
     row("no status name", "echo ein", Kind::unknown, noStatusShortcut);
+    // No tool at all: power stays off the screen, and an action says why it could not start.
+    row("no tool", "", Kind::unavailable, str("Die macOS Kurzbefehle-CLI ist nicht verfuegbar"));
 }
 
 void PowerTest::statusAnswerBecomesState()
@@ -139,7 +140,17 @@ void PowerTest::statusAnswerBecomesState()
 
     const bool named = message != noStatusShortcut;
     Fixture fixture(toolBody, named ? str("  Drucker Status\n") : str(" \t\n"));
-    HomeKitManager manager(fixture.settings, nullptr, fixture.tool.path());
+    const bool toolThere = !toolBody.isEmpty();
+    HomeKitManager manager(fixture.settings, nullptr,
+                           toolThere ? fixture.tool.path() : fixture.dir.filePath(str("none")));
+    if (!toolThere) {
+        QCOMPARE(manager.accessoryState(), HomeKitAccessoryState::unavailable(message));
+        QVERIFY(!manager.canPowerOn());
+        awaitAction(manager.runShortcut(str("Klipper einschalten")));
+        QVERIFY(
+            manager.actionMessage().value_or(QString()).contains(str("konnte nicht gestartet")));
+        return;
+    }
     QCOMPARE(manager.accessoryState().kind(), named ? Kind::checking : Kind::unknown);
     awaitSettled(manager);
 
@@ -233,20 +244,6 @@ void PowerTest::powerActionReportsItsOutcome()
     QCoreApplication::processEvents();
     QCOMPARE(fixture.tool.calls().size(), before + 2);
     QCOMPARE(manager.accessoryState(), HomeKitAccessoryState::off());
-}
-
-void PowerTest::missingToolIsUnavailableAndActionsSayWhy()
-{
-    QTemporaryDir dir;
-    MemoryKeyValueStore store({{str("homeKitStatusShortcutName"), str("Status")}});
-    AppSettings settings(store);
-    HomeKitManager manager(settings, nullptr, dir.filePath(str("shortcuts")));
-
-    QCOMPARE(manager.accessoryState(), HomeKitAccessoryState::unavailable(
-                                           str("Die macOS Kurzbefehle-CLI ist nicht verfuegbar")));
-    QVERIFY(!manager.canPowerOn());
-    awaitAction(manager.runShortcut(str("Klipper einschalten")));
-    QVERIFY(manager.actionMessage().value_or(QString()).contains(str("konnte nicht gestartet")));
 }
 
 // Each template, made into a scene the way a user does it (the example copied under the scene's

@@ -88,9 +88,7 @@ private slots:
     void settingsOpenOnceAndChangesShowAtOnce();
     void promptOnAppearAndOnNewReasons();
     void powerOnRowOnlyWhenItCanHelp();
-    void closeAllEmptiesTheSelection();
-    void settingsFieldsToggleAndPicker();
-    void powerOffAsksFirst();
+    void settingsWindowStoresAtOnceAndAsksBeforePowerOff();
     void sceneFolderButtonPreparesTheFolder();
     void rendersEveryScreen();
     void everyGlyphFitsItsLabel();
@@ -179,24 +177,13 @@ void ScreensTest::powerOnRowOnlyWhenItCanHelp()
     QVERIFY(!powerOnVisible(u"aus"_s, false)); // no tool
 }
 
-void ScreensTest::closeAllEmptiesTheSelection()
+void ScreensTest::settingsWindowStoresAtOnceAndAsksBeforePowerOff()
 {
-    test::CameraApp app({{u"selectedCameraIDs"_s, idList({1, 2})}});
-    auto coordinator = app.start();
-    ContentView view(app.settings, app.homeKit, app.monitor, *coordinator, [] {});
-    childWithText<QPushButton>(&view, u"Alle Fenster schließen"_s)->click();
-    QCOMPARE(app.settings.selectedCameraIDs(), CameraIdSet{});
-    QCOMPARE(app.store.value(u"selectedCameraIDs"_s), idList({}));
-    QVERIFY(coordinator->openCameraIDs().isEmpty());
-    childWithText<QPushButton>(&view, u"Kamerafenster öffnen"_s)->click();
-    QVERIFY(coordinator->openCameraIDs().isEmpty());
-}
-
-void ScreensTest::settingsFieldsToggleAndPicker()
-{
+    Environment environment;
     test::CameraApp app({{u"selectedCameraIDs"_s, idList({99})},
                          {u"cameraPlacements"_s, QVariantMap{}},
-                         {u"customCameraNames"_s, QVariantMap{{u"2"_s, u"Nozzle"_s}}}});
+                         {u"customCameraNames"_s, QVariantMap{{u"2"_s, u"Nozzle"_s}}}},
+                        environment.shortcuts.path());
     SettingsView view(app.settings, app.homeKit);
     view.show();
 
@@ -237,32 +224,23 @@ void ScreensTest::settingsFieldsToggleAndPicker()
     QCOMPARE(app.store.value(u"cameraMirroring"_s),
              QVariant(QVariantMap{{u"1"_s, u"horizontal"_s}}));
 
+    // "Klipper ausschalten" asks first; only "Ausschalten" runs the scene.
+    childWithText<QPushButton>(&view, u"Klipper ausschalten"_s)->click();
+    QCOMPARE(view.findChild<QMessageBox *>()->text(), u"Klipper ausschalten?"_s);
+    childWithText<QPushButton>(view.findChild<QMessageBox *>(), u"Abbrechen"_s)->click();
+    QTRY_VERIFY(!view.findChild<QMessageBox *>());
+    QCoreApplication::processEvents();
+    QVERIFY(environment.shortcuts.calls().isEmpty());
+    childWithText<QPushButton>(&view, u"Klipper ausschalten"_s)->click();
+    childWithText<QPushButton>(view.findChild<QMessageBox *>(), u"Ausschalten"_s)->click();
+    const QList<QStringList> offScene{{u"run"_s, u"Klipper ausschalten"_s}};
+    QTRY_COMPARE(environment.shortcuts.calls(), offScene);
+
     // Escape closes the window, as Ctrl+W does.
     view.activateWindow();
     QVERIFY(QTest::qWaitForWindowActive(&view));
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
     QVERIFY(!view.isVisible());
-}
-
-void ScreensTest::powerOffAsksFirst()
-{
-    Environment environment;
-    test::CameraApp app({{u"selectedCameraIDs"_s, idList({99})}}, environment.shortcuts.path());
-    SettingsView view(app.settings, app.homeKit);
-    view.show();
-    childWithText<QPushButton>(&view, u"Klipper ausschalten"_s)->click();
-    QMessageBox *alert = view.findChild<QMessageBox *>();
-    QVERIFY(alert);
-    QCOMPARE(alert->text(), u"Klipper ausschalten?"_s);
-    childWithText<QPushButton>(alert, u"Abbrechen"_s)->click();
-    QTRY_VERIFY(!view.findChild<QMessageBox *>());
-    QCoreApplication::processEvents();
-    QVERIFY(environment.shortcuts.calls().isEmpty());
-
-    childWithText<QPushButton>(&view, u"Klipper ausschalten"_s)->click();
-    childWithText<QPushButton>(view.findChild<QMessageBox *>(), u"Ausschalten"_s)->click();
-    const QList<QStringList> offScene{{u"run"_s, u"Klipper ausschalten"_s}};
-    QTRY_COMPARE(environment.shortcuts.calls(), offScene);
 }
 
 // The folder a Linux user fills with scenes: the settings name it, and the button makes it,
@@ -332,6 +310,13 @@ void ScreensTest::rendersEveryScreen()
     QVERIFY(settings.width() >= 560);
     // On a screen lower than the form, the window fits and the form scrolls.
     QVERIFY(settings.frameGeometry().height() <= settings.screen()->availableGeometry().height());
+
+    // "Alle Fenster schließen" gives up every camera; "Kamerafenster öffnen" then opens none.
+    childWithText<QPushButton>(&view, u"Alle Fenster schließen"_s)->click();
+    QCOMPARE(app.store.value(u"selectedCameraIDs"_s), idList({}));
+    QVERIFY(coordinator->openCameraIDs().isEmpty());
+    childWithText<QPushButton>(&view, u"Kamerafenster öffnen"_s)->click();
+    QVERIFY(coordinator->openCameraIDs().isEmpty());
 }
 
 // Capital umlauts rise above the font's ascent; a label without room for them loses their dots.
