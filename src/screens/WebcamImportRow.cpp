@@ -12,15 +12,15 @@ namespace kestrel {
 
 WebcamImportRow::WebcamImportRow(AppSettings &settings, QWidget *parent, QString curlPath)
     : QWidget(parent), m_settings(settings), m_curlPath(std::move(curlPath)),
-      m_button(new QPushButton(tr("Vom Drucker übernehmen"), this)),
       m_outcome(secondaryText(QString(), this))
 {
+    auto *button = new QPushButton(tr("Vom Drucker übernehmen"), this);
     auto *rows = new QVBoxLayout(this);
     rows->setContentsMargins(0, 0, 0, 0);
-    rows->addWidget(m_button, 0, Qt::AlignLeft);
+    rows->addWidget(button, 0, Qt::AlignLeft);
     rows->addWidget(m_outcome);
     m_outcome->hide();
-    connect(m_button, &QPushButton::clicked, this, &WebcamImportRow::takeOver);
+    connect(button, &QPushButton::clicked, this, &WebcamImportRow::takeOver);
 }
 
 void WebcamImportRow::takeOver()

@@ -4,7 +4,6 @@
 #include <QWidget>
 
 class QLabel;
-class QPushButton;
 
 namespace kestrel {
 
@@ -26,7 +25,6 @@ private:
 
     AppSettings &m_settings;
     const QString m_curlPath;
-    QPushButton *m_button;
     QLabel *m_outcome;
     bool m_running = false;
 };

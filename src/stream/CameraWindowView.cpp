@@ -106,7 +106,7 @@ QString CameraWindowView::caption(const Camera &camera)
 {
     return tr("%1 • Aktualisierung bis %2 FPS")
         .arg(camera.resolution)
-        .arg(std::min<qint64>(camera.fps, 6));
+        .arg(SnapshotLoader::shownRate(camera.fps));
 }
 
 // Formed anew from the shared settings on every change: a new address or name shows at once.
@@ -134,7 +134,7 @@ void CameraWindowView::refreshPictureRate()
     if (!rate && loader && loader->errorText())
         rate = 0.0; // failing before its first picture: nothing arrives
     m_pictureRate->setText(rate ? pictureRateText(*rate) : QString());
-    const bool slow = rate && *rate < std::min<qint64>(m_camera.fps, 6) / 2.0;
+    const bool slow = rate && *rate < SnapshotLoader::shownRate(m_camera.fps) / 2.0;
     m_pictureRate->setStyleSheet(
         QStringLiteral("color: %1;")
             .arg((slow ? systemColors::orange() : systemColors::white(0.6)).name(QColor::HexArgb)));

@@ -13,6 +13,7 @@
 #include <QTimer>
 #include <QUrl>
 
+#include <algorithm>
 #include <chrono>
 #include <optional>
 
@@ -38,6 +39,8 @@ public:
     // 1,000,000,000 ns divided by max(fps, 1), rounded up to whole milliseconds so a camera
     // never gets more pictures than it asked for.
     static std::chrono::milliseconds pauseFor(qint64 fps);
+    // The rate a camera's pictures are fetched at: its own, kept between 1 and 6 a second.
+    static qint64 shownRate(qint64 cameraFPS) { return std::clamp<qint64>(cameraFPS, 1, 6); }
 
     // Starts fetching from these URLs, or keeps the running loop if they are the same, in the
     // same order. Any other list restarts at once, without a pause.

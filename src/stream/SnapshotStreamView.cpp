@@ -69,7 +69,7 @@ void SnapshotStreamView::startLoader()
 
 qint64 SnapshotStreamView::shownRate() const
 {
-    return std::clamp<qint64>(m_targetFPS, 1, 6);
+    return SnapshotLoader::shownRate(m_targetFPS);
 }
 
 void SnapshotStreamView::updateOverlays()
