@@ -28,46 +28,78 @@ const QStringList keys =
     u"customSnapshotPaths homeKitPowerOffSceneName cameraRotations cameraMirroring showPictureRate"_s
         .split(u' ');
 
+// Texts that matter to the loader: ids in every spelling, placements, frames, angles, junk.
+const QStringList texts =
+    u"|1|+1|-1|2|3|0| 1|99999999999999999999|-9223372036854775808|topLeft|free|TopLeft|90|180|"
+    u"270|45|horizontal|both|{{1, 2}, {3, 4}}|{{nan, inf}}|Düsencam|\u0000x|٣"_s.split(u'|');
+
+// Settings files of every shape: mostly our keys with values of any kind, dictionaries of texts
+// (the only kind the loader takes for names, paths, frames, placements and orientations), and
+// files cut short, not UTF-8, nested deeper than any parser should follow, or no object at all.
 class Generator
 {
 public:
     explicit Generator(quint32 seed) : m_random(seed) {}
 
+    QByteArray document()
+    {
+        QJsonObject object;
+        for (const QString &key : keys) {
+            if (below(4) != 0)
+                object.insert(key, below(2) ? value(0) : QJsonValue(textMap()));
+        }
+        QByteArray bytes = QJsonDocument(object).toJson(QJsonDocument::Compact);
+        switch (below(20)) {
+        case 0:
+            return bytes.left(below(int(bytes.size()) + 1));
+        case 1:
+            for (int i = 0; i < 4; ++i)
+                bytes[below(int(bytes.size()))] = char(0x80 + below(0x80));
+            return bytes;
+        case 2: {
+            const int depth = 100 + below(2000);
+            return "{\"cameraPlacements\": " + QByteArray(depth, '[') + QByteArray(depth, ']') +
+                   "}";
+        }
+        case 3:
+            return QJsonDocument(QJsonArray{value(0), value(0)}).toJson();
+        default:
+            return bytes;
+        }
+    }
+
+private:
     int below(int n) { return int(m_random.bounded(n)); }
 
-    // Texts that matter to the loader: ids in every spelling, placements, frames, junk.
     QString text()
     {
-        static const QStringList interesting =
-            u"|1|+1|-1|2|3|0| "
-            u"1|99999999999999999999|-9223372036854775808|topLeft|free|TopLeft|90|180|270|45|"
-            u"horizontal|both|"
-            u"{{1, 2}, {3, 4}}|{{nan, inf}}|Düsencam|\u0000x|٣"_s.split(u'|');
         if (below(3) > 0)
-            return interesting[below(int(interesting.size()))];
+            return texts[below(int(texts.size()))];
         QString random;
         for (int i = below(40); i > 0; --i)
             random += QChar(char16_t(1 + below(0xD7FF)));
         return random;
     }
 
+    QJsonObject textMap()
+    {
+        QJsonObject map;
+        for (int i = below(6); i > 0; --i)
+            map.insert(text(), text());
+        return map;
+    }
+
     QJsonValue value(int depth)
     {
-        switch (below(depth > 4 ? 5 : 8)) {
+        constexpr qint64 most = std::numeric_limits<qint64>::max();
+        static const QJsonValue scalars[] = {QJsonValue::Null, true, false, 1, 3, 0, -1, 42, most,
+                                             -most - 1,        0.5,  -4.5e5};
+        switch (below(depth > 4 ? 2 : 4)) {
         case 0:
-            return QJsonValue::Null;
+            return scalars[below(int(std::size(scalars)))];
         case 1:
-            return bool(below(2));
-        case 2: {
-            constexpr qint64 most = std::numeric_limits<qint64>::max();
-            static const qint64 ids[] = {1, 2, 3, 0, -1, 42, most, -most - 1};
-            return ids[below(8)];
-        }
-        case 3:
-            return m_random.generateDouble() * 1e6 - 5e5;
-        case 4:
             return text();
-        case 5: {
+        case 2: {
             QJsonArray array;
             for (int i = below(6); i > 0; --i)
                 array.append(value(depth + 1));
@@ -80,61 +112,6 @@ public:
             return object;
         }
         }
-    }
-
-    // One settings file: mostly our keys with values of any kind, sometimes something else.
-    QByteArray document()
-    {
-        switch (below(20)) {
-        case 0:
-            return {};
-        case 1: { // cut short anywhere
-            const QByteArray whole = QJsonDocument(object()).toJson();
-            return whole.left(below(int(whole.size())));
-        }
-        case 2: { // bytes that are no UTF-8
-            QByteArray bytes = QJsonDocument(object()).toJson();
-            for (int i = 0; i < 4 && !bytes.isEmpty(); ++i)
-                bytes[below(int(bytes.size()))] = char(0x80 + below(0x80));
-            return bytes;
-        }
-        case 3: { // deeper than any parser should follow
-            QByteArray deep = "{\"cameraPlacements\": ";
-            const int depth = 100 + below(2000);
-            return deep + QByteArray(depth, '[') + QByteArray(depth, ']') + "}";
-        }
-        case 4:
-            return QJsonDocument(QJsonArray{value(0), value(0)}).toJson();
-        default:
-            return QJsonDocument(object()).toJson(QJsonDocument::Compact);
-        }
-    }
-
-private:
-    // A dictionary from text to text, the only kind the loader takes for names, paths, frames
-    // and placements, so that the entries themselves get tested.
-    QJsonObject textMap()
-    {
-        QJsonObject map;
-        for (int i = below(6); i > 0; --i)
-            map.insert(text(), text());
-        return map;
-    }
-
-    QJsonObject object()
-    {
-        static const QStringList maps{u"cameraPlacements"_s,  u"cameraWindowFrames"_s,
-                                      u"customCameraNames"_s, u"customSnapshotPaths"_s,
-                                      u"cameraRotations"_s,   u"cameraMirroring"_s};
-        QJsonObject object;
-        for (const QString &key : keys) {
-            if (below(4) == 0)
-                continue;
-            object.insert(key, maps.contains(key) && below(2) ? QJsonValue(textMap()) : value(0));
-        }
-        if (below(10) == 0)
-            object.insert(text(), value(0));
-        return object;
     }
 
     QRandomGenerator m_random;

@@ -1,4 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+// Switching the printer and asking for its state, through the shortcuts tool or, with none, the
+// scene runner: the exact arguments, the text every answer and every failure gives, and that only
+// the newest answer counts.
 #include "ChildProcesses.h"
 #include "FakeTool.h"
 #include "LoopbackHttpServer.h"
@@ -10,33 +13,51 @@
 #include "settings/AppSettings.h"
 
 #include <QDirIterator>
+#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 
 using namespace kestrel;
-using test::FakeTool;
+using namespace Qt::StringLiterals;
 using Kind = HomeKitAccessoryState::Kind;
+using Calls = QList<QStringList>;
 
 namespace {
 
-QString str(const char *utf8)
-{
-    return QString::fromUtf8(utf8);
-}
+const QString noStatusShortcut = u"Kein Status-Kurzbefehl hinterlegt. Optional kann ein "
+                                 u"Kurzbefehl den Zustand von Ender als ein/aus zurueckgeben."_s;
 
-const QString noStatusShortcut = str("Kein Status-Kurzbefehl hinterlegt. Optional kann ein "
-                                     "Kurzbefehl den Zustand von Ender als ein/aus zurueckgeben.");
-
-// A temporary folder with a fake shortcuts tool, and settings in memory.
-struct Fixture
+// A user's config folder of its own, with the scenes folder in it; settings in memory; and a
+// recording stand-in for the shortcuts tool, which start() uses when it has a body. Without one,
+// the manager finds no shortcuts tool and runs the real scene runner.
+struct Power
 {
-    explicit Fixture(const QString &toolBody, const QString &statusName = str("Status"))
-        : tool(dir.path(), str("shortcuts"), toolBody),
-          store({{str("homeKitStatusShortcutName"), statusName}}), settings(store)
-    {}
-    QTemporaryDir dir;
-    FakeTool tool;
+    explicit Power(const QString &statusName = {}, const QString &toolBody = {})
+        : tool(config.path(), u"shortcuts"_s, toolBody), hasTool(!toolBody.isEmpty()),
+          store({{u"homeKitStatusShortcutName"_s, statusName}}), settings(store)
+    {
+        qputenv("XDG_CONFIG_HOME", config.path().toUtf8());
+        QDir().mkpath(folder);
+    }
+    std::unique_ptr<HomeKitManager> start(const QString &runner = KESTREL_SCENE_RUNNER)
+    {
+        return std::make_unique<HomeKitManager>(settings, nullptr, hasTool ? tool.path() : none,
+                                                runner);
+    }
+    // A file as a user writes it: a scene, executable, or its configuration.
+    static void write(const QString &path, const QString &body, bool executable)
+    {
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(body.toUtf8()) >= 0);
+        QVERIFY(file.setPermissions(QFile::ReadOwner | QFile::WriteOwner |
+                                    (executable ? QFile::ExeOwner : QFile::Permissions())));
+    }
+    QTemporaryDir config;
+    QString none = config.filePath(u"none"_s);
+    QString folder = config.filePath(u"Kestrel/scenes"_s);
+    test::FakeTool tool;
+    bool hasTool;
     MemoryKeyValueStore store;
     AppSettings settings;
 };
@@ -50,39 +71,6 @@ void awaitAction(QFuture<void> action)
 {
     QTRY_VERIFY_WITH_TIMEOUT(action.isFinished(), 20000);
 }
-
-// A user's config folder of its own, with the scenes folder inside, for one test row; and a
-// manager that, with no shortcuts tool about, runs the real scene runner.
-struct SceneFixture
-{
-    explicit SceneFixture(const QString &statusName = QString())
-        : store({{str("homeKitStatusShortcutName"), statusName}}), settings(store)
-    {
-        qputenv("XDG_CONFIG_HOME", config.path().toUtf8());
-        folder = scenes::folder();
-        QDir().mkpath(folder);
-    }
-    std::unique_ptr<HomeKitManager> manager()
-    {
-        return std::make_unique<HomeKitManager>(settings, nullptr, config.filePath(str("none")),
-                                                str(KESTREL_SCENE_RUNNER));
-    }
-    // A scene as a user writes it: an executable file in the scenes folder, or anywhere else.
-    static void write(const QString &path, const QString &body, bool executable = true)
-    {
-        QDir().mkpath(QFileInfo(path).path());
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(body.toUtf8());
-        file.close();
-        if (executable)
-            file.setPermissions(file.permissions() | QFile::ExeOwner);
-    }
-    QTemporaryDir config;
-    QString folder;
-    MemoryKeyValueStore store;
-    AppSettings settings;
-};
 
 } // namespace
 
@@ -109,27 +97,28 @@ void PowerTest::statusAnswerBecomesState_data()
     QTest::addColumn<QString>("message");
 
     auto row = [](const char *name, const char *body, Kind kind, const QString &message = {}) {
-        QTest::newRow(name) << str(body) << int(kind) << message;
+        QTest::newRow(name) << QString::fromUtf8(body) << int(kind) << message;
     };
     row("Ein with blanks", "printf '  Ein \\n'", Kind::on);
     row("0.", "echo '0.'", Kind::off);
     row("ein/aus: on wins", "echo 'ein/aus'", Kind::on);
     row("umlaut words", "echo 'Gerät ist AN'", Kind::on);
+    row("reads its input, which is empty", "cat; echo aus", Kind::off);
     row("online is no word", "echo ' online '", Kind::unknown,
-        str("Status-Kurzbefehl lieferte: online"));
+        u"Status-Kurzbefehl lieferte: online"_s);
     row("10 and einschalten", "echo '10 einschalten an1'", Kind::unknown,
-        str("Status-Kurzbefehl lieferte: 10 einschalten an1"));
+        u"Status-Kurzbefehl lieferte: 10 einschalten an1"_s);
     row("not UTF-8", "printf 'ein\\377'", Kind::unknown,
-        str("Status-Kurzbefehl lieferte keine auswertbare Rueckgabe"));
-    row("exit 1, silent", "exit 1", Kind::unknown, str("Kurzbefehl fehlgeschlagen (1)"));
+        u"Status-Kurzbefehl lieferte keine auswertbare Rueckgabe"_s);
+    row("exit 1, silent", "exit 1", Kind::unknown, u"Kurzbefehl fehlgeschlagen (1)"_s);
     row("exit 1, says why", "echo ' Keine Berechtigung ' >&2; exit 1", Kind::unknown,
-        str("Keine Berechtigung"));
+        u"Keine Berechtigung"_s);
     row("failure beats words", "echo ein; exit 4", Kind::unknown,
-        str("Kurzbefehl fehlgeschlagen (4)"));
-    row("crash", "kill -KILL $$", Kind::unknown, str("Kurzbefehl fehlgeschlagen (9)"));
+        u"Kurzbefehl fehlgeschlagen (4)"_s);
+    row("crash", "kill -KILL $$", Kind::unknown, u"Kurzbefehl fehlgeschlagen (9)"_s);
     row("no status name", "echo ein", Kind::unknown, noStatusShortcut);
     // No tool at all: power stays off the screen, and an action says why it could not start.
-    row("no tool", "", Kind::unavailable, str("Die macOS Kurzbefehle-CLI ist nicht verfuegbar"));
+    row("no tool", "", Kind::unavailable, u"Die macOS Kurzbefehle-CLI ist nicht verfuegbar"_s);
 }
 
 void PowerTest::statusAnswerBecomesState()
@@ -139,111 +128,103 @@ void PowerTest::statusAnswerBecomesState()
     QFETCH(QString, message);
 
     const bool named = message != noStatusShortcut;
-    Fixture fixture(toolBody, named ? str("  Drucker Status\n") : str(" \t\n"));
-    const bool toolThere = !toolBody.isEmpty();
-    HomeKitManager manager(fixture.settings, nullptr,
-                           toolThere ? fixture.tool.path() : fixture.dir.filePath(str("none")));
-    if (!toolThere) {
-        QCOMPARE(manager.accessoryState(), HomeKitAccessoryState::unavailable(message));
-        QVERIFY(!manager.canPowerOn());
-        awaitAction(manager.runShortcut(str("Klipper einschalten")));
-        QVERIFY(
-            manager.actionMessage().value_or(QString()).contains(str("konnte nicht gestartet")));
+    Power power(named ? u"  Drucker Status\n"_s : u" \t\n"_s, toolBody);
+    if (toolBody.isEmpty()) {
+        const auto manager = power.start(QString());
+        QCOMPARE(manager->accessoryState(), HomeKitAccessoryState::unavailable(message));
+        QVERIFY(!manager->canPowerOn());
+        awaitAction(manager->runShortcut(u"Klipper einschalten"_s));
+        QCOMPARE(manager->actionMessage(),
+                 u"„"_s + power.none + u"“ konnte nicht gestartet werden: Datei nicht gefunden"_s);
         return;
     }
-    QCOMPARE(manager.accessoryState().kind(), named ? Kind::checking : Kind::unknown);
-    awaitSettled(manager);
+    const auto manager = power.start();
+    QCOMPARE(manager->accessoryState().kind(), named ? Kind::checking : Kind::unknown);
+    awaitSettled(*manager);
 
-    QCOMPARE(int(manager.accessoryState().kind()), kind);
-    QCOMPARE(manager.accessoryState().message(), message);
-    QCOMPARE(manager.canPowerOn(), Kind(kind) != Kind::on);
+    QCOMPARE(int(manager->accessoryState().kind()), kind);
+    QCOMPARE(manager->accessoryState().message(), message);
+    QCOMPARE(manager->canPowerOn(), Kind(kind) != Kind::on);
     // Construction queries twice, each time with exactly "run" and the trimmed name; no name,
     // no query.
-    const QList<QStringList> calls(named ? 2 : 0, {str("run"), str("Drucker Status")});
-    QTRY_COMPARE_WITH_TIMEOUT(fixture.tool.calls(), calls, 10000);
+    const Calls calls(named ? 2 : 0, {u"run"_s, u"Drucker Status"_s});
+    QTRY_COMPARE_WITH_TIMEOUT(power.tool.calls(), calls, 10000);
 }
 
 void PowerTest::onlyTheNewestQueryPublishes()
 {
-    Fixture fixture(str("echo aus"), QString());
-    HomeKitManager manager(fixture.settings, nullptr, fixture.tool.path());
-    fixture.settings.setHomeKitStatusShortcutName(str("Status"));
+    Power power(QString(), u"echo aus"_s);
+    const auto manager = power.start();
+    power.settings.setHomeKitStatusShortcutName(u"Status"_s);
 
     // The first query hangs until told to answer "ein"; the second answers "aus" at once.
-    const QString release = fixture.dir.filePath(str("release"));
-    fixture.tool.replace(str("while [ ! -e '%1' ]; do sleep 0.02; done; echo ein").arg(release));
-    manager.refreshStatus();
-    QTRY_COMPARE_WITH_TIMEOUT(fixture.tool.calls().size(), 1, 10000);
-    fixture.tool.replace(str("echo aus"));
-    manager.refreshStatus();
-    QTRY_COMPARE_WITH_TIMEOUT(manager.accessoryState(), HomeKitAccessoryState::off(), 20000);
+    const QString release = power.config.filePath(u"release"_s);
+    power.tool.replace(u"while [ ! -e '%1' ]; do sleep 0.02; done; echo ein"_s.arg(release));
+    manager->refreshStatus();
+    QTRY_COMPARE_WITH_TIMEOUT(power.tool.calls().size(), 1, 10000);
+    power.tool.replace(u"echo aus"_s);
+    manager->refreshStatus();
+    QTRY_COMPARE_WITH_TIMEOUT(manager->accessoryState(), HomeKitAccessoryState::off(), 20000);
 
-    QSignalSpy changes(&manager, &HomeKitManager::accessoryStateChanged);
+    QSignalSpy changes(manager.get(), &HomeKitManager::accessoryStateChanged);
     QFile(release).open(QIODevice::WriteOnly);
     QTRY_VERIFY_WITH_TIMEOUT(test::childProcessNames().isEmpty(), 20000);
     QCoreApplication::processEvents();
     QCoreApplication::processEvents();
     QCOMPARE(changes.count(), 0);
-    QCOMPARE(manager.accessoryState(), HomeKitAccessoryState::off());
+    QCOMPARE(manager->accessoryState(), HomeKitAccessoryState::off());
 }
 
 void PowerTest::statusFollowsSettingsOneChangeLate()
 {
-    Fixture fixture(str("echo ein"), str("A"));
-    HomeKitManager manager(fixture.settings, nullptr, fixture.tool.path());
-    awaitSettled(manager);
-    QTRY_COMPARE_WITH_TIMEOUT(fixture.tool.calls().size(), 2, 10000);
+    Power power(u"A"_s, u"echo ein"_s);
+    const auto manager = power.start();
+    awaitSettled(*manager);
+    QTRY_COMPARE_WITH_TIMEOUT(power.tool.calls().size(), 2, 10000);
 
     // The refresh a change triggers still reads the name from before it.
-    fixture.settings.setHomeKitStatusShortcutName(str("B"));
-    QCOMPARE(manager.accessoryState(), HomeKitAccessoryState::checking());
-    awaitSettled(manager);
-    QCOMPARE(fixture.tool.calls().last(), (QStringList{str("run"), str("A")}));
+    power.settings.setHomeKitStatusShortcutName(u"B"_s);
+    QCOMPARE(manager->accessoryState(), HomeKitAccessoryState::checking());
+    awaitSettled(*manager);
+    QCOMPARE(power.tool.calls().last(), (QStringList{u"run"_s, u"A"_s}));
 
     // The accessory name is only watched, never used: a change refreshes with the current name.
-    fixture.settings.setHomeKitAccessoryName(str("Prusa"));
-    awaitSettled(manager);
-    QCOMPARE(fixture.tool.calls().last(), (QStringList{str("run"), str("B")}));
-    QCOMPARE(statusText(manager.accessoryState()), str("Ender ist eingeschaltet"));
+    power.settings.setHomeKitAccessoryName(u"Prusa"_s);
+    awaitSettled(*manager);
+    QCOMPARE(power.tool.calls().last(), (QStringList{u"run"_s, u"B"_s}));
+    QCOMPARE(statusText(manager->accessoryState()), u"Ender ist eingeschaltet"_s);
 }
 
+// Success names the trimmed scene and queries the state again; a name that looks like an option
+// is just the second argument; a failure gives the tool's own words and queries nothing.
 void PowerTest::powerActionReportsItsOutcome()
 {
-    Fixture fixture(str("echo aus"));
-    HomeKitManager manager(fixture.settings, nullptr, fixture.tool.path());
-    awaitSettled(manager);
+    Power power(u"Status"_s, u"echo aus"_s);
+    const auto manager = power.start();
+    awaitSettled(*manager);
     // The dropped first query of the two at construction may still be on its way.
-    QTRY_COMPARE_WITH_TIMEOUT(fixture.tool.calls().size(), 2, 10000);
-    QCOMPARE(manager.actionMessage(), std::nullopt);
-    const qsizetype queries = fixture.tool.calls().size();
+    QTRY_COMPARE_WITH_TIMEOUT(power.tool.calls().size(), 2, 10000);
+    QCOMPARE(manager->actionMessage(), std::nullopt);
 
-    // Success names the trimmed scene and queries the state again.
-    QSignalSpy states(&manager, &HomeKitManager::accessoryStateChanged);
-    awaitAction(manager.runShortcut(str("  Klipper einschalten\n")));
-    QCOMPARE(manager.actionMessage(), str("Kurzbefehl \"Klipper einschalten\" ausgefuehrt"));
+    QSignalSpy states(manager.get(), &HomeKitManager::accessoryStateChanged);
+    awaitAction(manager->runShortcut(u"  Klipper einschalten\n"_s));
+    QCOMPARE(manager->actionMessage(), u"Kurzbefehl \"Klipper einschalten\" ausgefuehrt"_s);
     QTRY_COMPARE_WITH_TIMEOUT(states.count(), 2, 20000);
     QCOMPARE(states[0][0].value<HomeKitAccessoryState>(), HomeKitAccessoryState::checking());
     QCOMPARE(states[1][0].value<HomeKitAccessoryState>(), HomeKitAccessoryState::off());
-    QCOMPARE(fixture.tool.calls().mid(queries),
-             (QList{QStringList{str("run"), str("Klipper einschalten")},
-                    QStringList{str("run"), str("Status")}}));
+    awaitAction(manager->runShortcut(u"--help"_s));
+    awaitSettled(*manager);
+    QCOMPARE(power.tool.calls().mid(2), (Calls{{u"run"_s, u"Klipper einschalten"_s},
+                                               {u"run"_s, u"Status"_s},
+                                               {u"run"_s, u"--help"_s},
+                                               {u"run"_s, u"Status"_s}}));
 
-    // A name that looks like an option is just the second argument.
-    awaitAction(manager.runShortcut(str("--help")));
-    QCOMPARE(fixture.tool.calls().value(queries + 2), (QStringList{str("run"), str("--help")}));
-    awaitSettled(manager);
-
-    // Failure reports the tool's own words, or a fixed text, and queries nothing.
-    fixture.tool.replace(str("echo ' HomeKit antwortet nicht ' >&2; exit 2"));
-    const qsizetype before = fixture.tool.calls().size();
-    awaitAction(manager.runShortcut(str("Klipper ausschalten")));
-    QCOMPARE(manager.actionMessage(), str("HomeKit antwortet nicht"));
-    fixture.tool.replace(str("exit 1"));
-    awaitAction(manager.runShortcut(str("Klipper ausschalten")));
-    QCOMPARE(manager.actionMessage(), str("Kurzbefehl fehlgeschlagen (1)"));
+    power.tool.replace(u"echo ' HomeKit antwortet nicht ' >&2; exit 2"_s);
+    awaitAction(manager->runShortcut(u"Klipper ausschalten"_s));
+    QCOMPARE(manager->actionMessage(), u"HomeKit antwortet nicht"_s);
     QCoreApplication::processEvents();
-    QCOMPARE(fixture.tool.calls().size(), before + 2);
-    QCOMPARE(manager.accessoryState(), HomeKitAccessoryState::off());
+    QCOMPARE(power.tool.calls().size(), 7);
+    QCOMPARE(manager->accessoryState(), HomeKitAccessoryState::off());
 }
 
 // Each template, made into a scene the way a user does it (the example copied under the scene's
@@ -260,15 +241,15 @@ void PowerTest::templatesSwitchTheirPlugs_data()
     QTest::addColumn<QByteArray>("body");
     QTest::addColumn<QString>("shown"); // action message, or the status text for a status scene
 
-    const QString done = str("Kurzbefehl \"Drucker\" ausgefuehrt");
-    const QString on = str("Ender ist eingeschaltet");
-    const QString off = str("Ender ist ausgeschaltet");
+    const QString done = u"Kurzbefehl \"Drucker\" ausgefuehrt"_s;
+    const QString on = u"Ender ist eingeschaltet"_s;
+    const QString off = u"Ender ist ausgeschaltet"_s;
     const char *bearer = "authorization: Bearer t0k3n";
-    auto row = [](const char *scene, const char *config, const char *reply, const char *request,
+    auto row = [](const char *name, const char *config, const char *reply, const char *request,
                   const char *header, const char *body, const QString &shown) {
-        QTest::newRow(scene) << str(scene) << str(config) << QByteArray(reply)
-                             << QByteArray(request) << QByteArray(header) << QByteArray(body)
-                             << shown;
+        QTest::newRow(name) << QString::fromUtf8(name).section(u',', 0, 0)
+                            << QString::fromUtf8(config) << QByteArray(reply) << QByteArray(request)
+                            << QByteArray(header) << QByteArray(body) << shown;
     };
     row("tasmota-an", "PASSWORT='ge heim'", R"({"POWER":"ON"})",
         "GET /cm?cmnd=Power%20On&user=admin&password=ge+heim", "", "", done);
@@ -276,14 +257,11 @@ void PowerTest::templatesSwitchTheirPlugs_data()
         "GET /cm?cmnd=Power%20Off&user=admin&password=", "", "", done);
     row("tasmota-status", "", R"({"POWER":"ON"})", "GET /cm?cmnd=Power&user=admin&password=", "",
         "", on);
-    QTest::newRow("tasmota-an, wrong password")
-        << str("tasmota-an") << QString() << QByteArray("401")
-        << QByteArray("GET /cm?cmnd=Power%20On&user=admin&password=") << QByteArray()
-        << QByteArray() << str("curl: (22) The requested URL returned error: 401");
-    QTest::newRow("tasmota-an, unknown command")
-        << str("tasmota-an") << QString() << QByteArray(R"({"Command":"Unknown"})")
-        << QByteArray("GET /cm?cmnd=Power%20On&user=admin&password=") << QByteArray()
-        << QByteArray() << str(R"(Tasmota antwortet: {"Command":"Unknown"})");
+    row("tasmota-an, wrong password", "", "401", "GET /cm?cmnd=Power%20On&user=admin&password=", "",
+        "", u"curl: (22) The requested URL returned error: 401"_s);
+    row("tasmota-an, unknown command", "", R"({"Command":"Unknown"})",
+        "GET /cm?cmnd=Power%20On&user=admin&password=", "", "",
+        uR"(Tasmota antwortet: {"Command":"Unknown"})"_s);
     row("shelly1-an", "ZUGANG=admin:geheim", R"({"ison":true})", "GET /relay/0?turn=on",
         "authorization: Basic YWRtaW46Z2VoZWlt", "", done);
     row("shelly1-aus", "", R"({"ison":false})", "GET /relay/0?turn=off", "", "", done);
@@ -318,36 +296,30 @@ void PowerTest::templatesSwitchTheirPlugs()
     QFETCH(QByteArray, body);
     QFETCH(QString, shown);
 
-    const bool isStatus = scene.endsWith(str("-status"));
-    SceneFixture fixture(isStatus ? str("Drucker") : QString());
+    const bool isStatus = scene.endsWith(u"-status"_s);
+    Power power(isStatus ? u"Drucker"_s : QString());
     LoopbackHttpServer plug;
     plug.setReply(reply == "401" ? HttpReply::status("HTTP/1.1 401 Unauthorized")
                                  : HttpReply::content("application/json", reply));
 
-    QVERIFY(!scenes::prepareFolder(fixture.folder));
-    const QDir folder(fixture.folder);
-    QVERIFY(
-        QFile::copy(folder.filePath(scene + str(".beispiel")), folder.filePath(str("Drucker"))));
-    QVERIFY(QFile::setPermissions(folder.filePath(str("Drucker")),
+    QVERIFY(!scenes::prepareFolder(power.folder));
+    const QDir folder(power.folder);
+    QVERIFY(QFile::copy(folder.filePath(scene + u".beispiel"_s), folder.filePath(u"Drucker"_s)));
+    QVERIFY(QFile::setPermissions(folder.filePath(u"Drucker"_s),
                                   QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
-    const QString configName = scene.section(u'-', 0, 0)
-                                   .replace(str("shelly1"), str("shelly"))
-                                   .replace(str("shelly2"), str("shelly")) +
-                               str(".conf");
-    QFile configFile(folder.filePath(configName));
+    const QString plugKind = scene.section(u'-', 0, 0).remove(QRegularExpression(u"[12]$"_s));
+    QFile configFile(folder.filePath(plugKind + u".conf"_s));
     QVERIFY(configFile.open(QIODevice::Append));
-    configFile.write(str("\nADRESSE=http://%1\n%2\n").arg(plug.address(), config).toUtf8());
+    configFile.write(u"\nADRESSE=http://%1\n%2\n"_s.arg(plug.address(), config).toUtf8());
     configFile.close();
-    SceneFixture::write(folder.filePath(str("homeassistant.token")), str("t0k3n\n"), false);
-    QFile::setPermissions(folder.filePath(str("homeassistant.token")),
-                          QFile::ReadOwner | QFile::WriteOwner);
+    Power::write(folder.filePath(u"homeassistant.token"_s), u"t0k3n\n"_s, false);
 
-    const auto manager = fixture.manager();
+    const auto manager = power.start();
     if (isStatus) {
         awaitSettled(*manager);
         QCOMPARE(statusText(manager->accessoryState()), shown);
     } else {
-        awaitAction(manager->runShortcut(str("Drucker")));
+        awaitAction(manager->runShortcut(u"Drucker"_s));
         QCOMPARE(manager->actionMessage().value_or(QString()), shown);
     }
     const HttpRequest received = plug.requests().constLast();
@@ -368,37 +340,31 @@ void PowerTest::sceneRunnerRefusesAndExplains_data()
     QTest::addColumn<bool>("executable");
     QTest::addColumn<QString>("shown"); // %1 is the scenes folder
 
-    const QString touch = str("#!/bin/sh\ntouch \"$(dirname \"$0\")/ran\"\n");
-    auto refused = [&](const char *row, const QString &name, const char *shown) {
-        QTest::newRow(row) << name << touch << true << str(shown);
+    const QString touch = u"#!/bin/sh\ntouch \"$(dirname \"$0\")/ran\"\n"_s;
+    auto row = [](const char *row, const QString &scene, const QString &shown,
+                  const QString &name = u"Drucker an"_s, bool executable = true) {
+        QTest::newRow(row) << name << scene << executable << shown;
     };
-    refused("../x", str("../x"),
-            "Szenenname „../x“ enthält „/“: eine Szene ist eine Datei direkt "
-            "im Szenenordner");
-    refused("a/b", str("a/b"),
-            "Szenenname „a/b“ enthält „/“: eine Szene ist eine Datei direkt im "
-            "Szenenordner");
-    refused("--help", str("--help"),
-            "Szenenname „--help“ beginnt mit „-“ und sähe aus wie eine "
-            "Option");
-    refused("-", str("-"), "Szenenname „-“ beginnt mit „-“ und sähe aus wie eine Option");
-    refused("newline", str("a\nb"), "Szenenname „a␊b“ enthält Steuerzeichen");
-    refused("300 bytes", QString(300, u'a'), "Szenenname ist länger als 255 Bytes");
-    refused("empty", QString(), "Kein Kurzbefehls-Name eingetragen");
-    QTest::newRow("missing") << str("Drucker an") << QString() << false
-                             << str("Szene „Drucker an“ fehlt: %1/Drucker an ist keine ausführbare "
-                                    "Datei");
-    QTest::newRow("not executable") << str("Drucker an") << touch << false
-                                    << str("Szene „Drucker an“ ist nicht ausführbar: %1/Drucker an "
-                                           "fehlt das Recht zum Ausführen (chmod +x)");
-    QTest::newRow("hangs") << str("Drucker an") << str("#!/bin/sh\nsleep 60\n") << true
-                           << str("Szene „Drucker an“ lief länger als 0,3 Sekunden und wurde "
-                                  "abgebrochen");
-    QTest::newRow("exit 1, silent") << str("Drucker an") << str("#!/bin/sh\nexit 1\n") << true
-                                    << str("Kurzbefehl fehlgeschlagen (1)");
-    QTest::newRow("says why") << str("Drucker an")
-                              << str("#!/bin/sh\necho ' Steckdose antwortet nicht' >&2; exit 3\n")
-                              << true << str("Steckdose antwortet nicht");
+    const QString slash = u"“ enthält „/“: eine Szene ist eine Datei direkt im Szenenordner"_s;
+    const QString dash = u"“ beginnt mit „-“ und sähe aus wie eine Option"_s;
+    row("../x", touch, u"Szenenname „../x"_s + slash, u"../x"_s);
+    row("a/b", touch, u"Szenenname „a/b"_s + slash, u"a/b"_s);
+    row("--help", touch, u"Szenenname „--help"_s + dash, u"--help"_s);
+    row("-", touch, u"Szenenname „-"_s + dash, u"-"_s);
+    row("newline", touch, u"Szenenname „a␊b“ enthält Steuerzeichen"_s, u"a\nb"_s);
+    row("300 bytes", touch, u"Szenenname ist länger als 255 Bytes"_s, QString(300, u'a'));
+    row("empty", touch, u"Kein Kurzbefehls-Name eingetragen"_s, QString());
+    row("missing", QString(),
+        u"Szene „Drucker an“ fehlt: %1/Drucker an ist keine ausführbare Datei"_s);
+    row("not executable", touch,
+        u"Szene „Drucker an“ ist nicht ausführbar: %1/Drucker an fehlt das Recht zum Ausführen "
+        u"(chmod +x)"_s,
+        u"Drucker an"_s, false);
+    row("hangs", u"#!/bin/sh\nsleep 60\n"_s,
+        u"Szene „Drucker an“ lief länger als 0,3 Sekunden und wurde abgebrochen"_s);
+    row("exit 1, silent", u"#!/bin/sh\nexit 1\n"_s, u"Kurzbefehl fehlgeschlagen (1)"_s);
+    row("says why", u"#!/bin/sh\necho ' Steckdose antwortet nicht' >&2; exit 3\n"_s,
+        u"Steckdose antwortet nicht"_s);
 }
 
 void PowerTest::sceneRunnerRefusesAndExplains()
@@ -408,18 +374,19 @@ void PowerTest::sceneRunnerRefusesAndExplains()
     QFETCH(bool, executable);
     QFETCH(QString, shown);
 
-    SceneFixture fixture;
-    if (!scene.isEmpty() && !name.isEmpty() && name.size() < 256)
-        SceneFixture::write(fixture.folder + u'/' + name, scene, executable);
+    Power power;
+    if (!scene.isEmpty() && !name.isEmpty() && name.size() < 256) {
+        QDir().mkpath(QFileInfo(power.folder + u'/' + name).path());
+        Power::write(power.folder + u'/' + name, scene, executable);
+    }
     qputenv("KESTREL_SCENE_TIME_LIMIT_MS", "300");
-    const auto manager = fixture.manager();
+    const auto manager = power.start();
     awaitAction(manager->runShortcut(name));
     qunsetenv("KESTREL_SCENE_TIME_LIMIT_MS");
     QCOMPARE(manager->actionMessage().value_or(QString()),
-             shown.contains(str("%1")) ? shown.arg(fixture.folder) : shown);
+             shown.contains(u"%1"_s) ? shown.arg(power.folder) : shown);
     QTRY_VERIFY_WITH_TIMEOUT(test::childProcessNames().isEmpty(), 20000); // the hung scene too
-    QDirIterator ran(fixture.config.path(), {str("ran")}, QDir::Files,
-                     QDirIterator::Subdirectories);
+    QDirIterator ran(power.config.path(), {u"ran"_s}, QDir::Files, QDirIterator::Subdirectories);
     QVERIFY2(!ran.hasNext(), "a refused scene ran");
 }
 
