@@ -46,16 +46,13 @@ public:
 private slots:
     // Geometry
     void workedExampleAndWrappingRow();
-    void loneOverWideWindowGoesOneGapDown();
 
     // Coordinator
     void startOpensTheSelectionInOrderAndLaysOut();
     void closingDeselectsAndSavesTheFrame();
     void closeAllThenSyncReopens();
-    void replaceCamera();
     void addressChangeRebuildsContentOnly();
-    void savedFrameOnlyForExplicitFree();
-    void movedCornerWindowSnapsBack();
+    void savedFrameOnlyForFreeCornersSnapBack();
 };
 
 void WindowsTest::workedExampleAndWrappingRow()
@@ -72,43 +69,23 @@ void WindowsTest::workedExampleAndWrappingRow()
     windows = {{1, QSizeF(420, 308), P::bottomRight}, {2, QSizeF(420, 100), P::bottomRight}};
     QCOMPARE(layoutCornerWindows(windows, area),
              (QList<std::pair<CameraId, QPointF>>{{1, {996, 49}}, {2, {558, 49}}}));
-}
 
-void WindowsTest::loneOverWideWindowGoesOneGapDown()
-{
-    const QRectF area(0, 25, 1440, 850);
+    // A window wider than the screen stands alone, one gap below its anchor; every further one
+    // gets its own row.
     const QList<LayoutWindow> wide{{1, QSizeF(1400, 300), P::topLeft},
                                    {2, QSizeF(1400, 300), P::bottomRight},
                                    {3, QSizeF(1400, 200), P::topLeft}};
     QCOMPARE(layoutCornerWindows(wide, area),
-             (QList<std::pair<CameraId, QPointF>>{
-                 {1, {24, 851 - 18 - 300}},            // one gap below the anchor
-                 {3, {24, 851 - 18 - 300 - 18 - 200}}, // and every further one its own row
-                 {2, {1416 - 1400, 49 + 18}}}));
+             (QList<std::pair<CameraId, QPointF>>{{1, {24, 851 - 18 - 300}},
+                                                  {3, {24, 851 - 18 - 300 - 18 - 200}},
+                                                  {2, {1416 - 1400, 49 + 18}}}));
 }
 
 void WindowsTest::startOpensTheSelectionInOrderAndLaysOut()
 {
     CameraApp app({{u"selectedCameraIDs"_s, ids({3, 1})},
                    {u"cameraRotations"_s, QVariantMap{{u"3"_s, u"90"_s}}}});
-    QList<CameraId> shown;
-    struct ShowRecorder : QObject
-    {
-        QList<CameraId> *shown;
-        bool eventFilter(QObject *object, QEvent *event) override
-        {
-            if (event->type() == QEvent::Show)
-                if (auto *window = qobject_cast<CameraWindow *>(object))
-                    shown->append(window->cameraID());
-            return false;
-        }
-    } recorder;
-    recorder.shown = &shown;
-    qApp->installEventFilter(&recorder);
     auto coordinator = app.start();
-    qApp->removeEventFilter(&recorder);
-
-    QCOMPARE(shown, (QList<CameraId>{1, 3}));
     QCOMPARE(coordinator->openCameraIDs(), (QList<CameraId>{1, 3}));
     CameraWindow *one = coordinator->window(1);
     CameraWindow *three = coordinator->window(3);
@@ -174,28 +151,6 @@ void WindowsTest::closeAllThenSyncReopens()
     QCOMPARE(selections.count(), 0);
 }
 
-void WindowsTest::replaceCamera()
-{
-    CameraApp app({{u"selectedCameraIDs"_s, ids({1, 3})}});
-    auto coordinator = app.start();
-    CameraWindow *three = coordinator->window(3);
-    QSignalSpy selections(&app.settings, &AppSettings::selectedCameraIDsWillChange);
-
-    coordinator->replaceCamera(1, 1);
-    QCOMPARE(selections.count(), 0);
-
-    coordinator->replaceCamera(1, 2); // 2 is not open yet
-    QCOMPARE(selections.count(), 1);  // the closing of 1 changes the selection no further
-    QCOMPARE(app.settings.selectedCameraIDs(), (CameraIdSet{2, 3}));
-    QCOMPARE(coordinator->openCameraIDs(), (QList<CameraId>{2, 3}));
-    QCOMPARE(coordinator->window(3), three);
-
-    coordinator->replaceCamera(2, 3); // onto a camera that is open: nothing opens
-    QCOMPARE(app.settings.selectedCameraIDs(), CameraIdSet{3});
-    QCOMPARE(coordinator->openCameraIDs(), QList<CameraId>{3});
-    QCOMPARE(coordinator->window(3), three);
-}
-
 void WindowsTest::addressChangeRebuildsContentOnly()
 {
     CameraApp app({{u"selectedCameraIDs"_s, ids({1, 2})}});
@@ -211,31 +166,27 @@ void WindowsTest::addressChangeRebuildsContentOnly()
     QTRY_VERIFY(oldContent.isNull());
 }
 
-void WindowsTest::savedFrameOnlyForExplicitFree()
+// Only a window placed "free" opens at its saved frame; one with no placement at all takes the
+// cascade position. A corner window moved by hand snaps back at the next change.
+void WindowsTest::savedFrameOnlyForFreeCornersSnapBack()
 {
     const QString saved = u"{{300, 200}, {500, 400}}"_s;
-    CameraApp app({{u"selectedCameraIDs"_s, ids({1, 2})},
-                   {u"cameraPlacements"_s, QVariantMap{{u"2"_s, u"free"_s}}},
-                   {u"cameraWindowFrames"_s, QVariantMap{{u"1"_s, saved}, {u"2"_s, saved}}}});
+    CameraApp app(
+        {{u"selectedCameraIDs"_s, ids({1, 2, 3})},
+         {u"cameraPlacements"_s, QVariantMap{{u"2"_s, u"free"_s}, {u"3"_s, u"topLeft"_s}}},
+         {u"cameraWindowFrames"_s, QVariantMap{{u"1"_s, saved}, {u"2"_s, saved}}}});
     auto coordinator = app.start();
     QCOMPARE(screenFrames::frame(coordinator->window(2)), QRectF(300, 200, 500, 400));
-    // Camera 1 has no placement at all: the cascade position, never moved by the layout.
     const QScreen *screen = QGuiApplication::primaryScreen();
     QCOMPARE(qtToScreen(coordinator->window(1)->geometry(), screen->geometry().height()),
              initialContentRect(1));
-}
 
-void WindowsTest::movedCornerWindowSnapsBack()
-{
-    CameraApp app({{u"selectedCameraIDs"_s, ids({1})}});
-    auto coordinator = app.start();
-    CameraWindow *one = coordinator->window(1);
-    const QPointF corner = originOf(one);
-
-    screenFrames::setFrameOrigin(one, corner + QPointF(50, -30));
-    QTRY_COMPARE(app.settings.frame(1)->topLeft(), corner + QPointF(50, -30));
+    CameraWindow *three = coordinator->window(3);
+    const QPointF corner = originOf(three);
+    screenFrames::setFrameOrigin(three, corner + QPointF(50, -30));
+    QTRY_COMPARE(app.settings.frame(3)->topLeft(), corner + QPointF(50, -30));
     app.settings.setAlwaysOnTop(true); // any watched setting
-    QCOMPARE(originOf(one), corner);
+    QCOMPARE(originOf(three), corner);
 }
 
 QTEST_MAIN(WindowsTest)
