@@ -1,12 +1,10 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: GPL-3.0-or-later
 # Builds the Debian packages, unpacks them into an empty root as dpkg would install them, and
-# checks what a fresh machine would get: a valid desktop entry and metainfo, the icons, Depends
-# that cover every library the binary links and every Qt plugin it loads, and a binary that
-# starts and shows the pictures of the demo printer from the second package.
+# checks what a fresh machine would get: a valid desktop entry and metainfo, the icons, and
+# Depends that cover every library the binary links and every Qt plugin it loads.
 # Usage: tst_package.sh <build folder> <application id>
 set -euo pipefail
-source "$(dirname "$0")/../scripts/common.sh"
 build=$1
 app_id=$2
 
@@ -15,12 +13,7 @@ for tool in cpack dpkg-deb dpkg-shlibdeps desktop-file-validate appstreamcli rea
 done
 
 work=$(mktemp -d)
-pids=()
-cleanup() {
-    for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
-    rm -rf "$work"
-}
-trap cleanup EXIT
+trap 'rm -rf "$work"' EXIT
 fail() { echo "FAIL: $*" >&2; exit 1; }
 
 cpack --config "$build/CPackConfig.cmake" -G DEB -B "$work/packages" >"$work/cpack.log" 2>&1 ||
@@ -101,25 +94,4 @@ done
 require_dependency "$(owner /usr/bin/curl)" /usr/bin/curl
 require_dependency "$(owner /usr/share/qt6/translations/qtbase_de.qm)" "Qt's German texts"
 
-echo "== the unpacked binary against the unpacked demo printer"
-start_demo_printer "$work" "" "$root/usr/bin/kestrel-demo-printer" ||
-    fail "the demo printer did not start"
-pids+=("$printer_pid")
-QT_QPA_PLATFORM=offscreen XDG_CONFIG_HOME="$work/config" \
-    QT_LOGGING_RULES="kestrel.pictures.debug=true" \
-    "$root/usr/bin/kestrel" 2>"$work/kestrel.log" &
-kestrel=$!
-pids+=("$kestrel")
-cameras=0
-for _ in $(seq 300); do
-    cameras=$({ grep -o "http://$printer_address/[^ ]*" "$work/kestrel.log" || true; } | sort -u | wc -l)
-    [ "$cameras" -ge 3 ] && break
-    kill -0 "$kestrel" 2>/dev/null || { cat "$work/kestrel.log"; fail "kestrel ended early"; }
-    sleep 0.1
-done
-[ "$cameras" -ge 3 ] || { cat "$work/kestrel.log"; fail "only $cameras of 3 cameras showed a picture"; }
-kill -TERM "$kestrel"
-status=0
-wait "$kestrel" || status=$?
-[ "$status" -eq 0 ] || fail "kestrel ended with status $status on SIGTERM"
-echo "PASS: pictures from all 3 cameras, clean exit"
+echo "PASS: packages valid, every dependency declared"

@@ -9,6 +9,7 @@
 
 #include <QFile>
 #include <QFutureWatcher>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QSignalSpy>
@@ -23,43 +24,23 @@ using namespace std::chrono_literals;
 
 namespace {
 
-QVariant ids(std::initializer_list<qint64> values)
+// A value as JSON text, read as the settings file is read.
+QVariant json(const char *text)
 {
-    QVariantList list;
-    for (const qint64 value : values)
-        list.append(QVariant::fromValue(value));
-    return list;
+    return QJsonDocument::fromJson(QByteArray("[") + text + "]").array().first().toVariant();
 }
-
-QVariant dictionary(std::initializer_list<std::pair<const char *, QVariant>> entries)
-{
-    QVariantMap map;
-    for (const auto &[key, value] : entries)
-        map.insert(QString::fromUtf8(key), value);
-    return map;
-}
-
-const QVariant defaultPlacements =
-    dictionary({{"1", u"topLeft"_s}, {"2", u"bottomLeft"_s}, {"3", u"topRight"_s}});
 
 // A store in which every key holds a usable, non-default value, so a write shows up as a change.
 QVariantMap fullyStored()
 {
-    return {
-        {u"printerIP"_s, u"127.0.0.1:8080"_s},
-        {u"selectedCameraIDs"_s, ids({1, 2})},
-        {u"alwaysOnTop"_s, true},
-        {u"cameraPlacements"_s, dictionary({{"1", u"free"_s}, {"2", u"topRight"_s}})},
-        {u"cameraWindowFrames"_s, dictionary({{"1", u"{{1, 2}, {3, 4}}"_s}})},
-        {u"homeKitAccessoryName"_s, u"Drucker"_s},
-        {u"homeKitPowerOnSceneName"_s, u"An"_s},
-        {u"homeKitStatusShortcutName"_s, u"Status"_s},
-        {u"customCameraNames"_s, dictionary({{"2", u"Nozzle"_s}, {"3", u"Rolle"_s}})},
-        {u"customSnapshotPaths"_s, dictionary({{"3", u"/snap"_s}})},
-        {u"homeKitPowerOffSceneName"_s, u"Aus"_s},
-        {u"cameraRotations"_s, dictionary({{"1", u"90"_s}})},
-        {u"cameraMirroring"_s, dictionary({{"1", u"both"_s}})},
-    };
+    return json(R"({"printerIP": "127.0.0.1:8080", "selectedCameraIDs": [1, 2], "alwaysOnTop": true,
+        "cameraPlacements": {"1": "free", "2": "topRight"},
+        "cameraWindowFrames": {"1": "{{1, 2}, {3, 4}}"}, "homeKitAccessoryName": "Drucker",
+        "homeKitPowerOnSceneName": "An", "homeKitStatusShortcutName": "Status",
+        "customCameraNames": {"2": "Nozzle", "3": "Rolle"}, "customSnapshotPaths": {"3": "/snap"},
+        "homeKitPowerOffSceneName": "Aus", "cameraRotations": {"1": "90"},
+        "cameraMirroring": {"1": "both"}})")
+        .toMap();
 }
 
 QByteArray readBytes(const QString &path)
@@ -90,52 +71,45 @@ void SettingsTest::oddValuesAreWrittenBackAsLoaded_data()
     QTest::addColumn<QString>("key");
     QTest::addColumn<QVariant>("stored");
     QTest::addColumn<QVariant>("written");
-    auto row = [](const char *name, const QString &key, const QVariant &stored,
-                  const QVariant &written) { QTest::newRow(name) << key << stored << written; };
-
-    row("ip: blanks kept", u"printerIP"_s, u" 10.0.0.9 "_s, u" 10.0.0.9 "_s);
-    row("ip: number", u"printerIP"_s, 7, AppSettings::defaultPrinterIP());
-    row("status: bool", u"homeKitStatusShortcutName"_s, true, QString());
-    row("top: false", u"alwaysOnTop"_s, false, false);
-    row("top: text", u"alwaysOnTop"_s, u"false"_s, true);
-    row("selection: duplicates", u"selectedCameraIDs"_s, ids({3, 1, 3}), ids({1, 3}));
-    row("selection: unknown kept", u"selectedCameraIDs"_s, ids({42}), ids({42}));
-    row("selection: empty", u"selectedCameraIDs"_s, ids({}), ids({1}));
-    row("selection: text element", u"selectedCameraIDs"_s, QVariantList{1, u"2"_s}, ids({1}));
-    row("placements: mixed", u"cameraPlacements"_s,
-        dictionary({{"1", u"free"_s}, {"9", u"topLeft"_s}, {"2", u"sideways"_s}}),
-        dictionary({{"1", u"free"_s}}));
-    row("placements: signed key is no plain id", u"cameraPlacements"_s,
-        dictionary({{"+1", u"free"_s}}), QVariantMap());
-    row("placements: non-string value", u"cameraPlacements"_s,
-        dictionary({{"1", u"free"_s}, {"2", 5}}), defaultPlacements);
-    row("placements: not a dictionary", u"cameraPlacements"_s, u"free"_s, defaultPlacements);
-    row("names: bad keys and empty value", u"customCameraNames"_s,
-        dictionary({{"2", u"Nozzle"_s},
-                    {"x", u"a"_s},
-                    {"3", QString()},
-                    {"", u"b"_s},
-                    {" 1", u"c"_s},
-                    {"1 ", u"d"_s},
-                    {"99999999999999999999", u"e"_s}}),
-        dictionary({{"2", u"Nozzle"_s}}));
-    row("names: one non-string empties all", u"customCameraNames"_s,
-        dictionary({{"2", u"Nozzle"_s}, {"3", 5}}), QVariantMap());
-    row("names: signed keys", u"customCameraNames"_s,
-        dictionary({{"-4", u"minus"_s}, {"+5", u"plus"_s}}),
-        dictionary({{"-4", u"minus"_s}, {"5", u"plus"_s}}));
-    row("paths: same rules", u"customSnapshotPaths"_s,
-        dictionary({{"1", u"snap.jpg"_s}, {"2", QString()}}), dictionary({{"1", u"snap.jpg"_s}}));
-    row("rotations: unknown ids and angles dropped", u"cameraRotations"_s,
-        dictionary({{"1", u"90"_s}, {"2", u"45"_s}, {"3", u"0"_s}, {"4", u"180"_s}}),
-        dictionary({{"1", u"90"_s}}));
-    row("rotations: one non-string empties all", u"cameraRotations"_s,
-        dictionary({{"1", u"90"_s}, {"2", 180}}), QVariantMap());
-    row("mirroring: words", u"cameraMirroring"_s,
-        dictionary({{"1", u"both"_s}, {"2", u"Horizontal"_s}, {"3", u"vertical"_s}}),
-        dictionary({{"1", u"both"_s}, {"3", u"vertical"_s}}));
-    row("frames: empty text kept", u"cameraWindowFrames"_s,
-        dictionary({{"1", QString()}, {"y", u"{{1, 2}, {3, 4}}"_s}}), dictionary({{"1", u""_s}}));
+    auto row = [](const char *name, const char *key, const char *stored, const QVariant &written) {
+        QTest::newRow(name) << QString::fromLatin1(key) << json(stored) << written;
+    };
+    const QVariant placements = json(R"({"1": "topLeft", "2": "bottomLeft", "3": "topRight"})");
+    row("ip: blanks kept", "printerIP", R"(" 10.0.0.9 ")", u" 10.0.0.9 "_s);
+    row("ip: number", "printerIP", "7", AppSettings::defaultPrinterIP());
+    row("status: bool", "homeKitStatusShortcutName", "true", QString());
+    row("top: false", "alwaysOnTop", "false", false);
+    row("top: text", "alwaysOnTop", R"("false")", true);
+    row("selection: duplicates", "selectedCameraIDs", "[3, 1, 3]", json("[1, 3]"));
+    row("selection: unknown kept", "selectedCameraIDs", "[42]", json("[42]"));
+    row("selection: empty", "selectedCameraIDs", "[]", json("[1]"));
+    row("selection: text element", "selectedCameraIDs", R"([1, "2"])", json("[1]"));
+    row("selection: fraction", "selectedCameraIDs", "[1.5]", json("[1]"));
+    row("placements: mixed", "cameraPlacements", R"({"1": "free", "9": "topLeft", "2": "side"})",
+        json(R"({"1": "free"})"));
+    row("placements: signed key is no plain id", "cameraPlacements", R"({"+1": "free"})",
+        QVariantMap());
+    row("placements: non-string value", "cameraPlacements", R"({"1": "free", "2": 5})", placements);
+    row("placements: not a dictionary", "cameraPlacements", R"("free")", placements);
+    row("names: bad keys and empty value", "customCameraNames",
+        R"({"2": "Nozzle", "x": "a", "3": "", "": "b", " 1": "c", "1 ": "d",
+            "99999999999999999999": "e"})",
+        json(R"({"2": "Nozzle"})"));
+    row("names: one non-string empties all", "customCameraNames", R"({"2": "Nozzle", "3": 5})",
+        QVariantMap());
+    row("names: signed keys", "customCameraNames", R"({"-4": "minus", "+5": "plus"})",
+        json(R"({"-4": "minus", "5": "plus"})"));
+    row("paths: same rules", "customSnapshotPaths", R"({"1": "snap.jpg", "2": ""})",
+        json(R"({"1": "snap.jpg"})"));
+    row("rotations: unknown ids and angles dropped", "cameraRotations",
+        R"({"1": "90", "2": "45", "3": "0", "4": "180"})", json(R"({"1": "90"})"));
+    row("rotations: one non-string empties all", "cameraRotations", R"({"1": "90", "2": 180})",
+        QVariantMap());
+    row("mirroring: words", "cameraMirroring",
+        R"({"1": "both", "2": "Horizontal", "3": "vertical"})",
+        json(R"({"1": "both", "3": "vertical"})"));
+    row("frames: empty text kept", "cameraWindowFrames", R"({"1": "", "y": "{{1, 2}, {3, 4}}"})",
+        json(R"({"1": ""})"));
 }
 
 void SettingsTest::oddValuesAreWrittenBackAsLoaded()
@@ -168,33 +142,24 @@ void SettingsTest::eachOperationWritesOnlyItsOwnKey()
     };
     const QList<Case> cases{
         {"select", [](AppSettings &s) { s.setCameraSelected(3, true); }, u"selectedCameraIDs"_s,
-         ids({1, 2, 3})},
+         json("[1, 2, 3]")},
         {"deselect all",
          [](AppSettings &s) { s.setCameraSelected(1, false), s.setCameraSelected(2, false); },
-         u"selectedCameraIDs"_s, ids({})},
+         u"selectedCameraIDs"_s, json("[]")},
         {"placement", [](AppSettings &s) { s.setPlacement(WindowPlacement::bottomRight, 3); },
-         u"cameraPlacements"_s,
-         dictionary({{"1", u"free"_s}, {"2", u"topRight"_s}, {"3", u"bottomRight"_s}})},
+         u"cameraPlacements"_s, json(R"({"1": "free", "2": "topRight", "3": "bottomRight"})")},
         {"clear name", [](AppSettings &s) { s.setCustomName(QString(), 2); },
-         u"customCameraNames"_s, dictionary({{"3", u"Rolle"_s}})},
-        {"no name", [](AppSettings &s) { s.setCustomName(std::nullopt, 3); },
-         u"customCameraNames"_s, dictionary({{"2", u"Nozzle"_s}})},
+         u"customCameraNames"_s, json(R"({"3": "Rolle"})")},
         {"name as catalogue", [](AppSettings &s) { s.setCustomName(u"Übersichtscam"_s, 1); },
-         u"customCameraNames"_s,
-         dictionary({{"1", u"Übersichtscam"_s}, {"2", u"Nozzle"_s}, {"3", u"Rolle"_s}})},
-        {"clear last path", [](AppSettings &s) { s.setCustomSnapshotPath(QString(), 3); },
-         u"customSnapshotPaths"_s, dictionary({})},
-        {"frames",
-         [](AppSettings &s) {
-             s.setCameraWindowFrames({{-3, u"f"_s}});
-         },
-         u"cameraWindowFrames"_s, dictionary({{"-3", u"f"_s}})},
+         u"customCameraNames"_s, json(R"({"1": "Übersichtscam", "2": "Nozzle", "3": "Rolle"})")},
+        {"clear last path", [](AppSettings &s) { s.setCustomSnapshotPath(std::nullopt, 3); },
+         u"customSnapshotPaths"_s, json("{}")},
         // An orientation lives under two keys; this one changes the mirroring alone.
         {"orientation",
          [](AppSettings &s) {
              s.setOrientation({90, false, true}, 1);
          },
-         u"cameraMirroring"_s, dictionary({{"1", u"vertical"_s}})},
+         u"cameraMirroring"_s, json(R"({"1": "vertical"})")},
     };
     for (const Case &c : cases) {
         MemoryKeyValueStore store(fullyStored());
@@ -300,10 +265,9 @@ void SettingsTest::camerasAreTakenOverFromThePrinter()
     }
     QCOMPARE(settings.resolvedCamera(cameraCatalogue()[1]).snapshotPath, u"/webcam2/snap.jpg"_s);
     QCOMPARE(store.value(u"customCameraNames"_s),
-             dictionary({{"1", u"Oben"_s}, {"2", u"Düse"_s}, {"3", u"Rolle"_s}}));
-    QCOMPARE(store.value(u"cameraRotations"_s), dictionary({{"2", u"90"_s}}));
-    QCOMPARE(store.value(u"cameraMirroring"_s),
-             dictionary({{"2", u"vertical"_s}, {"3", u"horizontal"_s}}));
+             json(R"({"1": "Oben", "2": "Düse", "3": "Rolle"})"));
+    QCOMPARE(store.value(u"cameraRotations"_s), json(R"({"2": "90"})"));
+    QCOMPARE(store.value(u"cameraMirroring"_s), json(R"({"2": "vertical", "3": "horizontal"})"));
 }
 
 QTEST_GUILESS_MAIN(SettingsTest)
