@@ -70,7 +70,7 @@ struct Kestrel
             environment.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
         process.setProcessEnvironment(environment);
         process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        process.start(QStringLiteral(KESTREL_BINARY), {});
+        process.start(QStringLiteral(KESTREL_PATH), {});
         return process.waitForStarted();
     }
     QJsonArray selected() const

@@ -40,7 +40,7 @@ struct Power
         qputenv("XDG_CONFIG_HOME", config.path().toUtf8());
         QDir().mkpath(folder);
     }
-    std::unique_ptr<HomeKitManager> start(const QString &runner = KESTREL_SCENE_RUNNER)
+    std::unique_ptr<HomeKitManager> start(const QString &runner = KESTREL_SCENE_PATH)
     {
         return std::make_unique<HomeKitManager>(settings, nullptr, hasTool ? tool.path() : none,
                                                 runner);
