@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: GPL-3.0-or-later
 # Fuzzes the settings loader and the frame-text reader with libFuzzer for a bounded time:
-# bench/fuzz.sh [SECONDS per target] (default 60). Inputs that break a check are kept in
-# tests/fuzz-corpus/<target>/, where the test suite replays them from then on.
+# bench/fuzz.sh [SECONDS per target] (default 60). Inputs that break a check, and the fewest
+# inputs that reach every path found, are kept in tests/fuzz-corpus/<target>/, where the test
+# suite replays them from then on.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 source scripts/common.sh
@@ -19,4 +20,6 @@ for target in settings frame_text; do
     echo "== fuzz_$target for $seconds s"
     build-fuzz/fuzz/fuzz_$target -max_total_time="$seconds" -artifact_prefix="$kept/" \
         -print_final_stats=1 "$corpus" "$kept"
+    # Keeps the inputs that reach paths the kept ones do not, for the test suite to replay.
+    build-fuzz/fuzz/fuzz_$target -merge=1 "$kept" "$corpus"
 done

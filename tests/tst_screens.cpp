@@ -385,7 +385,10 @@ void ScreensTest::cameraWindowFollowsAddressAndNames()
     QCOMPARE(placeholder->title(), u"Ungültige URL"_s);
     QVERIFY(!view->findChild<SnapshotStreamView *>()); // nothing that could fetch
 
-    app.settings.setPrinterIP(u"127.0.0.1:9"_s);
+    QSignalSpy closes(window, &CameraWindow::closing);
+    app.settings.setPrinterIP(u"127.0.0.1:9"_s); // the same window gets new content
+    QCOMPARE(coordinator->window(1), window);
+    QCOMPARE(closes.count(), 0);
     view = qobject_cast<CameraWindowView *>(window->content());
     const auto *stream = view->findChild<SnapshotStreamView *>();
     footer = view->findChild<LinkButton *>();

@@ -50,8 +50,6 @@ private slots:
     // Coordinator
     void startOpensTheSelectionInOrderAndLaysOut();
     void closingDeselectsAndSavesTheFrame();
-    void closeAllThenSyncReopens();
-    void addressChangeRebuildsContentOnly();
     void savedFrameOnlyForFreeCornersSnapBack();
 };
 
@@ -133,37 +131,6 @@ void WindowsTest::closingDeselectsAndSavesTheFrame()
     QCOMPARE(coordinator->openCameraIDs(), QList<CameraId>{2});
     QCOMPARE(app.settings.selectedCameraIDs(), (CameraIdSet{2, 42}));
     QTRY_COMPARE(app.settings.frame(3), std::optional(thirdFrame));
-}
-
-void WindowsTest::closeAllThenSyncReopens()
-{
-    CameraApp app({{u"selectedCameraIDs"_s, ids({1, 2, 3})}});
-    auto coordinator = app.start();
-    QSignalSpy selections(&app.settings, &AppSettings::selectedCameraIDsWillChange);
-
-    coordinator->closeAllWindows();
-    QVERIFY(coordinator->openCameraIDs().isEmpty());
-    QCOMPARE(app.settings.selectedCameraIDs(), (CameraIdSet{1, 2, 3}));
-    QTRY_COMPARE(app.settings.cameraWindowFrames().size(), 3);
-
-    coordinator->syncWindows();
-    QCOMPARE(coordinator->openCameraIDs(), (QList<CameraId>{1, 2, 3}));
-    QCOMPARE(selections.count(), 0);
-}
-
-void WindowsTest::addressChangeRebuildsContentOnly()
-{
-    CameraApp app({{u"selectedCameraIDs"_s, ids({1, 2})}});
-    auto coordinator = app.start();
-    CameraWindow *one = coordinator->window(1);
-    QPointer<QWidget> oldContent = one->content();
-    QSignalSpy closes(one, &CameraWindow::closing);
-
-    app.settings.setPrinterIP(u"127.0.0.1:1"_s);
-    QCOMPARE(coordinator->window(1), one);
-    QCOMPARE(closes.count(), 0);
-    QVERIFY(one->content() != oldContent);
-    QTRY_VERIFY(oldContent.isNull());
 }
 
 // Only a window placed "free" opens at its saved frame; one with no placement at all takes the
