@@ -2,6 +2,7 @@
 // The user's settings as they lie on disk: what a broken or odd value becomes, that every change
 // writes its own key and leaves the others, and the file that holds them.
 #include "LoopbackHttpServer.h"
+#include "Table.h"
 #include "platform/JsonFileKeyValueStore.h"
 #include "platform/MemoryKeyValueStore.h"
 #include "settings/AppSettings.h"
@@ -25,9 +26,9 @@ using namespace std::chrono_literals;
 namespace {
 
 // A value as JSON text, read as the settings file is read.
-QVariant json(const char *text)
+QVariant json(const QByteArray &text)
 {
-    return QJsonDocument::fromJson(QByteArray("[") + text + "]").array().first().toVariant();
+    return QJsonDocument::fromJson("[" + text + "]").array().first().toVariant();
 }
 
 // A store in which every key holds a usable, non-default value, so a write shows up as a change.
@@ -71,45 +72,33 @@ void SettingsTest::oddValuesAreWrittenBackAsLoaded_data()
     QTest::addColumn<QString>("key");
     QTest::addColumn<QVariant>("stored");
     QTest::addColumn<QVariant>("written");
-    auto row = [](const char *name, const char *key, const char *stored, const QVariant &written) {
-        QTest::newRow(name) << QString::fromLatin1(key) << json(stored) << written;
-    };
-    const QVariant placements = json(R"({"1": "topLeft", "2": "bottomLeft", "3": "topRight"})");
-    row("ip: blanks kept", "printerIP", R"(" 10.0.0.9 ")", u" 10.0.0.9 "_s);
-    row("ip: number", "printerIP", "7", AppSettings::defaultPrinterIP());
-    row("status: bool", "homeKitStatusShortcutName", "true", QString());
-    row("top: false", "alwaysOnTop", "false", false);
-    row("top: text", "alwaysOnTop", R"("false")", true);
-    row("selection: duplicates", "selectedCameraIDs", "[3, 1, 3]", json("[1, 3]"));
-    row("selection: unknown kept", "selectedCameraIDs", "[42]", json("[42]"));
-    row("selection: empty", "selectedCameraIDs", "[]", json("[1]"));
-    row("selection: text element", "selectedCameraIDs", R"([1, "2"])", json("[1]"));
-    row("selection: fraction", "selectedCameraIDs", "[1.5]", json("[1]"));
-    row("placements: mixed", "cameraPlacements", R"({"1": "free", "9": "topLeft", "2": "side"})",
-        json(R"({"1": "free"})"));
-    row("placements: signed key is no plain id", "cameraPlacements", R"({"+1": "free"})",
-        QVariantMap());
-    row("placements: non-string value", "cameraPlacements", R"({"1": "free", "2": 5})", placements);
-    row("placements: not a dictionary", "cameraPlacements", R"("free")", placements);
-    row("names: bad keys and empty value", "customCameraNames",
-        R"({"2": "Nozzle", "x": "a", "3": "", "": "b", " 1": "c", "1 ": "d",
-            "99999999999999999999": "e"})",
-        json(R"({"2": "Nozzle"})"));
-    row("names: one non-string empties all", "customCameraNames", R"({"2": "Nozzle", "3": 5})",
-        QVariantMap());
-    row("names: signed keys", "customCameraNames", R"({"-4": "minus", "+5": "plus"})",
-        json(R"({"-4": "minus", "5": "plus"})"));
-    row("paths: same rules", "customSnapshotPaths", R"({"1": "snap.jpg", "2": ""})",
-        json(R"({"1": "snap.jpg"})"));
-    row("rotations: unknown ids and angles dropped", "cameraRotations",
-        R"({"1": "90", "2": "45", "3": "0", "4": "180"})", json(R"({"1": "90"})"));
-    row("rotations: one non-string empties all", "cameraRotations", R"({"1": "90", "2": 180})",
-        QVariantMap());
-    row("mirroring: words", "cameraMirroring",
-        R"({"1": "both", "2": "Horizontal", "3": "vertical"})",
-        json(R"({"1": "both", "3": "vertical"})"));
-    row("frames: empty text kept", "cameraWindowFrames", R"({"1": "", "y": "{{1, 2}, {3, 4}}"})",
-        json(R"({"1": ""})"));
+    // Row, key, the value as stored, the value as written back; both as JSON.
+    for (const QStringList &row : test::tableRows(uR"(
+ip: blanks kept | printerIP | " 10.0.0.9 " | " 10.0.0.9 "
+ip: number | printerIP | 7 | "192.168.178.50"
+status: bool | homeKitStatusShortcutName | true | ""
+top: false | alwaysOnTop | false | false
+top: text | alwaysOnTop | "false" | true
+selection: duplicates | selectedCameraIDs | [3, 1, 3] | [1, 3]
+selection: unknown kept | selectedCameraIDs | [42] | [42]
+selection: empty | selectedCameraIDs | [] | [1]
+selection: text element | selectedCameraIDs | [1, "2"] | [1]
+selection: fraction | selectedCameraIDs | [1.5] | [1]
+placements: mixed | cameraPlacements | {"1": "free", "9": "topLeft", "2": "side"} | {"1": "free"}
+placements: signed key is no plain id | cameraPlacements | {"+1": "free"} | {}
+placements: non-string value | cameraPlacements | {"1": "free", "2": 5} | {"1": "topLeft", "2": "bottomLeft", "3": "topRight"}
+placements: not a dictionary | cameraPlacements | "free" | {"1": "topLeft", "2": "bottomLeft", "3": "topRight"}
+names: bad keys, empty value | customCameraNames | {"2": "N", "x": "a", "3": "", "": "b", " 1": "c", "1 ": "d", "99999999999999999999": "e"} | {"2": "N"}
+names: one non-string empties all | customCameraNames | {"2": "Nozzle", "3": 5} | {}
+names: signed keys | customCameraNames | {"-4": "minus", "+5": "plus"} | {"-4": "minus", "5": "plus"}
+paths: same rules | customSnapshotPaths | {"1": "snap.jpg", "2": ""} | {"1": "snap.jpg"}
+rotations: unknown ids and angles dropped | cameraRotations | {"1": "90", "2": "45", "3": "0", "4": "180"} | {"1": "90"}
+rotations: one non-string empties all | cameraRotations | {"1": "90", "2": 180} | {}
+mirroring: words | cameraMirroring | {"1": "both", "2": "Horizontal", "3": "vertical"} | {"1": "both", "3": "vertical"}
+frames: empty text kept | cameraWindowFrames | {"1": "", "y": "{{1, 2}, {3, 4}}"} | {"1": ""}
+    )"_s))
+        QTest::newRow(qPrintable(row[0]))
+            << row[1] << json(row[2].toUtf8()) << json(row[3].toUtf8());
 }
 
 void SettingsTest::oddValuesAreWrittenBackAsLoaded()
