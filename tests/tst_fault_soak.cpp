@@ -7,7 +7,7 @@
 // bench/soak.sh runs it for as long as wanted).
 
 #include "CameraApp.h"
-#include "ChildProcesses.h"
+#include "Helpers.h"
 #include "screens/ContentView.h"
 #include "stream/SnapshotErrorCard.h"
 #include "stream/SnapshotLoader.h"
@@ -99,37 +99,24 @@ void FaultSoakTest::screensFollowEveryFaultAndNothingIsLost()
         }
         return text;
     };
-    // Per state, how the host's reason and each camera's text begin; "" is a live picture and
-    // no card, "*" anything.
-    struct State
-    {
-        const char *name;
-        QStringList starts;
-    };
-    const QString offline = u"Raspberry Pi offline: "_s;
-    const QString notFound =
-        u"Kamera nicht erreichbar: curl: (22) The requested URL returned error: 404"_s;
-    const QString invalid = u"Kamera nicht erreichbar: JPEG ungültig: "_s;
-    const QList<State> states{
-        {"up", {"", "", "", ""}},
-        {"closed",
-         {u"curl: (7)"_s, offline + u"curl: (7)"_s, offline + u"curl: (7)"_s,
-          offline + u"curl: (7)"_s}},
-        {"silent",
-         {u"curl: (28)"_s, offline + u"curl: (28)"_s, offline + u"curl: (28)"_s,
-          offline + u"curl: (28)"_s}},
-        {"404", {"", "", notFound, ""}},
-        {"html", {"", invalid, invalid, invalid}},
-        {"truncated", {"", "*", "*", "*"}}, // how much of a cut picture shows is the decoder's
-        {"random", {"", invalid, invalid, invalid}},
-        {"huge", {"", "", "", invalid}},
-        {"http10", {u"Keine gueltige HTTP-Antwort vom Pi"_s, "", "", ""}},
-        {"up", {"", "", "", ""}},
-    };
-    auto shows = [&](const State &state) {
+    // Per state, how the host's reason and each camera's text begin; "-" is a live picture and
+    // no card, "*" anything (how much of a cut picture shows is the decoder's).
+    const QList<QStringList> states = test::tableRows(uR"(
+up        | -          | -                                        | -                                        | -
+closed    | curl: (7)  | Raspberry Pi offline: curl: (7)          | Raspberry Pi offline: curl: (7)          | Raspberry Pi offline: curl: (7)
+silent    | curl: (28) | Raspberry Pi offline: curl: (28)         | Raspberry Pi offline: curl: (28)         | Raspberry Pi offline: curl: (28)
+404       | -          | -                                        | Kamera nicht erreichbar: curl: (22) The requested URL returned error: 404 | -
+html      | -          | Kamera nicht erreichbar: JPEG ungültig:  | Kamera nicht erreichbar: JPEG ungültig:  | Kamera nicht erreichbar: JPEG ungültig:
+truncated | -          | *                                        | *                                        | *
+random    | -          | Kamera nicht erreichbar: JPEG ungültig:  | Kamera nicht erreichbar: JPEG ungültig:  | Kamera nicht erreichbar: JPEG ungültig:
+huge      | -          | -                                        | -                                        | Kamera nicht erreichbar: JPEG ungültig:
+http10    | Keine gueltige HTTP-Antwort vom Pi | -              | -                                        | -
+up        | -          | -                                        | -                                        | -
+    )"_s);
+    auto shows = [&](const QStringList &state) {
         const QStringList parts = shown().split(u" | "_s);
         for (qsizetype i = 0; i < parts.size(); ++i) {
-            const QString &start = state.starts[i];
+            const QString &start = state[i + 1];
             if (start != u"*" &&
                 (start.isEmpty() ? !parts[i].isEmpty() : !parts[i].startsWith(start)))
                 return false;
@@ -148,12 +135,11 @@ void FaultSoakTest::screensFollowEveryFaultAndNothingIsLost()
     QStringList descriptorsBefore;
     [[maybe_unused]] qint64 residentBefore = 0;
     for (qsizetype i = 0; i < states.size(); ++i) {
-        const State &state = states[i];
-        host.write(QByteArray(state.name) + '\n');
+        const QStringList &state = states[i];
+        host.write(state[0].toLatin1() + '\n');
         QElapsedTimer clock;
         clock.start();
-        QTRY_VERIFY2_WITH_TIMEOUT(shows(state),
-                                  qPrintable(QString::fromLatin1(state.name) + u" - "_s + shown()),
+        QTRY_VERIFY2_WITH_TIMEOUT(shows(state), qPrintable(state[0] + u" - "_s + shown()),
                                   std::max(stateMs, 12000));
         QTest::qWait(int(std::max<qint64>(0, stateMs - clock.elapsed())));
         if (i == 0) {

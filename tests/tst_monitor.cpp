@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "ChildProcesses.h"
+#include "Helpers.h"
 #include "FakeTool.h"
 #include "LoopbackHttpServer.h"
 #include "LoopbackOnlyNetwork.h"

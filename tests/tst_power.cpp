@@ -2,10 +2,9 @@
 // Switching the printer and asking for its state, through the shortcuts tool or, with none, the
 // scene runner: the exact arguments, the text every answer and every failure gives, and that only
 // the newest answer counts.
-#include "ChildProcesses.h"
+#include "Helpers.h"
 #include "FakeTool.h"
 #include "LoopbackHttpServer.h"
-#include "Table.h"
 #include "platform/MemoryKeyValueStore.h"
 #include "power/HomeKitManager.h"
 #include "power/SceneFolder.h"

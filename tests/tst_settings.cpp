@@ -2,7 +2,7 @@
 // The user's settings as they lie on disk: what a broken or odd value becomes, that every change
 // writes its own key and leaves the others, and the file that holds them.
 #include "LoopbackHttpServer.h"
-#include "Table.h"
+#include "Helpers.h"
 #include "platform/JsonFileKeyValueStore.h"
 #include "platform/MemoryKeyValueStore.h"
 #include "settings/AppSettings.h"

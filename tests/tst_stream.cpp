@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // One camera's pictures, fetched with the real curl from a loopback host: what shows, what the
 // user reads when it fails, and that no curl and no picture file outlives its loop.
-#include "ChildProcesses.h"
+#include "Helpers.h"
 #include "FakeTool.h"
 #include "LoopbackHttpServer.h"
-#include "TestPictures.h"
 #include "settings/SnapshotUrls.h"
 #include "stream/PictureRate.h"
 #include "stream/SnapshotFetch.h"

@@ -5,7 +5,7 @@
 // It runs as a process of its own so that its buffers never count as Kestrel's memory.
 
 #include "LoopbackHttpServer.h"
-#include "TestPictures.h"
+#include "Helpers.h"
 
 #include <QGuiApplication>
 #include <QRandomGenerator>
