@@ -4,9 +4,9 @@
 // asks first, and that no text is cut. A PNG of each screen is left in the build folder.
 #include "CameraApp.h"
 #include "FakeTool.h"
+#include "Helpers.h"
 #include "LoopbackHttpServer.h"
 #include "LoopbackOnlyNetwork.h"
-#include "Helpers.h"
 #include "app/KestrelApp.h"
 #include "screens/ContentView.h"
 #include "screens/SettingsView.h"
@@ -121,7 +121,6 @@ private slots:
     void settingsWindowStoresAtOnceAndAsksBeforePowerOff();
     void everyScreenShowsItsTextsWhole();
     void cameraWindowFollowsAddressAndNames();
-    void returnInACameraWindowAsksBeforePoweringOff();
     void cameraWindowInEveryState();
 
 private:
@@ -336,13 +335,16 @@ void ScreensTest::everyScreenShowsItsTextsWhole()
 
 // Without a valid address only the placeholder shows and nothing fetches; with one, the picture
 // and the footer, which shows the snapshot address but opens the host's page. The window's menu
-// names the cameras as the user does and switches the window to another.
+// names the cameras as the user does and switches the window to another. Powering off asks first.
 void ScreensTest::cameraWindowFollowsAddressAndNames()
 {
+    Environment environment;
     CameraApp app({{u"selectedCameraIDs"_s, idList({1, 3})},
                    {u"printerIP"_s, u"drucker zuhause"_s},
                    {u"customSnapshotPaths"_s, QVariantMap{{u"1"_s, u"snap.jpg"_s}}},
-                   {u"customCameraNames"_s, QVariantMap{{u"2"_s, u"Nozzle"_s}}}});
+                   {u"customCameraNames"_s, QVariantMap{{u"2"_s, u"Nozzle"_s}}},
+                   {u"homeKitPowerOffSceneName"_s, u"Drucker aus"_s}},
+                  environment.shortcuts.path());
     auto coordinator = app.start();
     CameraWindow *window = coordinator->window(1);
     auto *view = qobject_cast<CameraWindowView *>(window->content());
@@ -394,39 +396,27 @@ void ScreensTest::cameraWindowFollowsAddressAndNames()
     view->findChild<CameraMenuButton *>()->menu()->actions()[2]->trigger();
     QTRY_COMPARE(app.settings.selectedCameraIDs(), CameraIdSet{3});
     QCOMPARE(coordinator->openCameraIDs(), QList<CameraId>{3});
-}
 
-void ScreensTest::returnInACameraWindowAsksBeforePoweringOff()
-{
-    QTemporaryDir dir;
-    FakeTool shortcuts(dir.path(), u"shortcuts"_s, u"true"_s);
-    QVariantMap stored = noWindows;
-    stored.insert(u"homeKitPowerOffSceneName"_s, u"Drucker aus"_s);
-    CameraApp app(stored, shortcuts.path());
-    auto coordinator = app.start();
-    CameraWindowView view(cameraCatalogue()[0], {app.settings, app.monitor, app.homeKit});
-    view.show();
-    QVERIFY(QTest::qWaitForWindowActive(&view));
-
-    QTest::keyClick(&view, Qt::Key_Return);
-    QMessageBox *alert = openAlert(&view);
+    // Return asks before powering off; confirming runs the off scene named at that moment.
+    CameraWindow *three = coordinator->window(3);
+    view = qobject_cast<CameraWindowView *>(three->content());
+    three->activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(three));
+    QTest::keyClick(view, Qt::Key_Return);
+    QMessageBox *alert = openAlert(view);
     QCOMPARE(alert->text(), u"Bist du sicher?"_s);
     QCOMPARE(alert->informativeText(), u"Der Kurzbefehl schaltet den Drucker aus."_s);
     QCOMPARE(alert->buttonRole(childWithText(alert, u"Bis du sicher?"_s)),
              QMessageBox::DestructiveRole);
     writePng(*alert, u"camera-power-off-alert"_s);
     childWithText(alert, u"Abbrechen"_s)->click();
-    QTRY_VERIFY(!view.findChild<QMessageBox *>());
-    QCoreApplication::processEvents();
-    QVERIFY(shortcuts.calls().isEmpty());
-
-    // Confirming runs the off scene named at that moment.
-    view.findChild<QToolButton *>(u"powerButton"_s)->click();
-    alert = openAlert(&view);
+    QTRY_VERIFY(!view->findChild<QMessageBox *>());
+    view->findChild<QToolButton *>(u"powerButton"_s)->click();
+    alert = openAlert(view);
     app.settings.setHomeKitPowerOffSceneName(u"Alles aus"_s);
     childWithText(alert, u"Bis du sicher?"_s)->click();
     const QList<QStringList> offScene{{u"run"_s, u"Alles aus"_s}};
-    QTRY_COMPARE(shortcuts.calls(), offScene);
+    QTRY_COMPARE(environment.shortcuts.calls(), offScene);
     QTRY_COMPARE(app.homeKit.actionMessage(), u"Kurzbefehl \"Alles aus\" ausgefuehrt"_s);
 }
 
