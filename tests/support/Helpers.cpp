@@ -2,15 +2,31 @@
 #include "Helpers.h"
 
 #include <QBuffer>
+#include <QCoreApplication>
 #include <QDir>
 #include <QImage>
 #include <QLinearGradient>
+#include <QNetworkProxy>
 #include <QPainter>
 #include <QWidget>
 
 #include <unistd.h>
 
 namespace kestrel::test {
+
+namespace {
+
+// Whatever address a test gets wrong, Qt's own requests never leave the machine: like curl's,
+// through http_proxy, they go to a loopback port where nothing listens. Kestrel's only one is
+// the host's fire-and-forget wake-up, which no test waits for.
+void keepRequestsHome()
+{
+    QNetworkProxy::setApplicationProxy(
+        QNetworkProxy(QNetworkProxy::HttpProxy, QStringLiteral("127.0.0.1"), 9));
+}
+Q_COREAPP_STARTUP_FUNCTION(keepRequestsHome)
+
+} // namespace
 
 QStringList childProcessNames()
 {
