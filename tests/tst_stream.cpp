@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // One camera's pictures, fetched with the real curl from a loopback host: what shows, what the
 // user reads when it fails, and that no curl and no picture file outlives its loop.
-#include "Helpers.h"
 #include "FakeTool.h"
+#include "Helpers.h"
 #include "LoopbackHttpServer.h"
 #include "settings/SnapshotUrls.h"
-#include "stream/PictureRate.h"
 #include "stream/SnapshotFetch.h"
 #include "stream/SnapshotLoader.h"
 
@@ -59,7 +58,6 @@ private slots:
     void loopRestartsOnlyForNewAddressesAndEndsClean();
     void curlGetsExactlyEightArguments_data();
     void curlGetsExactlyEightArguments();
-    void pictureRateOverTheLastThreeSeconds();
     void picturesArriveTurnedAndMirrored_data();
     void picturesArriveTurnedAndMirrored();
 
@@ -261,21 +259,6 @@ void StreamTest::curlGetsExactlyEightArguments()
     written.removeAll(u"curl.calls"_s);
     QCOMPARE(written, QStringList{u"curl"_s}); // nothing run made a file
     QVERIFY(!QFile::exists(u"/tmp/x"_s));
-}
-
-void StreamTest::pictureRateOverTheLastThreeSeconds()
-{
-    PictureRate rate;
-    QCOMPARE(rate.perSecond(5000), std::nullopt);
-    for (qint64 time = 0; time <= 1000; time += 200)
-        rate.record(time);
-    QCOMPARE(rate.perSecond(900), std::nullopt);                    // one second at least
-    QCOMPARE(pictureRateText(*rate.perSecond(1000)), u"6,0 B/s"_s); // over the second so far
-    for (qint64 time = 1200; time <= 6000; time += 200)
-        rate.record(time);
-    QCOMPARE(pictureRateText(*rate.perSecond(6000)), u"5,0 B/s"_s);
-    QCOMPARE(pictureRateText(*rate.perSecond(7500)), u"2,7 B/s"_s); // stopped at 6 s
-    QCOMPARE(pictureRateText(*rate.perSecond(9000)), u"0,0 B/s"_s);
 }
 
 void StreamTest::picturesArriveTurnedAndMirrored_data()
