@@ -1,13 +1,17 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The user's settings as they lie on disk: what a broken or odd value becomes, that every change
-// writes its own key and leaves the others, and the file that holds them.
-#include "LoopbackHttpServer.h"
+// writes its own key and leaves the others, the file that holds them, and every input the fuzzers
+// keep in tests/fuzz-corpus (seeds, every input that ever broke a check, and the fewest that reach
+// every path found), through the checks the fuzzers apply; a violation ends with a crash.
+#include "FuzzChecks.h"
 #include "Helpers.h"
+#include "LoopbackHttpServer.h"
 #include "platform/JsonFileKeyValueStore.h"
 #include "platform/MemoryKeyValueStore.h"
 #include "settings/AppSettings.h"
 #include "settings/WebcamImport.h"
 
+#include <QDirIterator>
 #include <QFile>
 #include <QFutureWatcher>
 #include <QJsonArray>
@@ -63,6 +67,8 @@ private slots:
     void fileIsWrittenLateAndKeepsWhatItCannotRead();
     void camerasAreTakenOverFromThePrinter_data();
     void camerasAreTakenOverFromThePrinter();
+    void fuzzInputsStillPass_data();
+    void fuzzInputsStillPass();
 };
 
 // Each row stores one key as a person or an older version may have left it, and gives what the
@@ -257,6 +263,40 @@ void SettingsTest::camerasAreTakenOverFromThePrinter()
              json(R"({"1": "Oben", "2": "Düse", "3": "Rolle"})"));
     QCOMPARE(store.value(u"cameraRotations"_s), json(R"({"2": "90"})"));
     QCOMPARE(store.value(u"cameraMirroring"_s), json(R"({"2": "vertical", "3": "horizontal"})"));
+}
+
+void SettingsTest::fuzzInputsStillPass_data()
+{
+    QTest::addColumn<QString>("path");
+    QDirIterator files(QStringLiteral(KESTREL_FUZZ_CORPUS), QDir::Files,
+                       QDirIterator::Subdirectories);
+    while (files.hasNext()) {
+        const QFileInfo file(files.next());
+        QTest::newRow(qPrintable(file.dir().dirName() + u'/' + file.fileName())) << file.filePath();
+    }
+}
+
+// A settings document also goes through the real file: loading never fails, a file that cannot
+// be read is kept aside byte for byte before the first write, and what is written is whole.
+void SettingsTest::fuzzInputsStillPass()
+{
+    QFETCH(QString, path);
+    const QByteArray bytes = readBytes(path);
+    if (QFileInfo(path).dir().dirName() != u"settings") {
+        fuzz::checkFrameText(bytes);
+        return;
+    }
+    fuzz::checkSettingsDocument(bytes);
+    QTemporaryDir dir;
+    const QString file = dir.filePath(u"settings.json"_s);
+    QVERIFY(QFile::copy(path, file));
+    JsonFileKeyValueStore store(file);
+    AppSettings settings(store);
+    settings.setAlwaysOnTop(!settings.alwaysOnTop());
+    store.flush();
+    const bool readable = QJsonDocument::fromJson(bytes).isObject();
+    QCOMPARE(readBytes(file + u".corrupt"_s), readable ? QByteArray() : bytes);
+    QVERIFY(QJsonDocument::fromJson(readBytes(file)).isObject());
 }
 
 QTEST_GUILESS_MAIN(SettingsTest)
