@@ -1,17 +1,27 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The real kestrel binary, ended every way a user or a session ends it. It must quit in order,
-// leaving no curl running and no picture file behind, and keep the user's camera windows for
-// the next start.
+// Kestrel on a real X server with a real window manager (Xvfb and openbox).
+//
+// The real kestrel binary, ended every way a user or a session ends it: it must quit in order,
+// leaving no curl running and no picture file behind, and keep the user's camera windows for the
+// next start. Camera windows, read back from the X server with xprop and xwininfo: the frames the
+// window manager draws, title bar included, stand in their corners; the windows stay above and on
+// every desktop; the class and role let task bars know them; and a minimised window fetches
+// nothing.
 
+#include "CameraApp.h"
 #include "LoopbackHttpServer.h"
+#include "app/AppIdentity.h"
+#include "stream/SnapshotLoader.h"
+#include "stream/SnapshotStreamView.h"
+#include "windows/CameraWindow.h"
 
 #include <QDir>
-#include <QDirIterator>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -19,11 +29,55 @@
 
 #include <csignal>
 
-using kestrel::HttpReply;
-using kestrel::LoopbackHttpServer;
+using namespace kestrel;
 using namespace Qt::StringLiterals;
+using test::CameraApp;
+using test::idList;
 
 namespace {
+
+bool hasDisplay = false;
+
+// Runs a program to its end with the event loop going, for a loopback printer of the test's own
+// must go on answering meanwhile; its output, or none when it failed.
+std::optional<QString> run(const QString &program, const QStringList &arguments)
+{
+    QProcess process;
+    QSignalSpy finished(&process, &QProcess::finished);
+    process.start(program, arguments);
+    if (!finished.wait(20000) || process.exitCode() != 0)
+        return std::nullopt;
+    return QString::fromUtf8(process.readAllStandardOutput());
+}
+
+// A property as xprop prints it after " = "; `format` for xprop's -f.
+QString xprop(const QWidget *window, const QString &name, const QStringList &format = {})
+{
+    const QString id = QString::number(window->winId());
+    return run(u"xprop"_s, QStringList{u"-id"_s, id} << format << name)
+        .value_or(QString())
+        .section(u" = "_s, 1)
+        .trimmed();
+}
+
+// Where X has the window, widened by the frame the window manager says it drew around it.
+QRect managedFrame(const QWidget *window)
+{
+    const QStringList extents = xprop(window, u"_NET_FRAME_EXTENTS"_s).split(u", "_s);
+    if (extents.size() != 4) // left, right, top, bottom
+        return {};
+    const QString info =
+        run(u"xwininfo"_s, {u"-id"_s, QString::number(window->winId())}).value_or(QString());
+    auto field = [&](const char *name) {
+        return QRegularExpression(QString::fromLatin1(name) + u":\\s+(-?\\d+)"_s)
+            .match(info)
+            .captured(1)
+            .toInt();
+    };
+    return QRect(field("Absolute upper-left X"), field("Absolute upper-left Y"), field("Width"),
+                 field("Height"))
+        .adjusted(-extents[0].toInt(), -extents[2].toInt(), extents[1].toInt(), extents[3].toInt());
+}
 
 // Processes anywhere on the machine whose command line mentions `text`.
 int processesMentioning(const QString &text)
@@ -87,11 +141,7 @@ struct Kestrel
 // Drives the desktop as a user does, through xdotool and the window manager.
 bool xdotool(const QStringList &arguments)
 {
-    QProcess xdotool;
-    QSignalSpy finished(&xdotool, &QProcess::finished);
-    xdotool.start(u"xdotool"_s, arguments);
-    // Waits in the event loop: a loopback printer of the test's own must go on answering.
-    return finished.wait(20000) && xdotool.exitCode() == 0;
+    return run(u"xdotool"_s, arguments).has_value();
 }
 
 bool windowShown(const QString &title)
@@ -115,17 +165,82 @@ bool closeWithKeys(const QString &title, const QString &keys)
 
 } // namespace
 
-class AppLifecycleTest : public QObject
+class DesktopTest : public QObject
 {
     Q_OBJECT
 
+public:
+    static void initMain()
+    {
+        hasDisplay = !qEnvironmentVariableIsEmpty("DISPLAY");
+        qputenv("QT_QPA_PLATFORM", hasDisplay ? "xcb" : "offscreen");
+    }
+
 private slots:
+    void initTestCase()
+    {
+        if (!hasDisplay || QStandardPaths::findExecutable(u"xdotool"_s).isEmpty())
+            QSKIP("needs an X display with a window manager, and xdotool");
+        appIdentity::apply(); // before the first window: X11 takes the class from it once
+    }
+    void cameraWindowsAsTheWindowManagerHasThem();
+    void minimisedWindowFetchesNothing();
     void endingKestrelKeepsTheSelection_data();
     void endingKestrelKeepsTheSelection();
     void aSecondLaunchDefersToTheFirst();
 };
 
-void AppLifecycleTest::endingKestrelKeepsTheSelection_data()
+// On the 1440 x 900 screen: camera 1 top left, 2 bottom right, 3 free at its saved frame.
+void DesktopTest::cameraWindowsAsTheWindowManagerHasThem()
+{
+    CameraApp app(
+        {{u"selectedCameraIDs"_s, idList({1, 2, 3})},
+         {u"printerIP"_s, u"127.0.0.1:9"_s}, // a stream, though nothing answers
+         {u"cameraPlacements"_s,
+          QVariantMap{{u"1"_s, u"topLeft"_s}, {u"2"_s, u"bottomRight"_s}, {u"3"_s, u"free"_s}}},
+         {u"cameraWindowFrames"_s, QVariantMap{{u"3"_s, u"{{300, 200}, {500, 400}}"_s}}}});
+    auto coordinator = app.start();
+    const CameraWindow *one = coordinator->window(1);
+    QTRY_COMPARE_WITH_TIMEOUT(managedFrame(one).topLeft(), QPoint(24, 24), 20000);
+    QVERIFY(one->geometry().top() > 24); // the title bar is inside the gap's corner, not over it
+    QTRY_COMPARE_WITH_TIMEOUT(managedFrame(coordinator->window(2)).bottomRight(),
+                              QPoint(1440 - 24 - 1, 900 - 24 - 1), 20000);
+    // Saved frames count from the lower left, as on the Mac.
+    QTRY_COMPARE_WITH_TIMEOUT(managedFrame(coordinator->window(3)), QRect(300, 300, 500, 400),
+                              20000);
+
+    // Above the others and on every desktop; turning "above" off keeps the same window in place.
+    const WId id = one->winId();
+    for (const bool onTop : {true, false, true}) {
+        app.settings.setAlwaysOnTop(onTop);
+        QTRY_COMPARE_WITH_TIMEOUT(xprop(one, u"_NET_WM_STATE"_s).contains(u"_NET_WM_STATE_ABOVE"_s),
+                                  onTop, 20000);
+        QCOMPARE(xprop(one, u"_NET_WM_DESKTOP"_s), u"4294967295"_s);
+        QCOMPARE(one->winId(), id);
+        QCOMPARE(managedFrame(one).topLeft(), QPoint(24, 24));
+    }
+
+    // The class is what the desktop entry's StartupWMClass names; the role tells cameras apart.
+    const CameraWindow *two = coordinator->window(2);
+    QCOMPARE(xprop(two, u"WM_CLASS"_s).section(u", "_s, 1), u"\"Kestrel\""_s);
+    QCOMPARE(xprop(two, u"WM_WINDOW_ROLE"_s), u"\"kestrel-camera-2\""_s);
+}
+
+void DesktopTest::minimisedWindowFetchesNothing()
+{
+    CameraApp app({{u"selectedCameraIDs"_s, idList({1})}, {u"printerIP"_s, u"127.0.0.1:9"_s}});
+    auto coordinator = app.start();
+    CameraWindow *window = coordinator->window(1);
+    QTRY_VERIFY_WITH_TIMEOUT(managedFrame(window).isValid(), 20000);
+    const auto *stream = window->findChild<SnapshotStreamView *>();
+    QVERIFY(stream->loader().isRunning());
+    window->showMinimized();
+    QTRY_VERIFY_WITH_TIMEOUT(!stream->loader().isRunning(), 20000);
+    window->showNormal();
+    QTRY_VERIFY_WITH_TIMEOUT(stream->loader().isRunning(), 20000);
+}
+
+void DesktopTest::endingKestrelKeepsTheSelection_data()
 {
     QTest::addColumn<QString>("keys"); // pressed in `window`, if any
     QTest::addColumn<QString>("window");
@@ -145,19 +260,16 @@ void AppLifecycleTest::endingKestrelKeepsTheSelection_data()
 
 // However it ends, Kestrel quits in order: status 0, no curl left running and no half-written
 // picture left behind, and the selection kept for the next start.
-void AppLifecycleTest::endingKestrelKeepsTheSelection()
+void DesktopTest::endingKestrelKeepsTheSelection()
 {
     QFETCH(QString, keys);
     QFETCH(QString, window);
     QFETCH(int, signal);
     QFETCH(QJsonArray, selectedAfterwards);
     QFETCH(bool, hostAnswers);
-    if (qEnvironmentVariableIsEmpty("DISPLAY") ||
-        QStandardPaths::findExecutable(u"xdotool"_s).isEmpty())
-        QSKIP("needs an X display with a window manager, and xdotool");
 
     LoopbackHttpServer printer;
-    printer.setHandler([](const kestrel::HttpRequest &request) {
+    printer.setHandler([](const HttpRequest &request) {
         if (request.path == "/")
             return HttpReply{};
         // The start of a picture, then silence: curl holds a half-written file.
@@ -189,7 +301,7 @@ void AppLifecycleTest::endingKestrelKeepsTheSelection()
     QVERIFY(!QFile::exists(kestrel.config + u"/Kestrel/settings.json.corrupt"_s));
 }
 
-void AppLifecycleTest::aSecondLaunchDefersToTheFirst()
+void DesktopTest::aSecondLaunchDefersToTheFirst()
 {
     const QJsonObject settings{{u"printerIP"_s, u"kein host"_s},
                                {u"selectedCameraIDs"_s, QJsonArray{1}}};
@@ -217,5 +329,5 @@ void AppLifecycleTest::aSecondLaunchDefersToTheFirst()
     }
 }
 
-QTEST_GUILESS_MAIN(AppLifecycleTest)
-#include "tst_app_lifecycle.moc"
+QTEST_MAIN(DesktopTest)
+#include "tst_desktop.moc"
