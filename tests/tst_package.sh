@@ -59,12 +59,9 @@ grep -qx "Icon=$app_id" "$root/usr/share/applications/$app_id.desktop" ||
 [ -s "$root/usr/share/icons/hicolor/scalable/apps/$app_id.svg" ] || fail "no scalable icon"
 for size in 16 24 32 48 64 128 256 512; do
     png=$root/usr/share/icons/hicolor/${size}x${size}/apps/$app_id.png
-    # PNG header: 8-byte signature, IHDR length and type, then width and height, big-endian.
-    read -r -a header < <(od -An -v -w24 -tu1 -N24 "$png")
-    [ "${header[1]}${header[2]}${header[3]}" = "807871" ] || fail "$png is not a PNG"
-    width=$(((header[16] << 24) | (header[17] << 16) | (header[18] << 8) | header[19]))
-    height=$(((header[20] << 24) | (header[21] << 16) | (header[22] << 8) | header[23]))
-    [ "$width.$height" = "$size.$size" ] || fail "$png is ${width}x$height, not ${size}x$size"
+    # Width and height, big-endian, after the signature and the header chunk's length and type.
+    read -r -a size_read < <(od -An -tu4 --endian=big -j16 -N8 "$png")
+    [ "${size_read[0]}x${size_read[1]}" = "${size}x$size" ] || fail "$png is not a ${size}x$size PNG"
 done
 
 echo "== runtime dependencies"

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The main window, the start-up prompt, the settings window and the camera windows as a user
 // meets them: what each shows in every state, that every change is stored at once, that powering
-// off asks first, that no text is cut, and where the camera windows stand. A PNG of each screen
-// is left in the build folder.
+// off asks first, that no text is cut, and where the camera windows stand.
 #include "CameraApp.h"
 #include "FakeTool.h"
 #include "Helpers.h"
@@ -48,7 +47,6 @@ using namespace Qt::StringLiterals;
 using test::CameraApp;
 using test::FakeTool;
 using test::idList;
-using test::writePng;
 using P = WindowPlacement;
 
 namespace {
@@ -163,7 +161,6 @@ void ScreensTest::promptOnAppearAndOnNewReasons()
     view.show();
     QVERIFY(view.showsStartupInfo());
     auto *prompt = view.findChild<StartupInfoView *>();
-    writePng(*prompt, u"startup-prompt"_s);
     childWithText(prompt, u"Abbrechen"_s)->click();
     QVERIFY(!view.showsStartupInfo());
     QTRY_VERIFY(childWithText(&view, u"Ender einschalten"_s)->isVisible());
@@ -275,7 +272,6 @@ void ScreensTest::everyScreenShowsItsTextsWhole()
     app.homeKitManager().runShortcut(u"Klipper einschalten"_s); // one line more
     QTRY_VERIFY(app.homeKitManager().actionMessage().has_value());
     QTRY_COMPARE(app.homeKitManager().accessoryState(), HomeKitAccessoryState::on());
-    writePng(view, u"main-reachable-on"_s);
     // A camera row's caption stands under its name, beside the symbol.
     const auto left = [&view](const QString &text) {
         return childWithText<QLabel>(&view, text)->mapTo(&view, QPoint()).x();
@@ -308,8 +304,6 @@ void ScreensTest::everyScreenShowsItsTextsWhole()
     QVERIFY(labelTexts(&view).contains(u"Raspberry Pi nicht erreichbar"_s));
     QVERIFY(labelTexts(&view).contains(u"Keine Drucker-IP eingetragen"_s));
     QVERIFY(!childWithText(&view, u"Ender einschalten"_s)->isVisible());
-    writePng(view, u"main-unreachable"_s);
-    writePng(*app.settingsWindow(), u"settings"_s);
     QVERIFY(app.settingsWindow()->width() >= 560);
     // On a screen lower than the form, the window fits and the form scrolls.
     QVERIFY(app.settingsWindow()->frameGeometry().height() <=
@@ -427,7 +421,6 @@ void ScreensTest::cameraWindowFollowsAddressAndNames()
     QCOMPARE(alert->informativeText(), u"Der Kurzbefehl schaltet den Drucker aus."_s);
     QCOMPARE(alert->buttonRole(childWithText(alert, u"Bis du sicher?"_s)),
              QMessageBox::DestructiveRole);
-    writePng(*alert, u"camera-power-off-alert"_s);
     childWithText(alert, u"Abbrechen"_s)->click();
     QTRY_VERIFY(!view->findChild<QMessageBox *>());
     view->findChild<QToolButton *>(u"powerButton"_s)->click();
@@ -468,7 +461,6 @@ void ScreensTest::cameraWindowInEveryState()
     QTRY_VERIFY(app.settings.showPictureRate());
     QTRY_VERIFY_WITH_TIMEOUT(
         labelTexts(&live).filter(QRegularExpression(u"^\\d+,\\d B/s$"_s)).size() == 1, 20000);
-    writePng(live, u"camera-live"_s);
     // A 4:3 picture in a wider area: black bars left and right, the picture in the middle.
     const QImage frame = stream->grab().toImage();
     QCOMPARE(frame.pixelColor(2, frame.height() / 2), QColor(Qt::black));
@@ -482,7 +474,6 @@ void ScreensTest::cameraWindowInEveryState()
     QVERIFY(cardShowsEverything(card));
     QVERIFY(!failing.findChild<ProgressSpinner *>()->isVisible());
     QCOMPARE(card->title(), u"Kamera nicht erreichbar"_s);
-    writePng(failing, u"camera-error-320x220"_s);
 
     overviewFails = true;
     card = live.findChild<SnapshotErrorCard *>();
@@ -515,7 +506,6 @@ void ScreensTest::cameraWindowInEveryState()
     QTRY_VERIFY_WITH_TIMEOUT(card->isVisible(), 20000);
     QCOMPARE(card->title(), u"Raspberry Pi offline"_s);
     QVERIFY(cardShowsEverything(card));
-    writePng(offline, u"camera-host-offline-320x220"_s);
 }
 
 void ScreensTest::workedExampleAndWrappingRow()

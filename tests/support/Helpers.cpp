@@ -8,7 +8,6 @@
 #include <QLinearGradient>
 #include <QNetworkProxy>
 #include <QPainter>
-#include <QWidget>
 
 #include <unistd.h>
 
@@ -60,13 +59,6 @@ QByteArray testJpeg(QSize size)
     QBuffer buffer(&bytes);
     image.save(&buffer, "JPEG", 85);
     return bytes;
-}
-
-void writePng(QWidget &widget, const QString &name)
-{
-    QDir().mkpath(QStringLiteral(KESTREL_SCREENSHOT_DIR));
-    if (!widget.grab().save(QStringLiteral(KESTREL_SCREENSHOT_DIR "/%1.png").arg(name)))
-        qFatal("cannot write the PNG of %s", qPrintable(name));
 }
 
 QList<QStringList> tableRows(QStringView table)

@@ -6,8 +6,6 @@
 #include <QSize>
 #include <QStringList>
 
-class QWidget;
-
 namespace kestrel::test {
 
 // The command names of this process's direct children that still exist (zombies included),
@@ -17,9 +15,6 @@ QStringList childProcessNames();
 // A small camera-like test picture as JPEG: a red-to-blue gradient with a white bar, so scaling
 // and cropping show in screenshots. Needs a QGuiApplication.
 QByteArray testJpeg(QSize size = {640, 480});
-
-// Leaves a PNG of the widget in the build folder's screens/, for people to look at.
-void writePng(QWidget &widget, const QString &name);
 
 // A test table written as text, one row per line: fields parted by " | " and trimmed, the first
 // naming the row, "-" for an empty field. Blank lines are skipped.

@@ -4,8 +4,8 @@
 // from standard input: up, closed, silent, 404, html, truncated, random, huge, http10.
 // It runs as a process of its own so that its buffers never count as Kestrel's memory.
 
-#include "LoopbackHttpServer.h"
 #include "Helpers.h"
+#include "LoopbackHttpServer.h"
 
 #include <QGuiApplication>
 #include <QRandomGenerator>
