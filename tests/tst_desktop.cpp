@@ -1,12 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Kestrel on a real X server with a real window manager (Xvfb and openbox).
-//
-// The real kestrel binary, ended every way a user or a session ends it: it must quit in order,
-// leaving no curl running and no picture file behind, and keep the user's camera windows for the
-// next start. Camera windows, read back from the X server with xprop and xwininfo: the frames the
-// window manager draws, title bar included, stand in their corners; the windows stay above and on
-// every desktop; the class and role let task bars know them; and a minimised window fetches
-// nothing.
+// Kestrel on a real X server with a real window manager (Xvfb and openbox). The real binary,
+// ended every way a user or a session ends it, quits in order: no curl left, no picture file, the
+// camera windows kept for the next start. Camera windows, read back from the X server: the frames
+// the window manager draws stand in their corners, above and on every desktop, with a class and
+// role for task bars; a minimised window fetches nothing.
 
 #include "CameraApp.h"
 #include "LoopbackHttpServer.h"

@@ -63,9 +63,8 @@ private slots:
 
 void FaultSoakTest::screensFollowEveryFaultAndNothingIsLost()
 {
-    const int seconds = qEnvironmentVariableIntValue("KESTREL_SOAK_SECONDS") > 0
-                            ? qEnvironmentVariableIntValue("KESTREL_SOAK_SECONDS")
-                            : 20;
+    const int wanted = qEnvironmentVariableIntValue("KESTREL_SOAK_SECONDS");
+    const int seconds = wanted > 0 ? wanted : 20;
     QTemporaryDir temporary;
     qputenv("TMPDIR", temporary.path().toLocal8Bit());
 

@@ -50,7 +50,6 @@ class StreamTest : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
     void cleanup();
     void failuresBecomeTextsWithTheUrl_data();
     void failuresBecomeTextsWithTheUrl();
@@ -64,19 +63,14 @@ private slots:
 private:
     std::unique_ptr<SnapshotLoader> makeLoader(const QString &curl = u"/usr/bin/curl"_s)
     {
-        return std::make_unique<SnapshotLoader>(nullptr, curl, m_temporary->path());
+        return std::make_unique<SnapshotLoader>(nullptr, curl, m_temporary.path());
     }
     QStringList leftFiles() const
     {
-        return QDir(m_temporary->path()).entryList({u"kestrel-*"_s}, QDir::Files);
+        return QDir(m_temporary.path()).entryList({u"kestrel-*"_s}, QDir::Files);
     }
-    std::unique_ptr<QTemporaryDir> m_temporary;
+    QTemporaryDir m_temporary;
 };
-
-void StreamTest::init()
-{
-    m_temporary = std::make_unique<QTemporaryDir>();
-}
 
 // After every test: no curl still running, and no picture file left behind.
 void StreamTest::cleanup()
@@ -247,7 +241,7 @@ void StreamTest::curlGetsExactlyEightArguments()
     for (const QStringList &arguments : curl.calls()) {
         QCOMPARE(arguments.mid(0, 6), (QStringList{u"-sS"_s, u"--max-time"_s, u"5"_s, u"--fail"_s,
                                                    u"--http1.1"_s, u"-o"_s}));
-        QCOMPARE(QFileInfo(arguments[6]).absolutePath(), m_temporary->path());
+        QCOMPARE(QFileInfo(arguments[6]).absolutePath(), m_temporary.path());
         QVERIFY(QRegularExpression(u"^kestrel-[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}\\.jpg$"_s)
                     .match(QFileInfo(arguments[6]).fileName())
                     .hasMatch());
@@ -289,7 +283,7 @@ void StreamTest::picturesArriveTurnedAndMirrored()
     for (int y = 0; y < 30; ++y)
         for (int x = 0; x < 30; ++x)
             sent.setPixelColor(x, y, Qt::red);
-    const QString path = m_temporary->filePath(u"kestrel-marker.jpg"_s);
+    const QString path = m_temporary.filePath(u"kestrel-marker.jpg"_s);
     QVERIFY(sent.save(path, "JPEG", 95));
     const CameraOrientation orientation{rotation, horizontal, vertical};
 
