@@ -13,7 +13,7 @@ namespace kestrel::test {
 QStringList childProcessNames();
 
 // A small camera-like test picture as JPEG: a red-to-blue gradient with a white bar, so scaling
-// and cropping show in screenshots. Needs a QGuiApplication.
+// and cropping show. Needs a QGuiApplication.
 QByteArray testJpeg(QSize size = {640, 480});
 
 // A test table written as text, one row per line: fields parted by " | " and trimmed, the first
