@@ -242,6 +242,8 @@ void PrinterTest::statusAnswerBecomesState_data()
         exit 1, says why    | echo ' Nein ' >&2; exit 1 | Nein
         failure beats words | echo ein; exit 4          | Kurzbefehl fehlgeschlagen (4)
         crash               | kill -KILL $$             | Kurzbefehl fehlgeschlagen (9)
+        talks without end   | yes ein                   | Ausgabe von shortcuts zu groß (über 1 MB)
+        errs without end    | yes Fehler >&2            | Ausgabe von shortcuts zu groß (über 1 MB)
         no status name      | echo ein                  | Kein Status-Kurzbefehl hinterlegt. Optional kann ein Kurzbefehl den Zustand von Ender als ein/aus zurueckgeben.
         no tool             | -                         | Die macOS Kurzbefehle-CLI ist nicht verfuegbar
     )"_s))

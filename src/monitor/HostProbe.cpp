@@ -22,14 +22,8 @@ QFuture<PiReachability> probePrinterHost(const QString &curlPath, const QString 
 
 PiReachability reachabilityFromProbe(const ProcessResult &result)
 {
-    if (!result.launched)
-        return PiReachability::unreachable(result.launchError);
-    if (!result.succeeded()) {
-        const QString error = result.standardError.trimmed();
-        return PiReachability::unreachable(error.isEmpty() ? QStringLiteral("curl-Fehler ") +
-                                                                 QString::number(result.exitStatus)
-                                                           : error);
-    }
+    if (!result.succeeded())
+        return PiReachability::unreachable(curlFailureText(result));
     // Substrings, not status-line matches: curl may print more than one header block.
     if (result.standardOutput.contains(u"HTTP/1.1") || result.standardOutput.contains(u"HTTP/2"))
         return PiReachability::reachable();

@@ -38,8 +38,8 @@ bool containsAny(const QStringList &words, std::initializer_list<QStringView> wa
 
 ShortcutExecutionResult shortcutResultFromProcess(const ProcessResult &process)
 {
-    if (!process.launched)
-        return {.success = false, .output = {}, .errorMessage = process.launchError};
+    if (process.failure)
+        return {.success = false, .output = {}, .errorMessage = process.failure};
     const QString out = process.standardOutput.trimmed();
     if (process.succeeded())
         return {.success = true, .output = out, .errorMessage = std::nullopt};

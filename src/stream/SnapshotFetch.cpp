@@ -38,15 +38,6 @@ bool endsWithEndOfImage(QIODevice &file)
     return file.seek(0) && tail.endsWith("\xff\xd9");
 }
 
-QString failureText(const ProcessResult &result)
-{
-    if (!result.launched)
-        return result.launchError;
-    const QString error = result.standardError.trimmed();
-    return error.isEmpty() ? QStringLiteral("curl-Fehler ") + QString::number(result.exitStatus)
-                           : error;
-}
-
 } // namespace
 
 SnapshotFetch::SnapshotFetch(QString path, QObject *owner)
@@ -77,7 +68,7 @@ QFuture<FetchOutcome> SnapshotFetch::start(const FetchRequest &request, QObject 
             if (result.succeeded())
                 fetch->decode(request);
             else
-                fetch->finish({std::nullopt, failureText(result) + QStringLiteral(": ") +
+                fetch->finish({std::nullopt, curlFailureText(result) + QStringLiteral(": ") +
                                                  absoluteString(request.url)});
         });
     return fetch->m_outcome.future();

@@ -139,13 +139,43 @@ void LoopbackHttpServer::answer(QTcpSocket *socket, const HttpRequest &request,
     QByteArray head = reply.statusLine + "\r\n";
     head += "Content-Type: " + reply.contentType + "\r\n";
     const qsizetype length = reply.declaredLength >= 0 ? reply.declaredLength : reply.body.size();
-    head += "Content-Length: " + QByteArray::number(length) + "\r\n";
+    if (!reply.pieces)
+        head += "Content-Length: " + QByteArray::number(length) + "\r\n";
     head += "Connection: close\r\n\r\n";
     socket->write(head);
+    if (request.method != "HEAD" && reply.pieces) {
+        writePieces(socket, reply);
+        return;
+    }
     if (request.method != "HEAD")
         socket->write(reply.body);
     if (!reply.stallAfterBody)
         socket->disconnectFromHost();
+}
+
+// A client that reads slowly gets fewer pieces, never a growing queue: what a camera's streamer
+// does for a slow viewer.
+void LoopbackHttpServer::writePieces(QTcpSocket *socket, const HttpReply &reply)
+{
+    constexpr qint64 unreadLimit = 256 * 1024;
+    const auto next = [socket, pieces = reply.pieces] {
+        if (socket->state() != QAbstractSocket::ConnectedState ||
+            socket->bytesToWrite() > unreadLimit)
+            return;
+        const QByteArray piece = pieces();
+        if (piece.isEmpty())
+            socket->disconnectFromHost();
+        else
+            socket->write(piece);
+    };
+    if (reply.pieceInterval.count() == 0) {
+        connect(socket, &QTcpSocket::bytesWritten, socket, next);
+    } else {
+        auto *timer = new QTimer(socket);
+        connect(timer, &QTimer::timeout, socket, next);
+        timer->start(reply.pieceInterval);
+    }
+    next();
 }
 
 } // namespace kestrel

@@ -42,6 +42,11 @@ struct HttpReply
     qsizetype declaredLength = -1;      // Content-Length to announce; -1 for the body's size
     bool stallAfterBody = false;        // keep the connection open instead of closing it
     std::chrono::milliseconds delay{0}; // before answering
+    // A body of unknown length, written piece by piece instead of `body`: each call gives the
+    // next piece, sent every `pieceInterval` (or as fast as the client reads, for 0) unless the
+    // client still has much unread. An empty piece ends the body and the connection.
+    std::function<QByteArray()> pieces;
+    std::chrono::milliseconds pieceInterval{0};
 
     static HttpReply status(QByteArray line) { return {.statusLine = std::move(line)}; }
     static HttpReply with(Action action) { return {.action = action}; }
@@ -88,6 +93,7 @@ private:
     void readRequest(QTcpSocket *socket);
     void perform(QTcpSocket *socket, const HttpRequest &request, const HttpReply &reply);
     static void answer(QTcpSocket *socket, const HttpRequest &request, const HttpReply &reply);
+    static void writePieces(QTcpSocket *socket, const HttpReply &reply);
 
     QTcpServer *m_server;
     quint16 m_port = 0;
