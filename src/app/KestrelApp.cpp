@@ -109,6 +109,8 @@ void KestrelApp::openSettings()
     if (!m_settingsWindow) {
         m_settingsWindow = new SettingsView(*m_settings, *m_homeKitManager);
         m_settingsWindow->setAttribute(Qt::WA_QuitOnClose, false);
+        connect(m_settingsWindow, &SettingsView::camerasTakenOver, m_windowCoordinator,
+                &WindowCoordinator::refreshCameras);
     }
     m_settingsWindow->show();
     m_settingsWindow->raise();

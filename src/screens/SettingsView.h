@@ -28,6 +28,13 @@ class SettingsView : public QWidget
 public:
     SettingsView(AppSettings &settings, HomeKitManager &homeKitManager, QWidget *parent = nullptr);
 
+signals:
+    // "Vom Drucker übernehmen" changed cameras: open windows should show them as they are now.
+    void camerasTakenOver();
+
+protected:
+    void showEvent(QShowEvent *event) override;
+
 private:
     struct CameraControls
     {
@@ -60,6 +67,7 @@ private:
     QLineEdit *m_powerOffScene = nullptr;
     QLabel *m_powerState = nullptr;
     QLabel *m_actionMessage = nullptr;
+    bool m_watchingFrame = false;
 };
 
 } // namespace kestrel

@@ -29,10 +29,12 @@ void WebcamImportRow::takeOver()
     if (m_running)
         return;
     m_running = true;
-    importWebcams(m_settings, m_curlPath, this).then(this, [this](const QString &outcome) {
-        m_outcome->setText(outcome);
+    importWebcams(m_settings, m_curlPath, this).then(this, [this](const WebcamTakeOver &outcome) {
+        m_outcome->setText(outcome.message());
         m_outcome->show();
         m_running = false;
+        if (!outcome.changes.isEmpty())
+            emit camerasTakenOver();
     });
 }
 

@@ -10,8 +10,8 @@ namespace kestrel {
 class AppSettings;
 
 // "Vom Drucker übernehmen": takes the cameras' names, snapshot paths, rotation and mirroring over
-// from the printer host's own webcam list, only on this click, and says what changed or why
-// nothing did.
+// from the printer host's own webcam list, only on this click, and says what changed, which
+// cameras it left alone, or why nothing changed.
 class WebcamImportRow : public QWidget
 {
     Q_OBJECT
@@ -19,6 +19,10 @@ class WebcamImportRow : public QWidget
 public:
     explicit WebcamImportRow(AppSettings &settings, QWidget *parent = nullptr,
                              QString curlPath = QStringLiteral("/usr/bin/curl"));
+
+signals:
+    // Names or snapshot paths may have changed under open camera windows.
+    void camerasTakenOver();
 
 private:
     void takeOver();

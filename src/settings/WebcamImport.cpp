@@ -20,12 +20,23 @@ QString tr(const char *text)
     return QCoreApplication::translate("WebcamImport", text);
 }
 
-// An address may name another host; only its path and query mean something on ours.
-QString pathOnHost(const QString &snapshotUrl)
+// A listed address as a path on the printer address: a path as it stands, a whole address
+// only when it names the printer address's own host and port.
+struct PrinterPath
 {
-    const QUrl url(snapshotUrl);
+    QString path;
+    QString otherHost; // the host and port named instead of the printer address's, if any
+};
+
+PrinterPath pathOnPrinter(const QString &listed, const QString &printerIP)
+{
+    const QUrl url(listed);
     const QString path = url.path(QUrl::FullyEncoded);
-    return url.hasQuery() ? path + u'?' + url.query(QUrl::FullyEncoded) : path;
+    const QString pathAndQuery = url.hasQuery() ? path + u'?' + url.query(QUrl::FullyEncoded) : path;
+    const QUrl printer(QStringLiteral("http://") + printerIP.trimmed());
+    if (url.host().isEmpty() || (url.host() == printer.host() && url.port(80) == printer.port(80)))
+        return {pathAndQuery, {}};
+    return {{}, url.port() < 0 ? url.host() : url.host() + u':' + QString::number(url.port())};
 }
 
 QString describe(const CameraOrientation &orientation)
@@ -58,7 +69,7 @@ std::variant<QList<ListedWebcam>, QString> parseWebcamList(const QByteArray &bod
         const int rotation = webcam.value(u"rotation").toInt();
         webcams.append(
             {webcam.value(u"name").toString(),
-             pathOnHost(snapshot),
+             snapshot,
              {rotation % 90 == 0 && rotation >= 0 && rotation < 360 ? rotation : 0,
               webcam.value(u"flip_horizontal").toBool(), webcam.value(u"flip_vertical").toBool()}});
     }
@@ -67,53 +78,66 @@ std::variant<QList<ListedWebcam>, QString> parseWebcamList(const QByteArray &bod
     return webcams;
 }
 
-QStringList takeOverWebcams(AppSettings &settings, const QList<ListedWebcam> &webcams)
+QString WebcamTakeOver::message() const
 {
-    QStringList changes;
+    QStringList lines = refusals;
+    if (!changes.isEmpty())
+        lines.prepend(tr("Vom Drucker übernommen: ") + changes.join(QStringLiteral("; ")));
+    if (lines.isEmpty())
+        return tr("Die Kameras stimmen schon mit dem Drucker überein");
+    return lines.join(u'\n');
+}
+
+WebcamTakeOver takeOverWebcams(AppSettings &settings, const QList<ListedWebcam> &webcams)
+{
+    WebcamTakeOver outcome;
     for (qsizetype i = 0; i < std::min<qsizetype>(webcams.size(), cameraCatalogue().size()); ++i) {
         const Camera &camera = cameraCatalogue()[i];
         const ListedWebcam &webcam = webcams[i];
+        const PrinterPath snapshot = pathOnPrinter(webcam.snapshotUrl, settings.printerIP());
+        if (!snapshot.otherHost.isEmpty()) {
+            outcome.refusals << tr("%1: Adresse auf einem anderen Host (%2), nicht übernommen")
+                                    .arg(camera.name, snapshot.otherHost);
+            continue;
+        }
         const Camera before = settings.resolvedCamera(camera);
         const CameraOrientation turnedBefore = settings.orientation(camera.id);
         if (!webcam.name.isEmpty())
             settings.setCustomName(webcam.name, camera.id);
-        settings.setCustomSnapshotPath(webcam.snapshotPath, camera.id);
+        settings.setCustomSnapshotPath(snapshot.path, camera.id);
         settings.setOrientation(webcam.orientation, camera.id);
         const Camera after = settings.resolvedCamera(camera);
         if (before != after || turnedBefore != webcam.orientation)
-            changes << tr("%1: „%2“, %3, %4")
-                           .arg(camera.name, after.name, after.snapshotPath,
-                                describe(webcam.orientation));
+            outcome.changes << tr("%1: „%2“, %3, %4")
+                                   .arg(camera.name, after.name, after.snapshotPath,
+                                        describe(webcam.orientation));
     }
-    return changes;
+    return outcome;
 }
 
-QFuture<QString> importWebcams(AppSettings &settings, const QString &curlPath, QObject *owner)
+QFuture<WebcamTakeOver> importWebcams(AppSettings &settings, const QString &curlPath,
+                                      QObject *owner)
 {
+    const auto failed = [](const QString &why) { return WebcamTakeOver{.refusals = {why}}; };
     const auto url = strictHttpUrl(QStringLiteral("http://") + settings.printerIP().trimmed() +
                                    QStringLiteral("/server/webcams/list"));
     if (!url)
-        return QtFuture::makeReadyFuture(tr("Keine gültige Drucker-IP eingetragen"));
-    const ProcessCommand command{curlPath,
-                                 {QStringLiteral("-sS"), QStringLiteral("--max-time"),
-                                  QStringLiteral("5"), QStringLiteral("--fail"),
-                                  QStringLiteral("--http1.1"), url->toString(QUrl::FullyEncoded)},
-                                 true};
-    return runProcess(command, owner).then(owner, [&settings](const ProcessResult &result) {
-        if (!result.launched)
-            return result.launchError;
-        if (!result.succeeded()) {
-            const QString error = result.standardError.trimmed();
-            return error.isEmpty() ? tr("curl-Fehler ") + QString::number(result.exitStatus)
-                                   : error;
-        }
+        return QtFuture::makeReadyFuture(failed(tr("Keine gültige Drucker-IP eingetragen")));
+    // curl refuses a list that announces its size as too large; the runner stops one that
+    // does not announce it.
+    const ProcessCommand command{
+        curlPath,
+        {QStringLiteral("-sS"), QStringLiteral("--max-time"), QStringLiteral("5"),
+         QStringLiteral("--max-filesize"), QString::number(largestProcessOutput),
+         QStringLiteral("--fail"), QStringLiteral("--http1.1"), url->toString(QUrl::FullyEncoded)},
+        true};
+    return runProcess(command, owner).then(owner, [&settings, failed](const ProcessResult &result) {
+        if (!result.succeeded())
+            return failed(curlFailureText(result));
         const auto parsed = parseWebcamList(result.standardOutput.toUtf8());
         if (const auto *problem = std::get_if<QString>(&parsed))
-            return *problem;
-        const QStringList changes = takeOverWebcams(settings, std::get<0>(parsed));
-        return changes.isEmpty()
-                   ? tr("Die Kameras stimmen schon mit dem Drucker überein")
-                   : tr("Vom Drucker übernommen: ") + changes.join(QStringLiteral("; "));
+            return failed(*problem);
+        return takeOverWebcams(settings, std::get<0>(parsed));
     });
 }
 

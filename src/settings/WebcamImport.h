@@ -18,19 +18,33 @@ class AppSettings;
 struct ListedWebcam
 {
     QString name;
-    QString snapshotPath; // path and query on the printer host
+    QString snapshotUrl; // as listed: a path on the host, or a whole address
     CameraOrientation orientation;
 };
 
 // The host's list (GET /server/webcams/list), or the German line that says why there is none.
 std::variant<QList<ListedWebcam>, QString> parseWebcamList(const QByteArray &body);
 
-// Takes the first three listed webcams over as cameras 1 to 3, in list order: their names,
-// snapshot paths, rotation and mirroring. Returns what changed, one line per camera, in German.
-QStringList takeOverWebcams(AppSettings &settings, const QList<ListedWebcam> &webcams);
+// What taking the list over did: one German line per camera that changed, and one per camera
+// that was left alone because its address lies on another host.
+struct WebcamTakeOver
+{
+    QStringList changes;
+    QStringList refusals;
 
-// Fetches the list from the printer host's web server with curl, takes it over and reports in
-// one German text; on any failure nothing changes.
-QFuture<QString> importWebcams(AppSettings &settings, const QString &curlPath, QObject *owner);
+    // The whole outcome as one German text for the user.
+    QString message() const;
+};
+
+// Takes the first three listed webcams over as cameras 1 to 3, in list order: their names,
+// snapshot paths, rotation and mirroring. A camera whose address names another host or port
+// than the printer address is not taken over: Kestrel asks the printer address for every picture,
+// so only a path on it can be shown.
+WebcamTakeOver takeOverWebcams(AppSettings &settings, const QList<ListedWebcam> &webcams);
+
+// Fetches the list from the printer host's web server with curl and takes it over; on any
+// failure nothing changes and the outcome's message says why.
+QFuture<WebcamTakeOver> importWebcams(AppSettings &settings, const QString &curlPath,
+                                      QObject *owner);
 
 } // namespace kestrel

@@ -68,6 +68,20 @@ void WindowCoordinator::replaceCamera(CameraId from, CameraId to)
     reconcileWindows(selection, m_settings.cameraPlacements(), m_settings.alwaysOnTop());
 }
 
+void WindowCoordinator::refreshCameras()
+{
+    for (const Camera &entry : cameraCatalogue()) {
+        const auto shown = m_shownCameras.constFind(entry.id);
+        const Camera camera = m_settings.resolvedCamera(entry);
+        if (shown == m_shownCameras.cend() || *shown == camera)
+            continue;
+        CameraWindow *window = m_windows.value(entry.id);
+        window->setWindowTitle(camera.name);
+        window->setContent(m_makeView(camera, *this));
+        m_shownCameras.insert(entry.id, camera);
+    }
+}
+
 void WindowCoordinator::reconcileWindows(const CameraIdSet &selection,
                                          const PlacementMap &placements, bool alwaysOnTop)
 {
@@ -94,6 +108,7 @@ void WindowCoordinator::reconcileWindows(const CameraIdSet &selection,
 void WindowCoordinator::openOrUpdateWindow(const Camera &camera, bool alwaysOnTop,
                                            const PlacementMap &placements)
 {
+    m_shownCameras.insert(camera.id, camera);
     if (CameraWindow *window = m_windows.value(camera.id)) {
         window->setWindowTitle(camera.name);
         window->setContent(m_makeView(camera, *this));
@@ -159,6 +174,7 @@ void WindowCoordinator::handleWindowClosed(CameraId id, const QRectF &frame)
     m_settings.saveFrame(frame, id);
     if (CameraWindow *window = m_windows.take(id))
         window->deleteLater();
+    m_shownCameras.remove(id);
     m_restoredFrames.remove(id);
     if (m_programmaticClosures.remove(id))
         return;

@@ -39,6 +39,10 @@ public:
     void closeAllWindows();
     // Makes the window of `from` show `to` instead.
     void replaceCamera(CameraId from, CameraId to);
+    // Gives every open window whose camera now has another name or snapshot path its new title
+    // and content; the others are left as they are. Edits in the settings' fields wait for the
+    // next reconciliation, but a take-over from the printer says it has happened.
+    void refreshCameras();
 
     QList<CameraId> openCameraIDs() const { return m_windows.keys(); }
     CameraWindow *window(CameraId id) const { return m_windows.value(id); }
@@ -57,6 +61,7 @@ private:
     const CameraViewFactory m_makeView;
 
     QMap<CameraId, CameraWindow *> m_windows;
+    QMap<CameraId, Camera> m_shownCameras; // what each open window's content was made for
     QSet<CameraId> m_programmaticClosures;
     // Saved frames restored before the window manager framed the window; set again once it has.
     QMap<CameraId, QRectF> m_restoredFrames;
