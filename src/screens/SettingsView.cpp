@@ -12,6 +12,8 @@
 #include "widgets/ConfirmationAlert.h"
 #include "widgets/SecondaryText.h"
 #include "widgets/TextStyles.h"
+#include "windows/DesktopWindow.h"
+#include "windows/ScreenFrames.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -113,15 +115,33 @@ void SettingsView::alignFieldColumns()
         label->setMinimumWidth(widest);
 }
 
-// As tall as the form, unless the screen is smaller: then the form scrolls.
+// As tall as the form, unless the screen is smaller: then the form scrolls. The whole frame,
+// title bar and borders included, stays inside the screen's free area; the frame is known only
+// once the window manager has drawn it, and until then the style's title bar is a guess.
 void SettingsView::fitHeightToScreen()
 {
     const QWidget *form = findChild<QScrollArea *>()->widget();
     const QScreen *shown = screen();
-    const int titleBar = style()->pixelMetric(QStyle::PM_TitleBarHeight);
-    const int room =
-        shown ? shown->availableGeometry().height() - titleBar : form->sizeHint().height();
-    resize(width(), std::min(form->sizeHint().height(), room));
+    if (!shown) {
+        resize(width(), form->sizeHint().height());
+        return;
+    }
+    const QMargins margins = screenFrames::frameMargins(this);
+    const int decoration = margins.isNull() ? style()->pixelMetric(QStyle::PM_TitleBarHeight)
+                                            : margins.top() + margins.bottom();
+    const QRect available = shown->availableGeometry();
+    resize(width(), std::min(form->sizeHint().height(), available.height() - decoration));
+    const QRect frame = frameGeometry();
+    if (!margins.isNull() && !available.contains(frame)) {
+        move(std::clamp(frame.x(), available.left(), available.right() + 1 - frame.width()),
+             std::clamp(frame.y(), available.top(), available.bottom() + 1 - frame.height()));
+    }
+}
+
+void SettingsView::showEvent(QShowEvent *)
+{
+    if (!std::exchange(m_watchingFrame, true))
+        desktopWindow::watchFrame(this, [this] { fitHeightToScreen(); });
 }
 
 QLineEdit *SettingsView::boundField(const QString &label, QFormLayout *into,
@@ -215,7 +235,9 @@ QWidget *SettingsView::camerasSection()
         blocks->addLayout(block);
         m_cameras.append({id, shown, placement, customName, customPath, orientation});
     }
-    blocks->addWidget(new WebcamImportRow(m_settings, box));
+    auto *import = new WebcamImportRow(m_settings, box);
+    connect(import, &WebcamImportRow::camerasTakenOver, this, &SettingsView::camerasTakenOver);
+    blocks->addWidget(import);
     return box;
 }
 
