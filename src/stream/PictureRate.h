@@ -17,6 +17,8 @@ public:
     static constexpr qint64 windowMs = 3000;
 
     void record(qint64 nowMs);
+    // Forgets every picture: a pause is no time without pictures, so counting starts afresh.
+    void restart() { *this = {}; }
     // None until a second has passed since the first picture: a single picture is no rate.
     std::optional<double> perSecond(qint64 nowMs) const;
 

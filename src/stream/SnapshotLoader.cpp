@@ -73,6 +73,7 @@ void SnapshotLoader::resume(const QList<QUrl> &urls, qint64 fps)
         return;
     }
     m_currentURLs = std::exchange(m_pausedURLs, {});
+    m_rate.restart();
     runLoop(fps);
 }
 
