@@ -49,8 +49,14 @@ ContentView::ContentView(AppSettings &settings, HomeKitManager &homeKitManager,
     title->setFont(textStyles::fixed(30, QFont::Bold));
     layout->addWidget(title);
     auto *description = secondaryText(QString(), this, textStyles::body());
+#if defined(Q_OS_MACOS)
     description->setText(tr("Zeigt die per Crowsnest bereitgestellten Kameras deines "
                             "Klipper-Druckers als frei verschiebbare PiP-Fenster auf dem Mac an."));
+#else
+    description->setText(tr("Zeigt die per Crowsnest bereitgestellten Kameras deines "
+                            "Klipper-Druckers als frei verschiebbare PiP-Fenster auf dem Desktop "
+                            "an."));
+#endif
     layout->addWidget(description);
 
     auto *status = new QVBoxLayout;
