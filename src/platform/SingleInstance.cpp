@@ -2,6 +2,8 @@
 #include "platform/SingleInstance.h"
 
 #include <QCryptographicHash>
+#include <QDir>
+#include <QFileInfo>
 #include <QLocalServer>
 #include <QLocalSocket>
 #include <QStandardPaths>
@@ -13,13 +15,20 @@ namespace kestrel {
 namespace {
 
 // Per user and per settings folder, so a throw-away settings folder (demos, tests) is a Kestrel
-// of its own.
+// of its own. The socket lies where the session keeps such things, never in TMPDIR: a login's
+// autostart and a terminal may each have their own, and would then both run.
 QString serverName()
 {
     const QString config = QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation);
     const QByteArray folder =
         QCryptographicHash::hash(config.toUtf8(), QCryptographicHash::Sha256).toHex().left(16);
-    return QStringLiteral("kestrel-%1-%2").arg(::getuid()).arg(QString::fromLatin1(folder));
+    const QString name = QStringLiteral("kestrel-%1-%2").arg(::getuid()).arg(QString::fromLatin1(folder));
+#if defined(Q_OS_LINUX)
+    const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    return QDir(QFileInfo(runtime).isDir() ? runtime : QStringLiteral("/tmp")).filePath(name);
+#else
+    return name; // macOS keeps one temporary folder per user
+#endif
 }
 
 } // namespace
