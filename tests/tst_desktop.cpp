@@ -8,6 +8,7 @@
 #include "CameraApp.h"
 #include "LoopbackHttpServer.h"
 #include "app/AppIdentity.h"
+#include "screens/SettingsView.h"
 #include "stream/SnapshotLoader.h"
 #include "stream/SnapshotStreamView.h"
 #include "windows/CameraWindow.h"
@@ -19,6 +20,7 @@
 #include <QJsonObject>
 #include <QProcess>
 #include <QRegularExpression>
+#include <QScreen>
 #include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -102,11 +104,14 @@ struct Kestrel
     QProcess process;
     QString config = home.filePath(u"config"_s);
     QString temporary = home.filePath(u"tmp"_s);
+    QString runtime = home.filePath(u"run"_s); // the session's, where the single-instance socket is
 
     bool start(const QJsonObject &settings)
     {
         QDir().mkpath(config + u"/Kestrel"_s);
         QDir().mkpath(temporary);
+        QDir().mkpath(runtime);
+        QFile::setPermissions(runtime, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
         QFile file(config + u"/Kestrel/settings.json"_s);
         if (!file.exists() &&
             (!file.open(QIODevice::WriteOnly) || file.write(QJsonDocument(settings).toJson()) < 0))
@@ -115,6 +120,7 @@ struct Kestrel
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert(u"XDG_CONFIG_HOME"_s, config);
         environment.insert(u"TMPDIR"_s, temporary);
+        environment.insert(u"XDG_RUNTIME_DIR"_s, runtime);
         environment.remove(u"QT_QPA_PLATFORM"_s); // the test's own X display
         process.setProcessEnvironment(environment);
         process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
@@ -178,6 +184,7 @@ private slots:
         appIdentity::apply(); // before the first window: X11 takes the class from it once
     }
     void cameraWindowsAsTheWindowManagerHasThem();
+    void settingsWindowFitsTheScreen();
     void minimisedWindowFetchesNothing();
     void endingKestrelKeepsTheSelection_data();
     void endingKestrelKeepsTheSelection();
@@ -218,6 +225,19 @@ void DesktopTest::cameraWindowsAsTheWindowManagerHasThem()
     const CameraWindow *two = coordinator->window(2);
     QCOMPARE(xprop(two, u"WM_CLASS"_s).section(u", "_s, 1), u"\"Kestrel\""_s);
     QCOMPARE(xprop(two, u"WM_WINDOW_ROLE"_s), u"\"kestrel-camera-2\""_s);
+}
+
+// Taller than the screen, the settings window fits it with its whole frame, title bar and
+// borders as the window manager draws them, and its form scrolls.
+void DesktopTest::settingsWindowFitsTheScreen()
+{
+    CameraApp app({});
+    SettingsView view(app.settings, app.homeKit);
+    view.show();
+    QTRY_VERIFY_WITH_TIMEOUT(managedFrame(&view).isValid(), 20000);
+    QTRY_VERIFY_WITH_TIMEOUT(view.screen()->availableGeometry().contains(managedFrame(&view)),
+                             20000);
+    QVERIFY(managedFrame(&view).height() > 800);
 }
 
 void DesktopTest::minimisedWindowFetchesNothing()
@@ -302,9 +322,9 @@ void DesktopTest::aSecondLaunchDefersToTheFirst()
     QVERIFY(first.start(settings));
     QVERIFY(!first.process.waitForFinished(3000)); // up and running
 
-    Kestrel second;
+    Kestrel second; // another temporary folder, as a terminal may have beside the autostart
     second.config = first.config;
-    second.temporary = first.temporary; // where the single-instance socket is
+    second.runtime = first.runtime;
     QVERIFY(second.start(settings));
     QVERIFY(second.process.waitForFinished(20000));
     QCOMPARE(second.process.exitCode(), 0);

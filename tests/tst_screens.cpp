@@ -135,6 +135,7 @@ private slots:
     void settingsWindowStoresAtOnceAndAsksBeforePowerOff();
     void everyScreenShowsItsTextsWhole();
     void cameraWindowFollowsAddressAndNames();
+    void takingCamerasOverRefreshesTheirWindows();
     void cameraWindowInEveryState();
     void workedExampleAndWrappingRow();
     void startOpensTheSelectionInOrderAndLaysOut();
@@ -269,6 +270,7 @@ void ScreensTest::everyScreenShowsItsTextsWhole()
     QWidget &view = app.mainWindow();
     view.resize(680, 560);
     QTRY_VERIFY_WITH_TIMEOUT(labelTexts(&view).contains(u"Raspberry Pi erreichbar"_s), 20000);
+    QVERIFY(labelTexts(&view).filter(u"PiP-Fenster auf dem Desktop an."_s).size() == 1);
     app.homeKitManager().runShortcut(u"Klipper einschalten"_s); // one line more
     QTRY_VERIFY(app.homeKitManager().actionMessage().has_value());
     QTRY_COMPARE(app.homeKitManager().accessoryState(), HomeKitAccessoryState::on());
@@ -435,6 +437,27 @@ void ScreensTest::cameraWindowFollowsAddressAndNames()
 // The picture letterboxed, with its rate, and turned when the camera is; a failure's card with
 // all its text at the smallest size and no spinner under it; the card over the last good picture,
 // kept while the window is minimised and shown again; the host-offline card.
+// "Vom Drucker übernehmen" says it has taken the cameras over, so their windows show it at once:
+// the new name and the new address, while a window whose camera stayed as it was is left alone.
+void ScreensTest::takingCamerasOverRefreshesTheirWindows()
+{
+    LoopbackHttpServer printer;
+    printer.setReply(HttpReply::content("application/json", R"({"result": {"webcams": [
+        {"name": "Oben", "snapshot_url": "/oben.jpg"},
+        {"name": "Düsencam", "snapshot_url": "/webcam2/?action=snapshot"}]}})"));
+    MemoryKeyValueStore store(
+        {{u"selectedCameraIDs"_s, idList({1, 2})}, {u"printerIP"_s, printer.address()}});
+    KestrelApp app(store, {.shortcuts = u"/kein/shortcuts"_s});
+    QWidget *unchanged = app.windowCoordinator().window(2)->content();
+    app.openSettings();
+    childWithText(app.settingsWindow(), u"Vom Drucker übernehmen"_s)->click();
+    CameraWindow *window = app.windowCoordinator().window(1);
+    QTRY_COMPARE_WITH_TIMEOUT(window->windowTitle(), u"Oben"_s, 20000);
+    QTRY_COMPARE(window->content()->findChild<LinkButton *>()->text(),
+                 u"http://"_s + printer.address() + u"/oben.jpg"_s);
+    QCOMPARE(app.windowCoordinator().window(2)->content(), unchanged);
+}
+
 void ScreensTest::cameraWindowInEveryState()
 {
     bool overviewFails = false;
@@ -487,6 +510,7 @@ void ScreensTest::cameraWindowInEveryState()
     QVERIFY(!stream->loader().isRunning());
     live.show();
     QVERIFY(stream->loader().isRunning() && card->isVisible());
+    QVERIFY(!stream->loader().picturesPerSecond()); // the pause counts as no time at all
 
     // A camera mounted sideways: its picture arrives upright, fitted to the window.
     overviewFails = false;
