@@ -26,10 +26,10 @@ KESTREL_PACKAGES=(cmake g++ make qt6-base-dev qt6-svg-dev qt6-qpa-plugins qt6-tr
     libgl-dev libxcb1-dev librsvg2-bin help2man curl)
 
 # What the tests need beyond that: a virtual display with a window manager for the window tests,
-# xdotool to drive it as a user does, xprop to see that the window manager is up, and the Debian
-# packaging tools, lintian and desktop-file validators for the package test.
-KESTREL_TEST_PACKAGES=(xvfb xauth openbox xdotool x11-utils clang-format dpkg-dev desktop-file-utils
-    appstream lintian)
+# trayer as its tray, xdotool to drive it as a user does, xprop to see that the window manager is
+# up, and the Debian packaging tools, lintian and desktop-file validators for the package test.
+KESTREL_TEST_PACKAGES=(xvfb xauth openbox trayer xdotool x11-utils clang-format dpkg-dev
+    desktop-file-utils appstream lintian)
 
 # Configures and builds into build/: every target, or only the ones named.
 build_kestrel() {

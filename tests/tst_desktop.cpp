@@ -23,6 +23,7 @@
 #include <QScreen>
 #include <QSignalSpy>
 #include <QStandardPaths>
+#include <QSystemTrayIcon>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -106,7 +107,7 @@ struct Kestrel
     QString temporary = home.filePath(u"tmp"_s);
     QString runtime = home.filePath(u"run"_s); // the session's, where the single-instance socket is
 
-    bool start(const QJsonObject &settings)
+    bool start(const QJsonObject &settings, const QStringList &arguments = {})
     {
         QDir().mkpath(config + u"/Kestrel"_s);
         QDir().mkpath(temporary);
@@ -124,7 +125,7 @@ struct Kestrel
         environment.remove(u"QT_QPA_PLATFORM"_s); // the test's own X display
         process.setProcessEnvironment(environment);
         process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        process.start(QStringLiteral(KESTREL_PATH), {});
+        process.start(QStringLiteral(KESTREL_PATH), arguments);
         return process.waitForStarted();
     }
     QJsonArray selected() const
@@ -149,6 +150,22 @@ bool windowShown(const QString &title)
     return xdotool({u"search"_s, u"--onlyvisible"_s, u"--name"_s, title});
 }
 
+// The first window titled "Kestrel" (shown ones only, if asked) whose width lies in [from, to].
+QString kestrelWindow(bool shownOnly, int from, int to)
+{
+    QStringList search{u"search"_s, u"--name"_s, u"^Kestrel$"_s};
+    if (shownOnly)
+        search.insert(1, u"--onlyvisible"_s);
+    const QStringList ids = run(u"xdotool"_s, search).value_or(QString()).split(u'\n', Qt::SkipEmptyParts);
+    for (const QString &id : ids) {
+        const QString geometry = run(u"xdotool"_s, {u"getwindowgeometry"_s, id}).value_or(QString());
+        const int width = geometry.section(u"Geometry: "_s, 1).section(u'x', 0, 0).toInt();
+        if (width >= from && width <= to)
+            return id;
+    }
+    return {};
+}
+
 // Presses `keys` in the window whose title matches `title` until it is gone. Kestrel may still
 // be raising its own windows when the test starts, so a press that went elsewhere is repeated.
 bool closeWithKeys(const QString &title, const QString &keys)
@@ -161,6 +178,23 @@ bool closeWithKeys(const QString &title, const QString &keys)
             return true;
     }
     return false;
+}
+
+bool mainWindowShown()
+{
+    return !kestrelWindow(true, 200, 10000).isEmpty();
+}
+
+// The tray icon: a small window of Kestrel's inside the tray, which xdotool does not search.
+QString trayIcon()
+{
+    const QString tree = run(u"xwininfo"_s, {u"-root"_s, u"-tree"_s}).value_or(QString());
+    const QRegularExpression icon(u"(0x[0-9a-f]+) \"Kestrel\": \\(\"kestrel\" \"Kestrel\"\\)\\s+(\\d+)x"_s);
+    for (const QRegularExpressionMatch &match : icon.globalMatch(tree)) {
+        if (match.captured(2).toInt() <= 64)
+            return match.captured(1);
+    }
+    return {};
 }
 
 } // namespace
@@ -188,6 +222,7 @@ private slots:
     void minimisedWindowFetchesNothing();
     void endingKestrelKeepsTheSelection_data();
     void endingKestrelKeepsTheSelection();
+    void theTrayKeepsCamerasWithoutTheMainWindow();
     void aSecondLaunchDefersToTheFirst();
 };
 
@@ -312,6 +347,53 @@ void DesktopTest::endingKestrelKeepsTheSelection()
     QCOMPARE(pictureFiles(kestrel.temporary), QStringList());
     QCOMPARE(processesMentioning(kestrel.temporary), 0);
     QVERIFY(!QFile::exists(kestrel.config + u"/Kestrel/settings.json.corrupt"_s));
+}
+
+// With a tray, "--hidden" starts with the cameras alone; the icon brings the main window, whose
+// close only hides it, and its menu's "Beenden" quits as every other way does. Without a tray the
+// option is ignored.
+void DesktopTest::theTrayKeepsCamerasWithoutTheMainWindow()
+{
+    if (QStandardPaths::findExecutable(u"trayer"_s).isEmpty())
+        QSKIP("needs trayer as the desktop's tray");
+    const QJsonObject settings{{u"printerIP"_s, u"kein host"_s},
+                               {u"selectedCameraIDs"_s, QJsonArray{1, 3}}};
+    Kestrel trayless;
+    QVERIFY(trayless.start(settings, {u"--hidden"_s}));
+    QTRY_VERIFY_WITH_TIMEOUT(mainWindowShown(), 20000);
+    trayless.process.terminate();
+    QVERIFY(trayless.process.waitForFinished(20000));
+
+    QProcess tray;
+    tray.start(u"trayer"_s, {u"--edge"_s, u"bottom"_s, u"--align"_s, u"right"_s});
+    QTRY_VERIFY_WITH_TIMEOUT(QSystemTrayIcon::isSystemTrayAvailable(), 20000);
+    Kestrel kestrel;
+    QVERIFY(kestrel.start(settings, {u"--hidden"_s}));
+    QTRY_VERIFY_WITH_TIMEOUT(windowShown(u"Filamentcam"_s), 20000);
+    QTRY_VERIFY_WITH_TIMEOUT(!trayIcon().isEmpty(), 20000);
+    QVERIFY(!mainWindowShown());
+
+    // Clicked in its lower half: the message that Kestrel runs on covers the top of the icon.
+    const auto click = [icon = trayIcon()](const QString &button) {
+        return xdotool({u"mousemove"_s, u"--window"_s, icon, u"11"_s, u"16"_s, u"click"_s, button});
+    };
+    QVERIFY(click(u"1"_s));
+    QTRY_VERIFY_WITH_TIMEOUT(mainWindowShown(), 20000);
+    // One press only: a second would close whichever window has the focus next.
+    QVERIFY(xdotool({u"windowactivate"_s, u"--sync"_s, kestrelWindow(true, 200, 10000), u"key"_s,
+                     u"alt+F4"_s}));
+    QTRY_VERIFY_WITH_TIMEOUT(!mainWindowShown(), 20000);
+    QVERIFY(windowShown(u"Übersichtscam"_s) && windowShown(u"Filamentcam"_s));
+    QCOMPARE(kestrel.process.state(), QProcess::Running);
+
+    QVERIFY(click(u"3"_s));
+    QTest::qWait(500); // the menu opens
+    QVERIFY(xdotool({u"key"_s, u"Up"_s, u"Return"_s})); // its last entry, "Beenden"
+    QTRY_COMPARE_WITH_TIMEOUT(kestrel.process.state(), QProcess::NotRunning, 20000);
+    QCOMPARE(kestrel.process.exitCode(), 0);
+    QCOMPARE(kestrel.selected(), (QJsonArray{1, 3}));
+    tray.kill();
+    tray.waitForFinished();
 }
 
 void DesktopTest::aSecondLaunchDefersToTheFirst()

@@ -233,6 +233,22 @@ void ScreensTest::settingsWindowStoresAtOnceAndAsksBeforePowerOff()
     QDesktopServices::setUrlHandler(u"file"_s, this, "openUrl");
     childWithText(&view, u"Szenenordner öffnen"_s)->click();
     QDesktopServices::unsetUrlHandler(u"file"_s);
+
+    // "Beim Anmelden starten" is the autostart entry itself: ticked, Kestrel starts into the
+    // tray at login; the box shows the entry as it is, also one made or removed elsewhere.
+    QCheckBox *atLogin = childWithText<QCheckBox>(&view, u"Beim Anmelden starten"_s);
+    atLogin->click();
+    QFile entry(config.filePath(u"autostart/kestrel.desktop"_s));
+    QVERIFY(entry.open(QIODevice::ReadOnly));
+    QVERIFY(entry.readAll().contains("\nExec=kestrel --hidden\n"));
+    entry.close();
+    atLogin->click();
+    QVERIFY(!entry.exists() && !atLogin->isChecked());
+    view.hide();
+    QVERIFY(entry.open(QIODevice::WriteOnly) && entry.write("[Desktop Entry]\n") > 0);
+    entry.close();
+    view.show();
+    QVERIFY(atLogin->isChecked());
     qputenv("XDG_CONFIG_HOME", ownConfig);
     QCOMPARE(m_opened.takeLast(), QUrl::fromLocalFile(folder));
     QVERIFY(QFileInfo::exists(folder + u"/tasmota-an.beispiel"_s));

@@ -3,6 +3,7 @@
 
 #include "app/CameraViews.h"
 #include "app/EventLoopProbe.h"
+#include "app/TrayIcon.h"
 #include "monitor/PiStatusMonitor.h"
 #include "power/HomeKitManager.h"
 #include "screens/ContentView.h"
@@ -26,7 +27,7 @@ KestrelApp::QtGermanTexts::QtGermanTexts()
         QCoreApplication::installTranslator(this);
 }
 
-KestrelApp::KestrelApp(KeyValueStore &store, const ExternalTools &tools)
+KestrelApp::KestrelApp(KeyValueStore &store, const ExternalTools &tools, StartMode mode)
     : m_settings(new AppSettings(store, this)),
       m_homeKitManager(new HomeKitManager(*m_settings, this, tools.shortcuts, tools.sceneRunner)),
       m_piStatusMonitor(
@@ -50,7 +51,10 @@ KestrelApp::KestrelApp(KeyValueStore &store, const ExternalTools &tools)
             &KestrelApp::closeCameraWindowsForQuit);
     if (EventLoopProbe::wanted())
         new EventLoopProbe(this);
-    m_mainWindow.show();
+    if (QSystemTrayIcon::isSystemTrayAvailable())
+        addTrayIcon();
+    if (mode == StartMode::shown || !m_tray)
+        m_mainWindow.show();
 }
 
 // Children go in the order they came, settings first; the windows, which work with all the
@@ -80,15 +84,37 @@ void KestrelApp::addMenuCommands()
     quit->setShortcutContext(Qt::ApplicationShortcut);
 }
 
+void KestrelApp::addTrayIcon()
+{
+    m_tray = new TrayIcon(*m_piStatusMonitor, this);
+    connect(m_tray, &TrayIcon::showMainWindowRequested, this, &KestrelApp::bringToFront);
+    connect(m_tray, &TrayIcon::syncWindowsRequested, m_windowCoordinator,
+            &WindowCoordinator::syncWindows);
+    connect(m_tray, &TrayIcon::openSettingsRequested, this, &KestrelApp::openSettings);
+    connect(m_tray, &TrayIcon::quitRequested, qApp, &QCoreApplication::quit,
+            Qt::QueuedConnection);
+    // Only "Beenden" ends Kestrel now, whichever windows are open or closed.
+    QApplication::setQuitOnLastWindowClosed(false);
+    m_tray->show();
+}
+
 bool KestrelApp::eventFilter(QObject *watched, QEvent *event)
 {
     if (watched == qApp && event->type() == QEvent::Quit)
         closeCameraWindowsForQuit();
+    // With a tray, closing the main window puts Kestrel there; quitting closes it for real.
+    if (watched == &m_mainWindow && event->type() == QEvent::Close && m_tray && !m_quitting) {
+        event->ignore();
+        m_mainWindow.hide();
+        m_tray->tellStillRunning();
+        return true;
+    }
     return false;
 }
 
 void KestrelApp::closeCameraWindowsForQuit()
 {
+    m_quitting = true;
     m_windowCoordinator->closeAllWindows();
 }
 

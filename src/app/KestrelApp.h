@@ -17,18 +17,29 @@ class HomeKitManager;
 class KeyValueStore;
 class PiStatusMonitor;
 class SettingsView;
+class TrayIcon;
 class WindowCoordinator;
 
 // The application: creates the long-lived objects in their fixed order (settings first, since
 // everything reads them; the power manager before the host monitor; the coordinator, which opens
 // camera windows, once the main window exists), keeps them as its children for the life of the
-// process, and offers the two menu commands.
+// process, and offers the menu commands. Where the desktop has a tray, Kestrel's icon stands there
+// and closing the main window only hides it: the camera windows float on until "Beenden".
 class KestrelApp : public QObject
 {
     Q_OBJECT
 
 public:
-    explicit KestrelApp(KeyValueStore &store, const ExternalTools &tools = {});
+    // Where a tray exists, Kestrel may start with only its icon there; elsewhere the main
+    // window always shows.
+    enum class StartMode
+    {
+        shown,
+        toTray
+    };
+
+    explicit KestrelApp(KeyValueStore &store, const ExternalTools &tools = {},
+                        StartMode mode = StartMode::shown);
     ~KestrelApp() override;
 
     // The single settings window: made on first use, brought to the front after that.
@@ -43,12 +54,15 @@ public:
     QMainWindow &mainWindow() { return m_mainWindow; }
     ContentView &contentView() const { return *m_contentView; }
     SettingsView *settingsWindow() const;
+    // The tray icon, where the desktop has a tray.
+    TrayIcon *trayIcon() const { return m_tray; }
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
     void addMenuCommands();
+    void addTrayIcon();
     void closeCameraWindowsForQuit();
 
     struct QtGermanTexts : QTranslator
@@ -65,6 +79,8 @@ private:
     WindowCoordinator *m_windowCoordinator;
     ContentView *m_contentView;
     QPointer<SettingsView> m_settingsWindow;
+    TrayIcon *m_tray = nullptr;
+    bool m_quitting = false;
 };
 
 } // namespace kestrel

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/AppIdentity.h"
 #include "app/KestrelApp.h"
+#include "platform/AutostartEntry.h"
 #include "platform/CommandLine.h"
 #include "platform/JsonFileKeyValueStore.h"
 #include "platform/SingleInstance.h"
@@ -17,7 +18,7 @@ int main(int argc, char *argv[])
             "schwebenden Fenstern, meldet, ob der Drucker-Host antwortet, und schaltet\n"
             "den Drucker über Kurzbefehle ein und aus."),
         QStringLiteral("Einstellungen:\n"
-                       "  Kestrel hat keine weiteren Optionen: alles steht in der Datei\n"
+                       "  Alle weiteren Einstellungen stehen in der Datei\n"
                        "  $XDG_CONFIG_HOME/Kestrel/settings.json, ohne XDG_CONFIG_HOME in\n"
                        "  ~/.config/Kestrel/settings.json. Jede Änderung im Einstellungsfenster\n"
                        "  wird dort gespeichert. Läuft Kestrel mit diesem Ordner schon, holt ein\n"
@@ -34,6 +35,10 @@ int main(int argc, char *argv[])
                        "  0  Kestrel wurde beendet (auch durch SIGTERM, SIGINT oder SIGHUP), oder\n"
                        "     ein zweiter Start hat das laufende Kestrel nach vorn geholt.\n"
                        "  2  Unbekannte Option oder unerwartetes Argument."));
+    const QCommandLineOption hidden(
+        kestrel::autostart::hiddenOption,
+        QStringLiteral("Startet nur mit dem Symbol im Infobereich, ohne Hauptfenster."));
+    commandLine.addOption(hidden);
     if (const auto status = commandLine.parse(argc, argv))
         return *status;
 
@@ -52,7 +57,9 @@ int main(int argc, char *argv[])
         return 0;
     kestrel::quitOnTerminationSignals();
     kestrel::JsonFileKeyValueStore store(kestrel::JsonFileKeyValueStore::defaultFilePath());
-    kestrel::KestrelApp kestrel(store);
+    kestrel::KestrelApp kestrel(store, {},
+                                commandLine.isSet(hidden) ? kestrel::KestrelApp::StartMode::toTray
+                                                          : kestrel::KestrelApp::StartMode::shown);
     QObject::connect(&instance, &kestrel::SingleInstance::anotherLaunch, &kestrel,
                      &kestrel::KestrelApp::bringToFront);
     return QApplication::exec();

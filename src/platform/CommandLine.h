@@ -24,6 +24,7 @@ public:
     // unknown option or an argument nobody asked for), or none when the program is to run.
     std::optional<int> parse(int argc, char *argv[]);
 
+    bool isSet(const QCommandLineOption &option) const { return m_parser.isSet(option); }
     QString value(const QCommandLineOption &option) const { return m_parser.value(option); }
     QStringList values(const QCommandLineOption &option) const { return m_parser.values(option); }
 

@@ -3,6 +3,7 @@
 #include "screens/OrientationRow.h"
 #include "screens/WebcamImportRow.h"
 
+#include "platform/AutostartEntry.h"
 #include "power/HomeKitManager.h"
 #include "power/SceneFolder.h"
 #include "power/StatusInterpretation.h"
@@ -138,8 +139,18 @@ void SettingsView::fitHeightToScreen()
     }
 }
 
+// The entry is the setting: the desktop's own autostart manager may have changed it meanwhile.
+void SettingsView::showAutostart()
+{
+    if (!m_autostart)
+        return;
+    const QSignalBlocker blocker(m_autostart);
+    m_autostart->setChecked(autostart::isEnabled());
+}
+
 void SettingsView::showEvent(QShowEvent *)
 {
+    showAutostart();
     if (!std::exchange(m_watchingFrame, true))
         desktopWindow::watchFrame(this, [this] { fitHeightToScreen(); });
 }
@@ -166,6 +177,14 @@ QWidget *SettingsView::printerSection()
     connect(m_alwaysOnTop, &QCheckBox::toggled, this,
             [this](bool on) { m_settings.setAlwaysOnTop(on); });
     form->addRow(m_alwaysOnTop);
+#if defined(Q_OS_LINUX)
+    m_autostart = new QCheckBox(tr("Beim Anmelden starten"), box);
+    connect(m_autostart, &QCheckBox::toggled, this, [this](bool on) {
+        autostart::setEnabled(on);
+        showAutostart(); // what the autostart folder now holds, also when writing failed
+    });
+    form->addRow(m_autostart);
+#endif
     return box;
 }
 

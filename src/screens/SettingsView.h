@@ -55,11 +55,13 @@ private:
     void fitHeightToScreen();
     void refresh();
     void refreshPowerState();
+    void showAutostart();
 
     AppSettings &m_settings;
     HomeKitManager &m_homeKitManager;
     QLineEdit *m_printerIP = nullptr;
     QCheckBox *m_alwaysOnTop = nullptr;
+    QCheckBox *m_autostart = nullptr; // only where desktops read an autostart folder
     QList<CameraControls> m_cameras;
     QLineEdit *m_accessoryName = nullptr;
     QLineEdit *m_powerOnScene = nullptr;
