@@ -8,7 +8,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 source scripts/common.sh
-ensure_packages "${KESTREL_PACKAGES[@]}" xvfb xauth openbox imagemagick xdotool
+ensure_packages "${KESTREL_PACKAGES[@]}" xvfb xauth openbox trayer x11-utils imagemagick xdotool
 build_kestrel kestrel kestrel-demo-printer
 out=docs/screenshots
 
@@ -31,6 +31,9 @@ for scale in 1 2; do
     export DISPLAY=":$(cat "$work/display")"
     openbox --sm-disable >/dev/null 2>&1 &
     pids+=($!)
+    trayer --edge bottom --align right --height $((24 * scale)) >/dev/null 2>&1 &
+    pids+=($!)
+    sleep 1 # Kestrel looks for a tray once, at its start
 
     start_demo_printer "$work" \
         '"alwaysOnTop": false, "cameraRotations": {"3": "90"}, "showPictureRate": true' \
@@ -53,6 +56,16 @@ for scale in 1 2; do
     sleep 1
     shoot "$settings" settings-window
     xdotool windowclose "$settings"
+
+    # The tray icon's menu, in the corner where the tray stands. The icon is a small window of
+    # Kestrel's inside the tray.
+    icon=$(xwininfo -root -tree |
+        sed -n 's/^ *\(0x[0-9a-f]*\) "Kestrel": ("kestrel" "Kestrel")  [0-9]\{2\}x.*/\1/p' | head -n 1)
+    xdotool mousemove --window "$icon" $((11 * scale)) $((16 * scale)) click 3
+    sleep 1
+    import -window root -crop $((420 * scale))x$((150 * scale))+$((1020 * scale))+$((750 * scale)) \
+        "$out/tray-menu@${scale}x.png"
+    xdotool key Escape
 
     # The host goes away: the next probe (every 10 s) finds it down and the prompt opens.
     kill "$printer_pid"
