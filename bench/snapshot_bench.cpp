@@ -163,16 +163,16 @@ int main(int argc, char *argv[])
 
         self = cpuMilliseconds(RUSAGE_SELF);
         clock.restart();
-        SnapshotFetch::decodeAndRemove(file, shown, 1.0);
+        SnapshotFetch::decodeAndRemove(file, {shown});
         decodeShownMs << clock.nsecsElapsed() / 1e6;
         floorDecodeCpu += cpuMilliseconds(RUSAGE_SELF) - self;
         // A camera mounted sideways: turned a quarter and mirrored, the dearest orientation.
         self = cpuMilliseconds(RUSAGE_SELF);
-        SnapshotFetch::decodeAndRemove(file + QStringLiteral(".turned"), shown, 1.0,
-                                       {90, true, false});
+        SnapshotFetch::decodeAndRemove(file + QStringLiteral(".turned"),
+                                       {shown, 1.0, {90, true, false}});
         turnedDecodeCpu += cpuMilliseconds(RUSAGE_SELF) - self;
         clock.restart();
-        SnapshotFetch::decodeAndRemove(file + QStringLiteral(".full"), {}, 1.0);
+        SnapshotFetch::decodeAndRemove(file + QStringLiteral(".full"), {});
         decodeFullMs << clock.nsecsElapsed() / 1e6;
     }
     kestrelCpu /= rounds;

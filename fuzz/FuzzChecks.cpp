@@ -33,6 +33,8 @@ void checkSettingsDocument(const QByteArray &bytes)
         require(!name.isEmpty());
     for (const QString &path : settings.customSnapshotPaths())
         require(!path.isEmpty());
+    for (const QString &path : settings.cameraStreamPaths())
+        require(!path.isEmpty());
     for (const CameraId id : settings.cameraPlacements().keys())
         require(id >= 1 && id <= 3);
     require(!settings.selectedCameraIDs().empty());

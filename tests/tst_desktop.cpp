@@ -282,11 +282,11 @@ void DesktopTest::minimisedWindowFetchesNothing()
     CameraWindow *window = coordinator->window(1);
     QTRY_VERIFY_WITH_TIMEOUT(managedFrame(window).isValid(), 20000);
     const auto *stream = window->findChild<SnapshotStreamView *>();
-    QVERIFY(stream->loader().isRunning());
+    QVERIFY(stream->source().isRunning());
     window->showMinimized();
-    QTRY_VERIFY_WITH_TIMEOUT(!stream->loader().isRunning(), 20000);
+    QTRY_VERIFY_WITH_TIMEOUT(!stream->source().isRunning(), 20000);
     window->showNormal();
-    QTRY_VERIFY_WITH_TIMEOUT(stream->loader().isRunning(), 20000);
+    QTRY_VERIFY_WITH_TIMEOUT(stream->source().isRunning(), 20000);
 }
 
 void DesktopTest::endingKestrelKeepsTheSelection_data()

@@ -91,7 +91,7 @@ void FaultSoakTest::screensFollowEveryFaultAndNothingIsLost()
                                            : QString();
         for (const CameraId id : {1, 2, 3}) {
             const auto &loader =
-                coordinator->window(id)->findChild<SnapshotStreamView *>()->loader();
+                coordinator->window(id)->findChild<SnapshotStreamView *>()->source();
             const auto *card = coordinator->window(id)->findChild<SnapshotErrorCard *>();
             text += u" | "_s + (card->isVisible() ? card->title() + u": "_s : QString()) +
                     loader.errorText().value_or(loader.image().isNull() ? u"nothing"_s : QString());

@@ -392,7 +392,7 @@ void ScreensTest::cameraWindowFollowsAddressAndNames()
     view = qobject_cast<CameraWindowView *>(window->content());
     const auto *stream = view->findChild<SnapshotStreamView *>();
     footer = view->findChild<LinkButton *>();
-    QTRY_VERIFY(stream && stream->loader().isRunning() && footer->isVisible());
+    QTRY_VERIFY(stream && stream->source().isRunning() && footer->isVisible());
     QCOMPARE(footer->text(), u"http://127.0.0.1:9/snap.jpg"_s);
     QVERIFY(footer->font().underline()); // it looks like the link it is
     QDesktopServices::setUrlHandler(u"http"_s, this, "openUrl");
@@ -494,7 +494,7 @@ void ScreensTest::cameraWindowInEveryState()
     live.resize(436, 296);
     live.show();
     auto *stream = live.findChild<SnapshotStreamView *>();
-    QSignalSpy pictures(&stream->loader(), &SnapshotLoader::imageChanged);
+    QSignalSpy pictures(&stream->source(), &PictureSource::imageChanged);
     QVERIFY(pictures.wait(20000));
     live.findChild<CameraMenuButton *>()->menu()->actions().last()->trigger();
     QTRY_VERIFY(app.settings.showPictureRate());
@@ -523,15 +523,15 @@ void ScreensTest::cameraWindowInEveryState()
     QVERIFY(std::abs(under.red() - frame.pixelColor(top).red()) < 8 &&
             std::abs(under.blue() - frame.pixelColor(top).blue()) < 8);
     live.hide();
-    QVERIFY(!stream->loader().isRunning());
+    QVERIFY(!stream->source().isRunning());
     live.show();
-    QVERIFY(stream->loader().isRunning() && card->isVisible());
-    QVERIFY(!stream->loader().picturesPerSecond()); // the pause counts as no time at all
+    QVERIFY(stream->source().isRunning() && card->isVisible());
+    QVERIFY(!stream->source().picturesPerSecond()); // the pause counts as no time at all
 
     // A camera mounted sideways: its picture arrives upright, fitted to the window.
     overviewFails = false;
     app.settings.setOrientation({90, false, false}, 1);
-    QTRY_COMPARE_WITH_TIMEOUT(stream->loader().image().size(),
+    QTRY_COMPARE_WITH_TIMEOUT(stream->source().image().size(),
                               QSize(960, 1280).scaled(stream->size(), Qt::KeepAspectRatio), 20000);
 
     // The monitor takes an address one change late: the second change brings the first in.

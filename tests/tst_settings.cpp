@@ -44,7 +44,7 @@ QVariantMap fullyStored()
         "homeKitPowerOnSceneName": "An", "homeKitStatusShortcutName": "Status",
         "customCameraNames": {"2": "Nozzle", "3": "Rolle"}, "customSnapshotPaths": {"3": "/snap"},
         "homeKitPowerOffSceneName": "Aus", "cameraRotations": {"1": "90"},
-        "cameraMirroring": {"1": "both"}})")
+        "cameraMirroring": {"1": "both"}, "cameraStreamPaths": {"2": "/webcam2/?action=stream"}})")
         .toMap();
 }
 
@@ -117,6 +117,8 @@ names: bad keys, empty value | customCameraNames | {"2": "N", "x": "a", "3": "",
 names: one non-string empties all | customCameraNames | {"2": "Nozzle", "3": 5} | {}
 names: signed keys | customCameraNames | {"-4": "minus", "+5": "plus"} | {"-4": "minus", "5": "plus"}
 paths: same rules | customSnapshotPaths | {"1": "snap.jpg", "2": ""} | {"1": "snap.jpg"}
+streams: same rules | cameraStreamPaths | {"1": "/webcam/?action=stream", "2": "", "x": "/s"} | {"1": "/webcam/?action=stream"}
+streams: one non-string empties all | cameraStreamPaths | {"1": "/s", "2": true} | {}
 rotations: unknown ids and angles dropped | cameraRotations | {"1": "90", "2": "45", "3": "0", "4": "180"} | {"1": "90"}
 rotations: one non-string empties all | cameraRotations | {"1": "90", "2": 180} | {}
 mirroring: words | cameraMirroring | {"1": "both", "2": "Horizontal", "3": "vertical"} | {"1": "both", "3": "vertical"}
@@ -141,6 +143,7 @@ void SettingsTest::oddValuesAreWrittenBackAsLoaded()
     s.setHomeKitStatusShortcutName(s.homeKitStatusShortcutName());
     s.setCustomCameraNames(s.customCameraNames());
     s.setCustomSnapshotPaths(s.customSnapshotPaths());
+    s.setCameraStreamPaths(s.cameraStreamPaths());
     s.setCameraOrientations(s.cameraOrientations());
     QCOMPARE(store.value(key), written);
 }
@@ -166,6 +169,8 @@ void SettingsTest::eachOperationWritesOnlyItsOwnKey()
          u"customCameraNames"_s, json(R"({"3": "Rolle"})")},
         {"clear last path", [](AppSettings &s) { s.setCustomSnapshotPath(std::nullopt, 3); },
          u"customSnapshotPaths"_s, json("{}")},
+        {"stream", [](AppSettings &s) { s.setStreamPath(u"/stream"_s, 1); },
+         u"cameraStreamPaths"_s, json(R"({"1": "/stream", "2": "/webcam2/?action=stream"})")},
         // An orientation lives under two keys; this one changes the mirroring alone.
         {"orientation",
          [](AppSettings &s) {

@@ -287,7 +287,7 @@ void StreamTest::picturesArriveTurnedAndMirrored()
     QVERIFY(sent.save(path, "JPEG", 95));
     const CameraOrientation orientation{rotation, horizontal, vertical};
 
-    const QImage shown = *SnapshotFetch::decodeAndRemove(path, {}, 1.0, orientation);
+    const QImage shown = *SnapshotFetch::decodeAndRemove(path, {{}, 1.0, orientation});
     QCOMPARE(shown.size(), orientation.isSideways() ? QSize(90, 160) : QSize(160, 90));
     const QPoint marker(corner.x() ? shown.width() - 10 : 10,
                         corner.y() ? shown.height() - 10 : 10);
@@ -297,10 +297,10 @@ void StreamTest::picturesArriveTurnedAndMirrored()
     // Decoded to fit a window, a sideways camera fits its upright shape; on a HiDPI screen the
     // same window decodes twice the pixels, drawn at the same size.
     QVERIFY(sent.scaled(1920, 1080).save(path, "JPEG"));
-    const QImage fitted = *SnapshotFetch::decodeAndRemove(path, {420, 280}, 1.0, orientation);
+    const QImage fitted = *SnapshotFetch::decodeAndRemove(path, {{420, 280}, 1.0, orientation});
     QCOMPARE(fitted.size(), orientation.isSideways() ? QSize(157, 280) : QSize(420, 236));
     QVERIFY(sent.scaled(1920, 1080).save(path, "JPEG"));
-    const QImage sharp = *SnapshotFetch::decodeAndRemove(path, {840, 560}, 2.0, orientation);
+    const QImage sharp = *SnapshotFetch::decodeAndRemove(path, {{840, 560}, 2.0, orientation});
     QCOMPARE(sharp.size(), orientation.isSideways() ? QSize(315, 560) : QSize(840, 472));
     QCOMPARE(sharp.deviceIndependentSize(), QSizeF(sharp.size()) / 2);
 }

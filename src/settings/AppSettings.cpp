@@ -22,6 +22,7 @@ const QString homeKitPowerOffSceneName = QStringLiteral("homeKitPowerOffSceneNam
 const QString cameraRotations = QStringLiteral("cameraRotations");
 const QString cameraMirroring = QStringLiteral("cameraMirroring");
 const QString showPictureRate = QStringLiteral("showPictureRate");
+const QString cameraStreamPaths = QStringLiteral("cameraStreamPaths");
 } // namespace keys
 
 QString AppSettings::defaultPrinterIP()
@@ -53,6 +54,8 @@ AppSettings::AppSettings(KeyValueStore &store, QObject *parent) : QObject(parent
         decodeCameraTexts(store.value(keys::cameraWindowFrames), EmptyTexts::keep);
     m_selectedCameraIDs = decodeSelection(store.value(keys::selectedCameraIDs), {1});
     m_showPictureRate = decodeBool(store.value(keys::showPictureRate), false);
+    m_cameraStreamPaths =
+        decodeCameraTexts(store.value(keys::cameraStreamPaths), EmptyTexts::skip);
     m_cameraOrientations =
         decodeOrientations(store.value(keys::cameraRotations), store.value(keys::cameraMirroring));
 }
@@ -145,6 +148,12 @@ void AppSettings::setShowPictureRate(bool value)
            keys::showPictureRate);
 }
 
+void AppSettings::setCameraStreamPaths(CameraTextMap value)
+{
+    assign(m_cameraStreamPaths, std::move(value), &AppSettings::cameraStreamPathsWillChange,
+           keys::cameraStreamPaths);
+}
+
 void AppSettings::setOrientation(const CameraOrientation &orientation, CameraId id)
 {
     OrientationMap orientations = m_cameraOrientations;
@@ -201,6 +210,13 @@ void AppSettings::setCustomSnapshotPath(const std::optional<QString> &path, Came
     CameraTextMap paths = m_customSnapshotPaths;
     setOverride(paths, path, id);
     setCustomSnapshotPaths(std::move(paths));
+}
+
+void AppSettings::setStreamPath(const std::optional<QString> &path, CameraId id)
+{
+    CameraTextMap paths = m_cameraStreamPaths;
+    setOverride(paths, path, id);
+    setCameraStreamPaths(std::move(paths));
 }
 
 std::optional<QRectF> AppSettings::frame(CameraId id) const

@@ -43,6 +43,8 @@ public:
     QString homeKitPowerOffSceneName() const { return m_homeKitPowerOffSceneName; }
     OrientationMap cameraOrientations() const { return m_cameraOrientations; }
     bool showPictureRate() const { return m_showPictureRate; }
+    // A camera with a stream path shows its live MJPEG stream instead of snapshots.
+    CameraTextMap cameraStreamPaths() const { return m_cameraStreamPaths; }
 
     void setPrinterIP(QString value);
     void setSelectedCameraIDs(CameraIdSet value);
@@ -58,6 +60,7 @@ public:
     // Kept under two keys, "cameraRotations" and "cameraMirroring".
     void setCameraOrientations(OrientationMap value);
     void setShowPictureRate(bool value);
+    void setCameraStreamPaths(CameraTextMap value);
 
     // The catalogue camera with the user's name and snapshot path, taken as they are.
     Camera resolvedCamera(const Camera &camera) const;
@@ -67,6 +70,8 @@ public:
     // No text, or an empty one, removes the override.
     void setCustomName(const std::optional<QString> &name, CameraId id);
     void setCustomSnapshotPath(const std::optional<QString> &path, CameraId id);
+    // No text, or an empty one, goes back to snapshots.
+    void setStreamPath(const std::optional<QString> &path, CameraId id);
 
     CameraOrientation orientation(CameraId id) const { return m_cameraOrientations.value(id); }
     void setOrientation(const CameraOrientation &orientation, CameraId id);
@@ -94,6 +99,7 @@ signals:
     void homeKitPowerOffSceneNameWillChange(const QString &newValue);
     void cameraOrientationsWillChange(const kestrel::OrientationMap &newValue);
     void showPictureRateWillChange(bool newValue);
+    void cameraStreamPathsWillChange(const kestrel::CameraTextMap &newValue);
 
     // After any field has been stored and written.
     void changed();
@@ -120,6 +126,7 @@ private:
     QString m_homeKitPowerOffSceneName;
     OrientationMap m_cameraOrientations;
     bool m_showPictureRate = false;
+    CameraTextMap m_cameraStreamPaths;
 };
 
 } // namespace kestrel

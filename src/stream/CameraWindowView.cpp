@@ -42,7 +42,8 @@ CameraWindowView::CameraWindowView(const Camera &camera, const CameraWindowEnvir
       m_cameraMenuButton(new CameraMenuButton(camera.name, this)), m_cameraMenu(new QMenu(this)),
       m_statusDot(new StatusDot(10, this)),
       m_pictureArea(new PictureArea(environment.monitor, environment.curlPath, camera.fps, this)),
-      m_footer(new LinkButton(systemColors::white(0.6), this)), m_pictureRate(new QLabel(this)),
+      m_footer(new LinkButton(systemColors::white(0.6), this)), m_caption(new QLabel(this)),
+      m_pictureRate(new QLabel(this)),
       m_pictureRateTimer(new QTimer(this))
 {
     setMinimumSize(320, 220);
@@ -51,11 +52,10 @@ CameraWindowView::CameraWindowView(const Camera &camera, const CameraWindowEnvir
     titleBlock->setSpacing(4);
     m_cameraMenuButton->setMenu(m_cameraMenu);
     titleBlock->addWidget(m_cameraMenuButton, 0, Qt::AlignLeft);
-    auto *captionLabel = new QLabel(caption(camera), this);
-    captionLabel->setFont(textStyles::caption());
-    captionLabel->setStyleSheet(
+    m_caption->setFont(textStyles::caption());
+    m_caption->setStyleSheet(
         QStringLiteral("color: %1;").arg(systemColors::white(0.72).name(QColor::HexArgb)));
-    titleBlock->addWidget(captionLabel);
+    titleBlock->addWidget(m_caption);
 
     auto *powerButton = new QToolButton(this);
     powerButton->setObjectName(QStringLiteral("powerButton"));
@@ -102,19 +102,28 @@ CameraWindowView::CameraWindowView(const Camera &camera, const CameraWindowEnvir
     refreshStatusDot();
 }
 
-QString CameraWindowView::caption(const Camera &camera)
+QString CameraWindowView::caption(const Camera &camera, bool streaming)
 {
+    if (streaming)
+        return tr("%1 • Live-Stream").arg(camera.resolution);
     return tr("%1 • Aktualisierung bis %2 FPS")
         .arg(camera.resolution)
         .arg(SnapshotLoader::shownRate(camera.fps));
 }
 
-// Formed anew from the shared settings on every change: a new address or name shows at once.
+// Formed anew from the shared settings on every change: a new address or name shows at once,
+// and so does a camera switched between its stream and snapshots.
 void CameraWindowView::refresh()
 {
-    m_snapshotURLs = makeSnapshotURLs(m_environment.settings.printerIP(), m_camera.snapshotPath);
-    m_pictureArea->setOrientation(m_environment.settings.orientation(m_camera.id));
-    m_pictureArea->setSnapshotURLs(m_snapshotURLs);
+    const AppSettings &settings = m_environment.settings;
+    const QString streamPath = settings.cameraStreamPaths().value(m_camera.id);
+    m_streaming = !streamPath.isEmpty();
+    m_snapshotURLs = makeSnapshotURLs(settings.printerIP(),
+                                      m_streaming ? streamPath : m_camera.snapshotPath);
+    m_caption->setText(caption(m_camera, m_streaming));
+    m_pictureArea->setOrientation(settings.orientation(m_camera.id));
+    m_pictureArea->setAddresses(m_snapshotURLs,
+                                m_streaming ? PictureFeed::stream : PictureFeed::snapshots);
     m_footer->setVisible(!m_snapshotURLs.isEmpty());
     if (!m_snapshotURLs.isEmpty())
         m_footer->setText(absoluteString(m_snapshotURLs.first()));
@@ -126,15 +135,17 @@ void CameraWindowView::refresh()
     refreshPictureRate();
 }
 
-// Measured over the last three seconds; below half the rate the camera asks for, in orange.
+// Measured over the last three seconds; below half the rate the camera asks for, in orange. A
+// stream comes at the camera's own rate, snapshots at most six a second.
 void CameraWindowView::refreshPictureRate()
 {
-    const SnapshotLoader *loader = m_pictureArea->loader();
-    auto rate = loader ? loader->picturesPerSecond() : std::nullopt;
-    if (!rate && loader && loader->errorText())
+    const PictureSource *source = m_pictureArea->source();
+    auto rate = source ? source->picturesPerSecond() : std::nullopt;
+    if (!rate && source && source->errorText())
         rate = 0.0; // failing before its first picture: nothing arrives
     m_pictureRate->setText(rate ? pictureRateText(*rate) : QString());
-    const bool slow = rate && *rate < SnapshotLoader::shownRate(m_camera.fps) / 2.0;
+    const qint64 asked = m_streaming ? m_camera.fps : SnapshotLoader::shownRate(m_camera.fps);
+    const bool slow = rate && *rate < asked / 2.0;
     m_pictureRate->setStyleSheet(
         QStringLiteral("color: %1;")
             .arg((slow ? systemColors::orange() : systemColors::white(0.6)).name(QColor::HexArgb)));

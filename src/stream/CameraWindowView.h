@@ -34,8 +34,9 @@ public:
 
     const Camera &camera() const { return m_camera; }
 
-    // "<resolution> • Aktualisierung bis <rate> FPS", the rate capped at 6 from above only.
-    static QString caption(const Camera &camera);
+    // "<resolution> • Aktualisierung bis <rate> FPS", the rate capped at 6 from above only; a
+    // streaming camera says "<resolution> • Live-Stream".
+    static QString caption(const Camera &camera, bool streaming);
 
 signals:
     // The user chose another camera for this window in its menu.
@@ -55,11 +56,13 @@ private:
     const Camera m_camera;
     const CameraWindowEnvironment m_environment;
     QList<QUrl> m_snapshotURLs;
+    bool m_streaming = false;
     CameraMenuButton *m_cameraMenuButton;
     QMenu *m_cameraMenu;
     StatusDot *m_statusDot;
     PictureArea *m_pictureArea;
     LinkButton *m_footer;
+    QLabel *m_caption;
     QLabel *m_pictureRate;
     QTimer *m_pictureRateTimer;
 };

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "stream/PictureArea.h"
 
-#include "stream/SnapshotStreamView.h"
 #include "widgets/ContentUnavailableView.h"
 #include "widgets/SystemColors.h"
 
@@ -26,7 +25,7 @@ PictureArea::PictureArea(const PiStatusMonitor &monitor, QString curlPath, qint6
     layout->addWidget(m_placeholder);
 }
 
-void PictureArea::setSnapshotURLs(const QList<QUrl> &urls)
+void PictureArea::setAddresses(const QList<QUrl> &urls, PictureFeed feed)
 {
     auto *stack = static_cast<QStackedLayout *>(layout());
     if (urls.isEmpty()) {
@@ -40,7 +39,7 @@ void PictureArea::setSnapshotURLs(const QList<QUrl> &urls)
         m_stream->setOrientation(m_orientation);
         stack->addWidget(m_stream);
     }
-    m_stream->setSnapshotURLs(urls);
+    m_stream->setAddresses(urls, feed);
     stack->setCurrentWidget(m_stream);
 }
 
@@ -51,9 +50,9 @@ void PictureArea::setOrientation(const CameraOrientation &orientation)
         m_stream->setOrientation(orientation);
 }
 
-const SnapshotLoader *PictureArea::loader() const
+const PictureSource *PictureArea::source() const
 {
-    return m_stream ? &m_stream->loader() : nullptr;
+    return m_stream ? &m_stream->source() : nullptr;
 }
 
 void PictureArea::paintEvent(QPaintEvent *)

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "settings/CameraOrientation.h"
+#include "stream/SnapshotStreamView.h"
 
 #include <QList>
 #include <QUrl>
@@ -11,12 +12,10 @@ namespace kestrel {
 
 class ContentUnavailableView;
 class PiStatusMonitor;
-class SnapshotLoader;
-class SnapshotStreamView;
 
-// The camera's picture inside a thin rounded frame: the live stream for a valid address, or
-// "Ungültige URL" when there is none. The stream, and with it any fetching, exists only once a
-// valid address has come.
+// The camera's picture inside a thin rounded frame: its pictures for a valid address, or
+// "Ungültige URL" when there is none. The picture view, and with it any fetching, exists only
+// once a valid address has come.
 class PictureArea : public QWidget
 {
     Q_OBJECT
@@ -25,10 +24,10 @@ public:
     PictureArea(const PiStatusMonitor &monitor, QString curlPath, qint64 fps,
                 QWidget *parent = nullptr);
 
-    void setSnapshotURLs(const QList<QUrl> &urls);
+    void setAddresses(const QList<QUrl> &urls, PictureFeed feed);
     void setOrientation(const CameraOrientation &orientation);
-    // The stream's loader, once there is a stream.
-    const SnapshotLoader *loader() const;
+    // Where the pictures come from, once there is a valid address.
+    const PictureSource *source() const;
 
 protected:
     void paintEvent(QPaintEvent *event) override;

@@ -3,13 +3,12 @@
 
 #include "platform/ProcessRunner.h"
 #include "settings/SnapshotUrls.h"
+#include "stream/PictureDecoder.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFutureWatcher>
-#include <QImageReader>
 #include <QPointer>
-#include <QTransform>
 #include <QUuid>
 #include <QtConcurrent>
 
@@ -22,20 +21,6 @@ QString temporaryFilePath(const QString &folder)
     return QDir(folder).filePath(QStringLiteral("kestrel-") +
                                  QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper() +
                                  QStringLiteral(".jpg"));
-}
-
-// Qt's JPEG reader only warns about a picture that was cut short and fills the missing part
-// with grey. A whole JPEG ends in its end-of-image marker; some cameras pad after it.
-bool endsWithEndOfImage(QIODevice &file)
-{
-    constexpr qint64 tailSize = 64;
-    const qint64 start = std::max<qint64>(file.size() - tailSize, 0);
-    if (!file.seek(start))
-        return false;
-    QByteArray tail = file.read(tailSize);
-    while (!tail.isEmpty() && (tail.back() == '\0' || QChar::isSpace(uchar(tail.back()))))
-        tail.chop(1);
-    return file.seek(0) && tail.endsWith("\xff\xd9");
 }
 
 } // namespace
@@ -85,8 +70,7 @@ void SnapshotFetch::decode(const FetchRequest &request)
                      : FetchOutcome{std::nullopt,
                                     QStringLiteral("JPEG ungültig: ") + absoluteString(url)});
     });
-    watcher->setFuture(QtConcurrent::run(decodeAndRemove, m_path, request.decodeSize,
-                                         request.devicePixelRatio, request.orientation));
+    watcher->setFuture(QtConcurrent::run(decodeAndRemove, m_path, request.target));
 }
 
 void SnapshotFetch::finish(FetchOutcome outcome)
@@ -96,9 +80,8 @@ void SnapshotFetch::finish(FetchOutcome outcome)
     deleteLater();
 }
 
-std::optional<QImage> SnapshotFetch::decodeAndRemove(const QString &path, QSize decodeSize,
-                                                     qreal devicePixelRatio,
-                                                     CameraOrientation orientation)
+std::optional<QImage> SnapshotFetch::decodeAndRemove(const QString &path,
+                                                     const DecodeTarget &target)
 {
     QFile file(path);
     const bool readable = file.size() <= largestPicture && file.open(QIODevice::ReadOnly);
@@ -108,32 +91,7 @@ std::optional<QImage> SnapshotFetch::decodeAndRemove(const QString &path, QSize 
     if (!readable)
         return std::nullopt;
 
-    QImageReader reader(&file);
-    if (reader.format() == "jpeg" && !endsWithEndOfImage(file))
-        return std::nullopt;
-    const QSize sourceSize = reader.size();
-    if (decodeSize.isValid() && sourceSize.isValid()) {
-        // The JPEG decoder scales while it decodes, which is far cheaper than decoding the full
-        // picture and shrinking it; it never enlarges. A sideways camera fits its upright shape.
-        const QSize upright = orientation.isSideways() ? sourceSize.transposed() : sourceSize;
-        const QSize fitted = upright.scaled(decodeSize, Qt::KeepAspectRatio);
-        if (fitted.width() < upright.width() && !fitted.isEmpty()) {
-            reader.setScaledSize(orientation.isSideways() ? fitted.transposed() : fitted);
-            // Below 50 Qt's JPEG reader takes libjpeg's fast integer transform: some 15 % less
-            // decoding per picture, and no difference one can see once the picture is shrunk.
-            reader.setQuality(49);
-        }
-    }
-    QImage image = reader.read();
-    if (image.isNull())
-        return std::nullopt;
-    // Quarter turns and mirrors only move pixels; Qt does them without any resampling.
-    if (orientation.rotation != 0)
-        image = image.transformed(QTransform().rotate(orientation.rotation));
-    if (orientation.mirrorHorizontal || orientation.mirrorVertical)
-        image.mirror(orientation.mirrorHorizontal, orientation.mirrorVertical);
-    image.setDevicePixelRatio(devicePixelRatio);
-    return image;
+    return decodePicture(file, target);
 }
 
 } // namespace kestrel

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "settings/CameraOrientation.h"
+#include "stream/PictureDecoder.h"
 
 #include <QFuture>
 #include <QImage>
@@ -26,9 +26,7 @@ struct FetchRequest
     QString curlPath;
     QUrl url;
     QString temporaryFolder;
-    QSize decodeSize; // device pixels to fit the picture into; empty for the full size
-    qreal devicePixelRatio = 1.0;
-    CameraOrientation orientation; // applied while decoding, so the picture arrives upright
+    DecodeTarget target; // applied while decoding, so the picture arrives as it is shown
 };
 
 // One snapshot: curl writes it into "kestrel-<UUID>.jpg" in the temporary folder, then a worker
@@ -45,9 +43,7 @@ public:
 
     // The part that runs on the worker: reads, removes and decodes the file. Larger files are
     // not camera pictures and are not even read.
-    static std::optional<QImage> decodeAndRemove(const QString &path, QSize decodeSize,
-                                                 qreal devicePixelRatio,
-                                                 CameraOrientation orientation = {});
+    static std::optional<QImage> decodeAndRemove(const QString &path, const DecodeTarget &target);
     static constexpr qint64 largestPicture = 64 * 1024 * 1024;
 
 private:

@@ -11,10 +11,9 @@
 namespace kestrel {
 
 SnapshotLoader::SnapshotLoader(QObject *parent, QString curlPath, QString temporaryFolder)
-    : QObject(parent), m_curlPath(std::move(curlPath)),
+    : PictureSource(parent), m_curlPath(std::move(curlPath)),
       m_temporaryFolder(std::move(temporaryFolder))
 {
-    m_clock.start();
     m_pause.setSingleShot(true);
     m_pause.setTimerType(Qt::PreciseTimer);
     connect(&m_pause, &QTimer::timeout, this, &SnapshotLoader::runRound);
@@ -73,14 +72,8 @@ void SnapshotLoader::resume(const QList<QUrl> &urls, qint64 fps)
         return;
     }
     m_currentURLs = std::exchange(m_pausedURLs, {});
-    m_rate.restart();
+    restartRate();
     runLoop(fps);
-}
-
-void SnapshotLoader::setDecodeSize(QSize size, qreal devicePixelRatio)
-{
-    m_decodeSize = size;
-    m_devicePixelRatio = devicePixelRatio;
 }
 
 void SnapshotLoader::runRound()
@@ -94,17 +87,13 @@ void SnapshotLoader::fetchFrom(const QList<QUrl> &urls, qsizetype index, quint64
         finishRound(urls, false, loop);
         return;
     }
-    const FetchRequest request{m_curlPath,   urls[index],        m_temporaryFolder,
-                               m_decodeSize, m_devicePixelRatio, m_orientation};
+    const FetchRequest request{m_curlPath, urls[index], m_temporaryFolder, decodeTarget()};
     SnapshotFetch::start(request, this)
         .then([this, self = QPointer(this), urls, index, loop](FetchOutcome outcome) {
             if (!self)
                 return;
             if (outcome.image) {
-                m_image = std::move(*outcome.image);
-                m_rate.record(m_clock.elapsed());
-                emit imageChanged();
-                setErrorText(std::nullopt);
+                publishPicture(std::move(*outcome.image));
                 finishRound(urls, true, loop);
             } else {
                 setErrorText(outcome.errorText);
@@ -115,19 +104,11 @@ void SnapshotLoader::fetchFrom(const QList<QUrl> &urls, qsizetype index, quint64
 
 void SnapshotLoader::finishRound(const QList<QUrl> &urls, bool gotPicture, quint64 loop)
 {
-    if (!gotPicture && !m_errorText && !urls.isEmpty())
+    if (!gotPicture && !errorText() && !urls.isEmpty())
         setErrorText(QStringLiteral("Kein Bild von ") + absoluteString(urls.first()));
     emit roundFinished();
     if (loop == m_loop)
         m_pause.start();
-}
-
-void SnapshotLoader::setErrorText(std::optional<QString> text)
-{
-    if (text == m_errorText)
-        return;
-    m_errorText = std::move(text);
-    emit errorTextChanged();
 }
 
 } // namespace kestrel

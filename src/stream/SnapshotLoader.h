@@ -1,17 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "settings/CameraOrientation.h"
-#include "stream/PictureRate.h"
+#include "stream/PictureSource.h"
 
 #include <QDir>
-#include <QElapsedTimer>
-#include <QImage>
-#include <QList>
-#include <QObject>
-#include <QSize>
 #include <QTimer>
-#include <QUrl>
 
 #include <algorithm>
 #include <chrono>
@@ -22,12 +15,11 @@ namespace kestrel {
 struct FetchOutcome;
 
 // Fetches one camera's still pictures in rounds, pausing between rounds, and publishes the
-// latest picture or the text of the latest failure. A failure never clears the picture, so a
-// window keeps its last good picture under the error.
+// latest picture or the text of the latest failure.
 //
 // Each round tries the URLs in order until one gives a picture. Stopping ends the loop between
 // rounds only: a round under way runs to its end and still publishes.
-class SnapshotLoader : public QObject
+class SnapshotLoader : public PictureSource
 {
     Q_OBJECT
 
@@ -44,29 +36,15 @@ public:
 
     // Starts fetching from these URLs, or keeps the running loop if they are the same, in the
     // same order. Any other list restarts at once, without a pause.
-    void start(const QList<QUrl> &urls, qint64 fps);
-    void stop();
-    // A pause is a stop that resume() can take back: resuming the same list is no new start, so
-    // the picture and the error text stay until the next round publishes. Any other list
-    // starts afresh.
-    void pause();
-    void resume(const QList<QUrl> &urls, qint64 fps);
+    void start(const QList<QUrl> &urls, qint64 fps) override;
+    void stop() override;
+    void pause() override;
+    void resume(const QList<QUrl> &urls, qint64 fps) override;
+    bool isRunning() const override { return m_running; }
 
-    // Pictures are decoded to fit this size (device pixels), which keeps decoding cheap.
-    void setDecodeSize(QSize size, qreal devicePixelRatio);
-    // Pictures fetched from now on are turned and mirrored so.
-    void setOrientation(const CameraOrientation &orientation) { m_orientation = orientation; }
-
-    QImage image() const { return m_image; }
-    std::optional<QString> errorText() const { return m_errorText; }
     QList<QUrl> currentURLs() const { return m_currentURLs; }
-    bool isRunning() const { return m_running; }
-    // Pictures published per second lately; none right after the first.
-    std::optional<double> picturesPerSecond() const { return m_rate.perSecond(m_clock.elapsed()); }
 
 signals:
-    void imageChanged();
-    void errorTextChanged();
     void roundFinished();
 
 private:
@@ -74,18 +52,10 @@ private:
     void runRound();
     void fetchFrom(const QList<QUrl> &urls, qsizetype index, quint64 loop);
     void finishRound(const QList<QUrl> &urls, bool gotPicture, quint64 loop);
-    void setErrorText(std::optional<QString> text);
 
     const QString m_curlPath;
     const QString m_temporaryFolder;
     QTimer m_pause;
-    QSize m_decodeSize;
-    qreal m_devicePixelRatio = 1.0;
-    CameraOrientation m_orientation;
-    QElapsedTimer m_clock;
-    PictureRate m_rate;
-    QImage m_image;
-    std::optional<QString> m_errorText;
     QList<QUrl> m_currentURLs;
     QList<QUrl> m_pausedURLs;
     bool m_running = false;

@@ -4,6 +4,7 @@
 #include "monitor/PiStatusMonitor.h"
 #include "settings/SnapshotUrls.h"
 #include "stream/SnapshotErrorCard.h"
+#include "stream/MjpegStreamReader.h"
 #include "stream/SnapshotLoader.h"
 #include "widgets/ProgressSpinner.h"
 
@@ -21,28 +22,44 @@ Q_LOGGING_CATEGORY(lcShownPictures, "kestrel.pictures", QtWarningMsg)
 
 SnapshotStreamView::SnapshotStreamView(const PiStatusMonitor &monitor, QWidget *parent,
                                        QString curlPath)
-    : QWidget(parent), m_monitor(monitor), m_loader(new SnapshotLoader(this, std::move(curlPath))),
+    : QWidget(parent), m_monitor(monitor), m_curlPath(std::move(curlPath)),
       m_spinner(new ProgressSpinner(Qt::white, this)), m_errorCard(new SnapshotErrorCard(this))
 {
     setAttribute(Qt::WA_OpaquePaintEvent);
     m_errorCard->hide();
+    useSource(PictureFeed::snapshots);
+    connect(&monitor, &PiStatusMonitor::reachabilityChanged, this,
+            &SnapshotStreamView::updateOverlays);
+}
 
-    connect(m_loader, &SnapshotLoader::imageChanged, this, [this] {
+void SnapshotStreamView::useSource(PictureFeed feed)
+{
+    delete m_source;
+    m_feed = feed;
+    if (feed == PictureFeed::stream)
+        m_source = new MjpegStreamReader(this);
+    else
+        m_source = new SnapshotLoader(this, m_curlPath);
+    m_source->setOrientation(m_orientation);
+    const qreal ratio = devicePixelRatioF();
+    m_source->setDecodeSize(size() * ratio, ratio);
+    connect(m_source, &PictureSource::imageChanged, this, [this] {
         m_spinner->hide();
         update();
         qCDebug(lcShownPictures).noquote() << absoluteString(m_urls.value(0));
     });
-    connect(m_loader, &SnapshotLoader::errorTextChanged, this, &SnapshotStreamView::updateOverlays);
-    connect(&monitor, &PiStatusMonitor::reachabilityChanged, this,
-            &SnapshotStreamView::updateOverlays);
+    connect(m_source, &PictureSource::errorTextChanged, this, &SnapshotStreamView::updateOverlays);
     updateOverlays();
+    update();
 }
 
-void SnapshotStreamView::setSnapshotURLs(const QList<QUrl> &urls)
+void SnapshotStreamView::setAddresses(const QList<QUrl> &urls, PictureFeed feed)
 {
+    if (feed != m_feed)
+        useSource(feed);
     m_urls = urls;
     if (isVisible())
-        startLoader();
+        startSource();
 }
 
 void SnapshotStreamView::setTargetFPS(qint64 fps)
@@ -59,12 +76,13 @@ void SnapshotStreamView::setCornerRadius(qreal radius)
 
 void SnapshotStreamView::setOrientation(const CameraOrientation &orientation)
 {
-    m_loader->setOrientation(orientation);
+    m_orientation = orientation;
+    m_source->setOrientation(orientation);
 }
 
-void SnapshotStreamView::startLoader()
+void SnapshotStreamView::startSource()
 {
-    m_loader->start(m_urls, shownRate());
+    m_source->start(m_urls, shownRate());
 }
 
 qint64 SnapshotStreamView::shownRate() const
@@ -74,9 +92,9 @@ qint64 SnapshotStreamView::shownRate() const
 
 void SnapshotStreamView::updateOverlays()
 {
-    const auto errorText = m_loader->errorText();
+    const auto errorText = m_source->errorText();
     // The spinner says a picture is on its way; under a failure's card it only muddles the card.
-    m_spinner->setVisible(m_loader->image().isNull() && !errorText);
+    m_spinner->setVisible(m_source->image().isNull() && !errorText);
     if (!errorText) {
         m_errorCard->hide();
         return;
@@ -112,7 +130,7 @@ void SnapshotStreamView::paintEvent(QPaintEvent *)
         painter.setClipPath(rounded);
     }
     painter.fillRect(rect(), Qt::black);
-    const QImage image = m_loader->image();
+    const QImage image = m_source->image();
     if (image.isNull())
         return;
     const QSizeF logicalSize = image.deviceIndependentSize();
@@ -126,7 +144,7 @@ void SnapshotStreamView::paintEvent(QPaintEvent *)
 void SnapshotStreamView::resizeEvent(QResizeEvent *)
 {
     const qreal ratio = devicePixelRatioF();
-    m_loader->setDecodeSize(size() * ratio, ratio);
+    m_source->setDecodeSize(size() * ratio, ratio);
     placeOverlays();
 }
 
@@ -134,12 +152,12 @@ void SnapshotStreamView::resizeEvent(QResizeEvent *)
 // the next round has news.
 void SnapshotStreamView::showEvent(QShowEvent *)
 {
-    m_loader->resume(m_urls, shownRate());
+    m_source->resume(m_urls, shownRate());
 }
 
 void SnapshotStreamView::hideEvent(QHideEvent *)
 {
-    m_loader->pause();
+    m_source->pause();
 }
 
 } // namespace kestrel

@@ -1,23 +1,31 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "settings/CameraOrientation.h"
+
 #include <QList>
 #include <QUrl>
 #include <QWidget>
 
 namespace kestrel {
 
-struct CameraOrientation;
 class PiStatusMonitor;
+class PictureSource;
 class ProgressSpinner;
 class SnapshotErrorCard;
-class SnapshotLoader;
 
-// One camera's live picture: black, the latest snapshot fitted into the area, a spinner until
+// Where a camera's pictures come from: still snapshots (the default) or its live MJPEG stream.
+enum class PictureFeed
+{
+    snapshots,
+    stream
+};
+
+// One camera's live picture: black, the latest picture fitted into the area, a spinner until
 // the first one arrives, and a card over it while fetching fails. The card names the host's
 // failure while the printer host is unreachable, and the camera's own failure otherwise.
 //
-// It fetches only while it is shown: hiding or minimising its window stops the loader, showing
+// It fetches only while it is shown: hiding or minimising its window stops its source, showing
 // it again resumes.
 class SnapshotStreamView : public QWidget
 {
@@ -27,15 +35,17 @@ public:
     explicit SnapshotStreamView(const PiStatusMonitor &monitor, QWidget *parent = nullptr,
                                 QString curlPath = QStringLiteral("/usr/bin/curl"));
 
-    // A new list restarts fetching; the same list keeps the running loop.
-    void setSnapshotURLs(const QList<QUrl> &urls);
+    // A new list restarts fetching; the same list keeps the running loop. Another feed takes
+    // another source at once.
+    void setAddresses(const QList<QUrl> &urls, PictureFeed feed = PictureFeed::snapshots);
     // The wished rate; it takes effect with the next list, as a rate alone never restarts.
     void setTargetFPS(qint64 fps);
     // Rounds the corners of the black area and the picture.
     void setCornerRadius(qreal radius);
     void setOrientation(const CameraOrientation &orientation);
 
-    const SnapshotLoader &loader() const { return *m_loader; }
+    const PictureSource &source() const { return *m_source; }
+    PictureFeed feed() const { return m_feed; }
 
 protected:
     void paintEvent(QPaintEvent *event) override;
@@ -44,13 +54,17 @@ protected:
     void hideEvent(QHideEvent *event) override;
 
 private:
-    void startLoader();
+    void useSource(PictureFeed feed);
+    void startSource();
     qint64 shownRate() const;
     void updateOverlays();
     void placeOverlays();
 
     const PiStatusMonitor &m_monitor;
-    SnapshotLoader *m_loader;
+    const QString m_curlPath;
+    PictureSource *m_source = nullptr;
+    PictureFeed m_feed = PictureFeed::snapshots;
+    CameraOrientation m_orientation;
     ProgressSpinner *m_spinner;
     SnapshotErrorCard *m_errorCard;
     QList<QUrl> m_urls;

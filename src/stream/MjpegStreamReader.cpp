@@ -1,0 +1,193 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "stream/MjpegStreamReader.h"
+
+#include "settings/SnapshotUrls.h"
+#include "stream/SnapshotFetch.h"
+
+#include <QBuffer>
+#include <QFutureWatcher>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QtConcurrent>
+
+namespace kestrel {
+
+MjpegStreamReader::MjpegStreamReader(QObject *parent, StreamTimings timings)
+    : PictureSource(parent), m_timings(std::move(timings)),
+      m_network(new QNetworkAccessManager(this))
+{
+    m_stall.setSingleShot(true);
+    m_stall.setInterval(m_timings.stall);
+    connect(&m_stall, &QTimer::timeout, this, [this] {
+        fail(tr("Kein Bild seit %1 Sekunden").arg(m_timings.stall.count() / 1000.0));
+    });
+    m_retry.setSingleShot(true);
+    connect(&m_retry, &QTimer::timeout, this, &MjpegStreamReader::connectToStream);
+}
+
+void MjpegStreamReader::start(const QList<QUrl> &urls, qint64)
+{
+    if (m_running && urls.value(0) == m_url)
+        return;
+    stop();
+    m_url = urls.value(0);
+    setErrorText(std::nullopt);
+    if (!m_url.isEmpty())
+        connectToStream();
+}
+
+void MjpegStreamReader::stop()
+{
+    ++m_generation;
+    m_running = false;
+    disconnectReply();
+    m_retry.stop();
+    m_waiting.reset();
+    m_failures = 0;
+    m_url.clear();
+    m_pausedUrl.clear();
+}
+
+void MjpegStreamReader::pause()
+{
+    const QUrl url = m_url;
+    stop();
+    m_pausedUrl = url;
+}
+
+void MjpegStreamReader::resume(const QList<QUrl> &urls, qint64 fps)
+{
+    if (m_running || urls.isEmpty() || urls.first() != m_pausedUrl) {
+        start(urls, fps);
+        return;
+    }
+    m_url = std::exchange(m_pausedUrl, {});
+    restartRate();
+    connectToStream();
+}
+
+qsizetype MjpegStreamReader::heldBytes() const
+{
+    return (m_parts ? m_parts->held() : 0) + (m_waiting ? m_waiting->size() : 0);
+}
+
+void MjpegStreamReader::connectToStream()
+{
+    m_running = true;
+    QNetworkRequest request(m_url);
+    request.setAttribute(QNetworkRequest::CacheLoadControlAttribute,
+                         QNetworkRequest::AlwaysNetwork);
+    request.setAttribute(QNetworkRequest::CacheSaveControlAttribute, false);
+    request.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
+    m_reply = m_network->get(request);
+    connect(m_reply, &QNetworkReply::metaDataChanged, this, &MjpegStreamReader::readHeaders);
+    connect(m_reply, &QNetworkReply::readyRead, this, &MjpegStreamReader::readBody);
+    connect(m_reply, &QNetworkReply::finished, this, &MjpegStreamReader::connectionEnded);
+    m_stall.start();
+}
+
+void MjpegStreamReader::readHeaders()
+{
+    if (m_parts)
+        return;
+    const int status = m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    if (status == 0)
+        return; // no answer yet
+    if (status != 200) {
+        fail(tr("HTTP-Status %1").arg(status));
+        return;
+    }
+    const QByteArray type = m_reply->rawHeader("Content-Type");
+    const auto boundary = mjpegBoundary(type);
+    if (!boundary) {
+        fail(tr("Kein MJPEG-Stream (%1)").arg(QString::fromLatin1(type.left(80))));
+        return;
+    }
+    m_parts.emplace(*boundary, SnapshotFetch::largestPicture);
+}
+
+void MjpegStreamReader::readBody()
+{
+    readHeaders();
+    if (!m_reply || !m_parts)
+        return;
+    auto part = m_parts->feed(m_reply->readAll());
+    switch (m_parts->problem()) {
+    case MjpegPartReader::Problem::partTooLarge:
+        fail(tr("Bild im Stream zu groß"));
+        return;
+    case MjpegPartReader::Problem::headersTooLong:
+        fail(tr("Kopfzeilen im Stream zu lang"));
+        return;
+    case MjpegPartReader::Problem::none:
+        break;
+    }
+    if (part) {
+        m_stall.start();
+        decode(std::move(*part));
+    }
+}
+
+void MjpegStreamReader::connectionEnded()
+{
+    const QString reason = m_reply->error() == QNetworkReply::NoError
+                               ? tr("Stream vom Host beendet")
+                               : m_reply->errorString();
+    fail(reason);
+}
+
+// Newest first: a part that arrives while another is decoded replaces any that waited.
+void MjpegStreamReader::decode(QByteArray part)
+{
+    if (m_decoding) {
+        m_waiting = std::move(part);
+        return;
+    }
+    m_decoding = true;
+    auto *watcher = new QFutureWatcher<std::optional<QImage>>(this);
+    connect(watcher, &QFutureWatcherBase::finished, this,
+            [this, watcher, generation = m_generation, url = m_url] {
+                watcher->deleteLater();
+                m_decoding = false;
+                if (generation == m_generation) {
+                    if (const std::optional<QImage> image = watcher->result()) {
+                        m_failures = 0;
+                        publishPicture(*image);
+                    } else {
+                        setErrorText(QStringLiteral("JPEG ungültig: ") + absoluteString(url));
+                    }
+                }
+                if (m_waiting)
+                    decode(*std::exchange(m_waiting, std::nullopt));
+            });
+    watcher->setFuture(QtConcurrent::run(
+        [](const QByteArray &bytes, const DecodeTarget &target) {
+            QBuffer buffer;
+            buffer.setData(bytes);
+            buffer.open(QIODevice::ReadOnly);
+            return decodePicture(buffer, target);
+        },
+        std::move(part), decodeTarget()));
+}
+
+void MjpegStreamReader::fail(const QString &reason)
+{
+    setErrorText(reason + QStringLiteral(": ") + absoluteString(m_url));
+    disconnectReply();
+    const auto &retries = m_timings.retries;
+    m_retry.start(retries.value(m_failures, retries.last()));
+    ++m_failures;
+}
+
+void MjpegStreamReader::disconnectReply()
+{
+    m_stall.stop();
+    m_parts.reset();
+    if (QNetworkReply *reply = std::exchange(m_reply, nullptr)) {
+        reply->disconnect(this);
+        reply->abort();
+        reply->deleteLater();
+    }
+}
+
+} // namespace kestrel

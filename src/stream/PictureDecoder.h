@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "settings/CameraOrientation.h"
+
+#include <QImage>
+#include <QSize>
+
+#include <optional>
+
+class QIODevice;
+
+namespace kestrel {
+
+// How a camera's picture is to arrive on screen: fitted into `size` (device pixels; empty for
+// the full size) and turned upright.
+struct DecodeTarget
+{
+    QSize size;
+    qreal devicePixelRatio = 1.0;
+    CameraOrientation orientation;
+};
+
+// Decodes one picture, straight to the size it is shown at, turned and mirrored; none for bytes
+// that are no whole picture (a JPEG cut short included). Safe on any thread.
+std::optional<QImage> decodePicture(QIODevice &device, const DecodeTarget &target);
+
+} // namespace kestrel
