@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "screens/SettingsView.h"
 #include "screens/OrientationRow.h"
+#include "screens/StreamRow.h"
 #include "screens/WebcamImportRow.h"
 
 #include "platform/AutostartEntry.h"
@@ -242,6 +243,8 @@ QWidget *SettingsView::camerasSection()
                     text.isEmpty() ? std::nullopt : std::optional(text), id);
             });
 
+        auto *stream = new StreamRow(m_settings, camera, box);
+        custom->addRow(tr("Stream-Pfad"), stream);
         auto *orientation = new OrientationRow(m_settings, camera, box);
         custom->addRow(tr("Drehung"), orientation);
         customName->setAccessibleName(tr("Kameraname") + u' ' + camera.name);
@@ -252,7 +255,7 @@ QWidget *SettingsView::camerasSection()
         block->addWidget(divider);
         block->addLayout(custom);
         blocks->addLayout(block);
-        m_cameras.append({id, shown, placement, customName, customPath, orientation});
+        m_cameras.append({id, shown, placement, customName, customPath, stream, orientation});
     }
     auto *import = new WebcamImportRow(m_settings, box);
     connect(import, &WebcamImportRow::camerasTakenOver, this, &SettingsView::camerasTakenOver);
@@ -325,6 +328,7 @@ void SettingsView::refresh()
     const PlacementMap placements = m_settings.cameraPlacements();
     const CameraTextMap names = m_settings.customCameraNames();
     const CameraTextMap paths = m_settings.customSnapshotPaths();
+    const CameraTextMap streams = m_settings.cameraStreamPaths();
     for (const CameraControls &controls : std::as_const(m_cameras)) {
         const Camera &camera =
             *std::find_if(cameraCatalogue().cbegin(), cameraCatalogue().cend(),
@@ -336,6 +340,7 @@ void SettingsView::refresh()
             rawValue(placements.value(controls.id, WindowPlacement::free))));
         showValue(controls.name, names.value(controls.id, camera.name));
         showValue(controls.snapshotPath, paths.value(controls.id, camera.snapshotPath));
+        controls.stream->showStreamPath(streams.value(controls.id));
         controls.orientation->showOrientation(m_settings.orientation(controls.id));
     }
     showValue(m_accessoryName, m_settings.homeKitAccessoryName());

@@ -18,6 +18,7 @@ namespace kestrel {
 class AppSettings;
 class HomeKitManager;
 class OrientationRow;
+class StreamRow;
 
 // Edits every setting directly: each keystroke, toggle and choice is assigned and written at
 // once, with no save step. It also offers the printer's power controls.
@@ -43,6 +44,7 @@ private:
         QComboBox *placement;
         QLineEdit *name;
         QLineEdit *snapshotPath;
+        StreamRow *stream;
         OrientationRow *orientation;
     };
 

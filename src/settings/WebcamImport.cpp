@@ -39,9 +39,36 @@ PrinterPath pathOnPrinter(const QString &listed, const QString &printerIP)
     return {{}, url.port() < 0 ? url.host() : url.host() + u':' + QString::number(url.port())};
 }
 
-QString describe(const CameraOrientation &orientation)
+// The stream path a listed webcam is to show, or none for snapshots, and why not where the
+// user should know. Only plain MJPEG streamers are streams Kestrel reads; the adaptive one is
+// polled as snapshots by every front-end, and WebRTC, HLS and the like are no MJPEG at all. A
+// host that names no service leaves the camera as it is.
+std::optional<std::optional<QString>> streamPathOf(const ListedWebcam &webcam,
+                                                  const QString &printerIP, const Camera &camera,
+                                                  QStringList &notes)
+{
+    if (webcam.service.isEmpty())
+        return std::nullopt;
+    const bool mjpeg = webcam.service == u"mjpegstreamer" || webcam.service == u"uv4l-mjpeg";
+    if (!mjpeg || webcam.streamUrl.isEmpty()) {
+        if (!mjpeg && webcam.service != u"mjpegstreamer-adaptive")
+            notes << tr("%1: Dienst %2, zeigt Einzelbilder").arg(camera.name, webcam.service);
+        return std::optional<QString>();
+    }
+    const PrinterPath stream = pathOnPrinter(webcam.streamUrl, printerIP);
+    if (!stream.otherHost.isEmpty()) {
+        notes << tr("%1: Stream auf einem anderen Host (%2), zeigt Einzelbilder")
+                     .arg(camera.name, stream.otherHost);
+        return std::optional<QString>();
+    }
+    return std::optional(stream.path);
+}
+
+QString describe(const CameraOrientation &orientation, bool streaming)
 {
     QStringList parts{QString::number(orientation.rotation) + u'°'};
+    if (streaming)
+        parts.prepend(tr("Live-Stream"));
     if (orientation.mirrorHorizontal)
         parts << tr("horizontal gespiegelt");
     if (orientation.mirrorVertical)
@@ -71,7 +98,9 @@ std::variant<QList<ListedWebcam>, QString> parseWebcamList(const QByteArray &bod
             {webcam.value(u"name").toString(),
              snapshot,
              {rotation % 90 == 0 && rotation >= 0 && rotation < 360 ? rotation : 0,
-              webcam.value(u"flip_horizontal").toBool(), webcam.value(u"flip_vertical").toBool()}});
+              webcam.value(u"flip_horizontal").toBool(), webcam.value(u"flip_vertical").toBool()},
+             webcam.value(u"stream_url").toString(),
+             webcam.value(u"service").toString()});
     }
     if (webcams.isEmpty())
         return tr("Auf dem Drucker ist keine Kamera eingetragen");
@@ -80,7 +109,7 @@ std::variant<QList<ListedWebcam>, QString> parseWebcamList(const QByteArray &bod
 
 QString WebcamTakeOver::message() const
 {
-    QStringList lines = refusals;
+    QStringList lines = notes;
     if (!changes.isEmpty())
         lines.prepend(tr("Vom Drucker übernommen: ") + changes.join(QStringLiteral("; ")));
     if (lines.isEmpty())
@@ -96,21 +125,26 @@ WebcamTakeOver takeOverWebcams(AppSettings &settings, const QList<ListedWebcam> 
         const ListedWebcam &webcam = webcams[i];
         const PrinterPath snapshot = pathOnPrinter(webcam.snapshotUrl, settings.printerIP());
         if (!snapshot.otherHost.isEmpty()) {
-            outcome.refusals << tr("%1: Adresse auf einem anderen Host (%2), nicht übernommen")
+            outcome.notes << tr("%1: Adresse auf einem anderen Host (%2), nicht übernommen")
                                     .arg(camera.name, snapshot.otherHost);
             continue;
         }
         const Camera before = settings.resolvedCamera(camera);
         const CameraOrientation turnedBefore = settings.orientation(camera.id);
+        const QString streamBefore = settings.cameraStreamPaths().value(camera.id);
         if (!webcam.name.isEmpty())
             settings.setCustomName(webcam.name, camera.id);
         settings.setCustomSnapshotPath(snapshot.path, camera.id);
         settings.setOrientation(webcam.orientation, camera.id);
+        if (const auto stream = streamPathOf(webcam, settings.printerIP(), camera, outcome.notes))
+            settings.setStreamPath(*stream, camera.id);
         const Camera after = settings.resolvedCamera(camera);
-        if (before != after || turnedBefore != webcam.orientation)
+        const QString streamAfter = settings.cameraStreamPaths().value(camera.id);
+        if (before != after || turnedBefore != webcam.orientation || streamBefore != streamAfter)
             outcome.changes << tr("%1: „%2“, %3, %4")
-                                   .arg(camera.name, after.name, after.snapshotPath,
-                                        describe(webcam.orientation));
+                                   .arg(camera.name, after.name,
+                                        streamAfter.isEmpty() ? after.snapshotPath : streamAfter,
+                                        describe(webcam.orientation, !streamAfter.isEmpty()));
     }
     return outcome;
 }
@@ -118,7 +152,7 @@ WebcamTakeOver takeOverWebcams(AppSettings &settings, const QList<ListedWebcam> 
 QFuture<WebcamTakeOver> importWebcams(AppSettings &settings, const QString &curlPath,
                                       QObject *owner)
 {
-    const auto failed = [](const QString &why) { return WebcamTakeOver{.refusals = {why}}; };
+    const auto failed = [](const QString &why) { return WebcamTakeOver{.notes = {why}}; };
     const auto url = strictHttpUrl(QStringLiteral("http://") + settings.printerIP().trimmed() +
                                    QStringLiteral("/server/webcams/list"));
     if (!url)

@@ -20,15 +20,19 @@ namespace {
 
 constexpr int framesPerCycle = 24;
 constexpr int framesPerSecond = 6;
+constexpr char streamBoundary[] = "kestreldemo";
 
-// What a camera does instead of serving pictures, to show each error state in Kestrel.
+// What a camera does instead of serving pictures, to show each error state in Kestrel. A stream
+// without lengths is a fault only of streams: its parts do not say how long they are, as some
+// streamers' do not.
 enum class Fault
 {
     none,
     notFound,
     html,
     truncated,
-    stall
+    stall,
+    noLength
 };
 
 std::optional<Fault> faultNamed(const QString &name)
@@ -41,12 +45,15 @@ std::optional<Fault> faultNamed(const QString &name)
         return Fault::truncated;
     if (name == u"stall")
         return Fault::stall;
+    if (name == u"nolength")
+        return Fault::noLength;
     return std::nullopt;
 }
 
 struct DemoCamera
 {
     QByteArray snapshotPath;
+    QByteArray streamPath;
     QList<QByteArray> frames;
     Fault fault = Fault::none;
 };
@@ -59,6 +66,7 @@ QByteArray webcamList()
         webcams.append(QJsonObject{{QStringLiteral("name"), camera.name},
                                    {QStringLiteral("snapshot_url"), camera.snapshotPath},
                                    {QStringLiteral("stream_url"), camera.streamPath},
+                                   {QStringLiteral("service"), QStringLiteral("mjpegstreamer")},
                                    {QStringLiteral("rotation"), 0},
                                    {QStringLiteral("flip_horizontal"), false},
                                    {QStringLiteral("flip_vertical"), false}});
@@ -67,9 +75,44 @@ QByteArray webcamList()
         .toJson(QJsonDocument::Compact);
 }
 
+const QByteArray &frameAt(const DemoCamera &camera, qint64 elapsedMs, int perSecond)
+{
+    return camera.frames[(elapsedMs * perSecond / 1000) % framesPerCycle];
+}
+
+// The camera's MJPEG stream, as a Crowsnest host's streamer sends it, at `perSecond` pictures.
+HttpReply streamFor(const DemoCamera &camera, const QElapsedTimer &clock, int perSecond)
+{
+    switch (camera.fault) {
+    case Fault::notFound:
+        return HttpReply::status("HTTP/1.1 404 Not Found");
+    case Fault::html:
+        return HttpReply::content("text/html", "<html><body>Kamera nicht gefunden</body></html>");
+    case Fault::stall:
+        return HttpReply::with(HttpReply::Action::silent);
+    case Fault::none:
+    case Fault::truncated:
+    case Fault::noLength:
+        break;
+    }
+    return {.contentType = QByteArray("multipart/x-mixed-replace;boundary=") + streamBoundary,
+            .pieces =
+                [&camera, &clock, perSecond] {
+                    QByteArray frame = frameAt(camera, clock.elapsed(), perSecond);
+                    if (camera.fault == Fault::truncated)
+                        frame.truncate(frame.size() / 2);
+                    QByteArray part = QByteArray("--") + streamBoundary +
+                                      "\r\nContent-Type: image/jpeg\r\n";
+                    if (camera.fault != Fault::noLength)
+                        part += "Content-Length: " + QByteArray::number(frame.size()) + "\r\n";
+                    return part + "\r\n" + frame + "\r\n";
+                },
+            .pieceInterval = std::chrono::milliseconds(1000 / perSecond)};
+}
+
 HttpReply replyFor(const DemoCamera &camera, qint64 elapsedMs)
 {
-    const QByteArray &frame = camera.frames[(elapsedMs * framesPerSecond / 1000) % framesPerCycle];
+    const QByteArray &frame = frameAt(camera, elapsedMs, framesPerSecond);
     switch (camera.fault) {
     case Fault::notFound:
         return HttpReply::status("HTTP/1.1 404 Not Found");
@@ -80,6 +123,7 @@ HttpReply replyFor(const DemoCamera &camera, qint64 elapsedMs)
     case Fault::stall:
         return HttpReply::with(HttpReply::Action::silent);
     case Fault::none:
+    case Fault::noLength:
         break;
     }
     return HttpReply::content("image/jpeg", frame);
@@ -93,18 +137,21 @@ int main(int argc, char *argv[])
         QStringLiteral("kestrel-demo-printer"),
         QStringLiteral(
             "Ein Crowsnest-Host zum Ausprobieren von Kestrel: beantwortet / und liefert\n"
-            "für die drei Kameras bewegte Testbilder, nur auf 127.0.0.1. Eine Steckdose\n"
-            "mit Tasmota-Befehlen auf einem eigenen Port schaltet ihn aus und wieder ein."),
+            "für die drei Kameras bewegte Testbilder, als Einzelbilder und als MJPEG-Stream,\n"
+            "nur auf 127.0.0.1. Eine Steckdose mit Tasmota-Befehlen auf einem eigenen Port\n"
+            "schaltet ihn aus und wieder ein."),
         QStringLiteral("Rückgabewerte:\n"
                        "  0  Beendet, oder Hilfe oder Version gezeigt.\n"
-                       "  2  Unbekannte Option, ungültiger Port oder unbekannter Fehlerfall."));
+                       "  2  Unbekannte Option, ungültiger Port, ungültige Bildrate oder unbekannter\n"
+                       "     Fehlerfall. nolength lässt die Teile der Streams ohne Content-Length."));
     const QCommandLineOption portOption(
         QStringLiteral("port"),
         QStringLiteral("Port auf 127.0.0.1 (Vorgabe 8080, 0 für einen freien)."),
         QStringLiteral("port"), QStringLiteral("8080"));
     const QCommandLineOption faultOption(
         QStringLiteral("fault"),
-        QStringLiteral("Lässt eine Kamera scheitern, z. B. 2=404 (404, html, truncated, stall)."),
+        QStringLiteral("Lässt eine Kamera scheitern, z. B. 2=404 (404, html, truncated, stall,"
+                       " nolength)."),
         QStringLiteral("kamera=fehler"));
     const QCommandLineOption bootOption(
         QStringLiteral("boot-ms"),
@@ -112,7 +159,12 @@ int main(int argc, char *argv[])
         QStringLiteral("ms"), QStringLiteral("3000"));
     commandLine.addOption(portOption);
     commandLine.addOption(faultOption);
+    const QCommandLineOption fpsOption(
+        QStringLiteral("fps"),
+        QStringLiteral("Bilder pro Sekunde der MJPEG-Streams (Vorgabe 15, höchstens 60)."),
+        QStringLiteral("bilder"), QStringLiteral("15"));
     commandLine.addOption(bootOption);
+    commandLine.addOption(fpsOption);
     if (const auto status = commandLine.parse(argc, argv))
         return *status;
 
@@ -130,10 +182,17 @@ int main(int argc, char *argv[])
         return 2;
     }
 
+    const int fps = commandLine.value(fpsOption).toInt();
+    if (fps < 1 || fps > 60) {
+        std::fprintf(stderr, "kestrel-demo-printer: ungültige Bildrate „%s“\n",
+                     qPrintable(commandLine.value(fpsOption)));
+        return 2;
+    }
+
     QList<DemoCamera> cameras;
     for (const kestrel::Camera &camera : kestrel::cameraCatalogue())
-        cameras.append(
-            {camera.snapshotPath.toUtf8(), kestrel::demo::renderCycle(camera, framesPerCycle)});
+        cameras.append({camera.snapshotPath.toUtf8(), camera.streamPath.toUtf8(),
+                        kestrel::demo::renderCycle(camera, framesPerCycle)});
     for (const QString &text : commandLine.values(faultOption)) {
         const QStringList parts = text.split(u'=');
         const int id = parts.value(0).toInt();
@@ -157,6 +216,8 @@ int main(int argc, char *argv[])
         for (const DemoCamera &camera : std::as_const(cameras)) {
             if (request.path == camera.snapshotPath)
                 return replyFor(camera, clock.elapsed());
+            if (request.path == camera.streamPath)
+                return streamFor(camera, clock, fps);
         }
         return HttpReply::status("HTTP/1.1 404 Not Found");
     });

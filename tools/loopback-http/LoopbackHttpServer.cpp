@@ -31,9 +31,13 @@ QString LoopbackHttpServer::closedAddress()
 
 void LoopbackHttpServer::setListening(bool listening)
 {
-    if (!listening)
+    if (!listening) {
+        // A host that goes away takes its open connections, streams among them, with it.
         m_server->close();
-    else if (!m_server->isListening() && !m_server->listen(QHostAddress::LocalHost, m_port))
+        m_held.clear();
+        for (QTcpSocket *socket : findChildren<QTcpSocket *>())
+            socket->abort();
+    } else if (!m_server->isListening() && !m_server->listen(QHostAddress::LocalHost, m_port))
         qFatal("cannot listen again on 127.0.0.1:%d", m_port);
 }
 
@@ -172,6 +176,7 @@ void LoopbackHttpServer::writePieces(QTcpSocket *socket, const HttpReply &reply)
         connect(socket, &QTcpSocket::bytesWritten, socket, next);
     } else {
         auto *timer = new QTimer(socket);
+        timer->setTimerType(Qt::PreciseTimer);
         connect(timer, &QTimer::timeout, socket, next);
         timer->start(reply.pieceInterval);
     }

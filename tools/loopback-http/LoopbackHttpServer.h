@@ -74,7 +74,8 @@ public:
     // refuses connections.
     static QString closedAddress();
 
-    // Stops or starts taking connections on the same port: a host whose port is closed.
+    // Stops or starts taking connections on the same port: a host whose port is closed. Stopping
+    // also drops every open connection.
     void setListening(bool listening);
 
     void setReply(const HttpReply &reply);
