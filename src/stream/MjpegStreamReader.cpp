@@ -172,6 +172,9 @@ void MjpegStreamReader::decode(QByteArray part)
 
 void MjpegStreamReader::fail(const QString &reason)
 {
+    // A picture still on its way from the broken connection would clear the failure at once.
+    ++m_generation;
+    m_waiting.reset();
     setErrorText(reason + QStringLiteral(": ") + absoluteString(m_url));
     disconnectReply();
     const auto &retries = m_timings.retries;

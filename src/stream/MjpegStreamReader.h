@@ -68,7 +68,7 @@ private:
     QTimer m_stall;
     QTimer m_retry;
     qsizetype m_failures = 0; // in a row, for the back-off
-    quint64 m_generation = 0; // bumped by every stop; late pictures of an older one are dropped
+    quint64 m_generation = 0; // bumped by stops and failures; late pictures from before are dropped
 };
 
 } // namespace kestrel
