@@ -4,6 +4,7 @@
 #include "platform/FrameText.h"
 #include "platform/MemoryKeyValueStore.h"
 #include "settings/AppSettings.h"
+#include "stream/MjpegPartReader.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -45,6 +46,30 @@ void checkSettingsDocument(const QByteArray &bytes)
                 it.value().rotation >= 0);
     for (const CameraId id : settings.cameraWindowFrames().keys())
         settings.frame(id);
+}
+
+void checkMjpegStream(const QByteArray &bytes)
+{
+    constexpr qsizetype largestPart = 4096; // small, so that fuzzing reaches the limits
+    const qsizetype largestHeld = std::max(largestPart + 2, MjpegPartReader::largestHeaders);
+    if (bytes.isEmpty())
+        return;
+    const qsizetype piece = 1 + uchar(bytes.front());
+    const QByteArrayView body = QByteArrayView(bytes).sliced(1);
+    MjpegPartReader whole("frame", largestPart);
+    MjpegPartReader pieces("frame", largestPart);
+    const std::optional<QByteArray> newest = whole.feed(body);
+    std::optional<QByteArray> last;
+    for (qsizetype at = 0; at < body.size(); at += piece) {
+        if (auto part = pieces.feed(body.sliced(at, std::min(piece, body.size() - at))))
+            last = std::move(part);
+        require(pieces.held() <= largestHeld);
+        require(!last || last->size() <= largestPart);
+    }
+    require(whole.held() <= largestHeld && (!newest || newest->size() <= largestPart));
+    if (whole.problem() == MjpegPartReader::Problem::none &&
+        pieces.problem() == MjpegPartReader::Problem::none)
+        require(newest == last);
 }
 
 void checkFrameText(const QByteArray &bytes)

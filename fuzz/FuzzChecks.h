@@ -10,6 +10,11 @@ namespace kestrel::fuzz {
 // Any bytes as a settings file: loading succeeds and keeps the store's rules.
 void checkSettingsDocument(const QByteArray &bytes);
 
+// Any bytes as an MJPEG stream's body, arriving in pieces of the sizes its first byte picks: the
+// reader never holds more than its limits, never hands out a larger part, and cuts the same
+// pictures however the bytes arrive.
+void checkMjpegStream(const QByteArray &bytes);
+
 // Any bytes as frame text: reading never fails, and what the writer writes reads back exactly.
 void checkFrameText(const QByteArray &bytes);
 

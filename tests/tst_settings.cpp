@@ -2,7 +2,8 @@
 // The user's settings as they lie on disk: what a broken or odd value becomes, that every change
 // writes its own key and leaves the others, the file that holds them, and every input the fuzzers
 // keep in tests/fuzz-corpus (seeds, every input that ever broke a check, and the fewest that reach
-// every path found), through the checks the fuzzers apply; a violation ends with a crash.
+// every path found: settings files, frame texts, MJPEG stream bodies), through the checks the
+// fuzzers apply; a violation ends with a crash.
 #include "FuzzChecks.h"
 #include "Helpers.h"
 #include "LoopbackHttpServer.h"
@@ -334,7 +335,12 @@ void SettingsTest::fuzzInputsStillPass()
 {
     QFETCH(QString, path);
     const QByteArray bytes = readBytes(path);
-    if (QFileInfo(path).dir().dirName() != u"settings") {
+    const QString target = QFileInfo(path).dir().dirName();
+    if (target == u"mjpeg") {
+        fuzz::checkMjpegStream(bytes);
+        return;
+    }
+    if (target != u"settings") {
         fuzz::checkFrameText(bytes);
         return;
     }

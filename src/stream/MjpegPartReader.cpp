@@ -140,7 +140,7 @@ bool MjpegPartReader::readBody(std::optional<QByteArray> &finished)
     const qsizetype at = m_buffer.indexOf(m_delimiter, from);
     if (at < 0) {
         m_searched = m_buffer.size();
-        if (m_buffer.size() > m_largestPart)
+        if (m_buffer.size() > m_largestPart + 2) // the part and its line break
             fail(Problem::partTooLarge);
         return false;
     }
@@ -148,6 +148,10 @@ bool MjpegPartReader::readBody(std::optional<QByteArray> &finished)
     // The line break before the boundary belongs to the boundary, not to the picture.
     if (part.endsWith('\n'))
         part.chop(part.endsWith("\r\n") ? 2 : 1);
+    if (part.size() > m_largestPart) {
+        fail(Problem::partTooLarge);
+        return false;
+    }
     if (!part.isEmpty())
         finished = std::move(part);
     m_buffer.remove(0, at + m_delimiter.size());
