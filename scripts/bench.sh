@@ -2,9 +2,12 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 # Installs what is missing, builds the benchmarks and runs them against nginx on 127.0.0.1: the
 # snapshot pipeline next to its floor, then the whole app with three windows under Xvfb, and
-# headless Chromium polling the same pictures as a printer's web page does. They print figures
-# and assert nothing. Options: --rounds N (pipeline, default 100), --seconds N
-# (whole app, default 60).
+# headless Chromium polling the same pictures as a printer's web page does; then the same three
+# windows reading MJPEG streams from a stream server of the benchmark's own, against the snapshot
+# loop and Chromium showing the streams. They print figures and assert nothing. Options:
+# --rounds N (pipeline, default 100), --seconds N (whole app, default 60), --long N (one more
+# stream run of N seconds that watches memory; default none), --streams-only (only the stream
+# comparison).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 source scripts/common.sh
@@ -12,10 +15,14 @@ source bench/nginx.sh
 
 rounds=100
 seconds=60
+long=0
+streams_only=
 while [ $# -gt 0 ]; do
     case $1 in
         --rounds) rounds=$2; shift 2 ;;
         --seconds) seconds=$2; shift 2 ;;
+        --long) long=$2; shift 2 ;;
+        --streams-only) streams_only=yes; shift ;;
         *) echo "unknown option: $1" >&2; exit 2 ;;
     esac
 done
@@ -41,16 +48,23 @@ start_nginx "$work/nginx" "$work/pictures"
 echo "nginx on $NGINX_ADDRESS serving $(ls "$work/pictures" | tr '\n' ' ')"
 echo
 
-build/bench/snapshot_bench --rounds "$rounds" --url "http://$NGINX_ADDRESS/webcam2/?action=snapshot" \
-    2>/dev/null > "$work/pipeline.txt"
-grep -v '^ROUND_MEDIAN_MS=' "$work/pipeline.txt"
-round=$(sed -n 's/^ROUND_MEDIAN_MS=//p' "$work/pipeline.txt")
-echo
+if [ -z "$streams_only" ]; then
+    build/bench/snapshot_bench --rounds "$rounds" \
+        --url "http://$NGINX_ADDRESS/webcam2/?action=snapshot" 2>/dev/null > "$work/pipeline.txt"
+    grep -v '^ROUND_MEDIAN_MS=' "$work/pipeline.txt"
+    round=$(sed -n 's/^ROUND_MEDIAN_MS=//p' "$work/pipeline.txt")
+    echo
+fi
 
 Xvfb -displayfd 3 -screen 0 1440x900x24 3>"$work/display" >/dev/null 2>&1 &
 xvfb_pid=$!
 until [ -s "$work/display" ]; do sleep 0.1; done
 export DISPLAY=":$(cat "$work/display")"
 openbox --sm-disable >/dev/null 2>&1 &
-python3 bench/app_bench.py --kestrel build/src/kestrel --address "$NGINX_ADDRESS" \
-    --seconds "$seconds" --round-ms "$round" --chromium /usr/bin/chromium
+if [ -z "$streams_only" ]; then
+    python3 bench/app_bench.py --kestrel build/src/kestrel --address "$NGINX_ADDRESS" \
+        --seconds "$seconds" --round-ms "$round" --chromium /usr/bin/chromium
+    echo
+fi
+python3 bench/stream_bench.py --kestrel build/src/kestrel --pictures "$work/pictures" \
+    --snapshots "$NGINX_ADDRESS" --seconds "$seconds" --long "$long" --chromium /usr/bin/chromium

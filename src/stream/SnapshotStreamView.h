@@ -70,6 +70,7 @@ private:
     QList<QUrl> m_urls;
     qint64 m_targetFPS = 1;
     qreal m_cornerRadius = 0;
+    qint64 m_paintedKey = 0; // the last picture painted, for the benchmarks' log
 };
 
 } // namespace kestrel
