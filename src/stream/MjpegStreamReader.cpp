@@ -161,6 +161,7 @@ void MjpegStreamReader::decode(QByteArray part)
                     decode(*std::exchange(m_waiting, std::nullopt));
             });
     watcher->setFuture(QtConcurrent::run(
+        &decodingThreads(),
         [](const QByteArray &bytes, const DecodeTarget &target) {
             QBuffer buffer;
             buffer.setData(bytes);

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "stream/PictureDecoder.h"
 
+#include <QCoreApplication>
 #include <QIODevice>
 #include <QImageReader>
+#include <QThread>
+#include <QThreadPool>
 #include <QTransform>
 
 namespace kestrel {
@@ -24,6 +27,16 @@ bool endsWithEndOfImage(QIODevice &device)
 }
 
 } // namespace
+
+QThreadPool &decodingThreads()
+{
+    static QThreadPool *pool = [] {
+        auto *threads = new QThreadPool(qApp);
+        threads->setThreadPriority(QThread::IdlePriority);
+        return threads;
+    }();
+    return *pool;
+}
 
 std::optional<QImage> decodePicture(QIODevice &device, const DecodeTarget &target)
 {

@@ -9,6 +9,7 @@
 #include <optional>
 
 class QIODevice;
+class QThreadPool;
 
 namespace kestrel {
 
@@ -24,5 +25,10 @@ struct DecodeTarget
 // Decodes one picture, straight to the size it is shown at, turned and mirrored; none for bytes
 // that are no whole picture (a JPEG cut short included). Safe on any thread.
 std::optional<QImage> decodePicture(QIODevice &device, const DecodeTarget &target);
+
+// The threads that decode pictures. They run at idle priority: on a small machine with three
+// cameras, the GUI thread must never wait for a decode, and a picture that waits is soon
+// replaced by a newer one anyway.
+QThreadPool &decodingThreads();
 
 } // namespace kestrel

@@ -70,7 +70,8 @@ void SnapshotFetch::decode(const FetchRequest &request)
                      : FetchOutcome{std::nullopt,
                                     QStringLiteral("JPEG ungültig: ") + absoluteString(url)});
     });
-    watcher->setFuture(QtConcurrent::run(decodeAndRemove, m_path, request.target));
+    watcher->setFuture(
+        QtConcurrent::run(&decodingThreads(), decodeAndRemove, m_path, request.target));
 }
 
 void SnapshotFetch::finish(FetchOutcome outcome)
