@@ -23,6 +23,7 @@ const QString cameraRotations = QStringLiteral("cameraRotations");
 const QString cameraMirroring = QStringLiteral("cameraMirroring");
 const QString showPictureRate = QStringLiteral("showPictureRate");
 const QString cameraStreamPaths = QStringLiteral("cameraStreamPaths");
+const QString notifyPrintEvents = QStringLiteral("notifyPrintEvents");
 } // namespace keys
 
 QString AppSettings::defaultPrinterIP()
@@ -56,6 +57,7 @@ AppSettings::AppSettings(KeyValueStore &store, QObject *parent) : QObject(parent
     m_showPictureRate = decodeBool(store.value(keys::showPictureRate), false);
     m_cameraStreamPaths =
         decodeCameraTexts(store.value(keys::cameraStreamPaths), EmptyTexts::skip);
+    m_notifyPrintEvents = decodeBool(store.value(keys::notifyPrintEvents), true);
     m_cameraOrientations =
         decodeOrientations(store.value(keys::cameraRotations), store.value(keys::cameraMirroring));
 }
@@ -152,6 +154,12 @@ void AppSettings::setCameraStreamPaths(CameraTextMap value)
 {
     assign(m_cameraStreamPaths, std::move(value), &AppSettings::cameraStreamPathsWillChange,
            keys::cameraStreamPaths);
+}
+
+void AppSettings::setNotifyPrintEvents(bool value)
+{
+    assign(m_notifyPrintEvents, value, &AppSettings::notifyPrintEventsWillChange,
+           keys::notifyPrintEvents);
 }
 
 void AppSettings::setOrientation(const CameraOrientation &orientation, CameraId id)

@@ -45,6 +45,8 @@ public:
     bool showPictureRate() const { return m_showPictureRate; }
     // A camera with a stream path shows its live MJPEG stream instead of snapshots.
     CameraTextMap cameraStreamPaths() const { return m_cameraStreamPaths; }
+    // A desktop notification when a print ends or pauses.
+    bool notifyPrintEvents() const { return m_notifyPrintEvents; }
 
     void setPrinterIP(QString value);
     void setSelectedCameraIDs(CameraIdSet value);
@@ -61,6 +63,7 @@ public:
     void setCameraOrientations(OrientationMap value);
     void setShowPictureRate(bool value);
     void setCameraStreamPaths(CameraTextMap value);
+    void setNotifyPrintEvents(bool value);
 
     // The catalogue camera with the user's name and snapshot path, taken as they are.
     Camera resolvedCamera(const Camera &camera) const;
@@ -100,6 +103,7 @@ signals:
     void cameraOrientationsWillChange(const kestrel::OrientationMap &newValue);
     void showPictureRateWillChange(bool newValue);
     void cameraStreamPathsWillChange(const kestrel::CameraTextMap &newValue);
+    void notifyPrintEventsWillChange(bool newValue);
 
     // After any field has been stored and written.
     void changed();
@@ -127,6 +131,7 @@ private:
     OrientationMap m_cameraOrientations;
     bool m_showPictureRate = false;
     CameraTextMap m_cameraStreamPaths;
+    bool m_notifyPrintEvents = true;
 };
 
 } // namespace kestrel

@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QJsonObject>
+#include <QString>
+
+#include <optional>
+
+namespace kestrel {
+
+// What the printer is doing, as its host reports it: the print's state, file, progress and
+// layers. Read from the host's printer objects (print_stats, display_status, virtual_sdcard),
+// whatever their types: a value of the wrong type counts as missing.
+struct PrintStatus
+{
+    enum class State
+    {
+        none, // nothing known: no host API, or not connected
+        klippyNotReady,
+        standby,
+        printing,
+        paused,
+        complete,
+        cancelled,
+        error
+    };
+
+    State state = State::none;
+    QString filename;
+    double printDuration = 0; // seconds spent printing, pauses left out
+    double progress = 0;      // 0 to 1, through the file
+    double displayProgress = 0; // 0 to 1, as the slicer's M73 says, if it does
+    std::optional<int> currentLayer;
+    std::optional<int> totalLayers;
+    QString message;
+
+    static PrintStatus fromObjects(const QJsonObject &objects);
+    bool isUnderWay() const { return state == State::printing || state == State::paused; }
+    friend bool operator==(const PrintStatus &, const PrintStatus &) = default;
+};
+
+// Seconds left, as the printer front-ends estimate them: from the file's progress once past 1 %,
+// from the slicer's estimate when there is one, the mean of the two where both exist.
+std::optional<double> secondsLeft(const PrintStatus &status,
+                                  std::optional<double> slicerEstimate);
+
+// "1 h 12 min", or "8 min" under an hour.
+QString durationText(double seconds);
+
+// The line a camera window and the main window show: "Druckt · benchy.gcode · 42 % · noch
+// 1 h 12 min · Schicht 14/120", and so on; empty when there is nothing to say. The file name
+// stands apart, so that a narrow window can shorten it in the middle.
+struct PrintStatusLine
+{
+    QString lead;     // "Druckt · "
+    QString filename; // "benchy.gcode"
+    QString tail;     // " · 42 % · noch 1 h 12 min"
+    QString layers;   // " · Schicht 14/120", which a narrow window leaves out first
+    std::optional<double> progress; // 0 to 1, while a print runs or is paused
+
+    QString text() const { return lead + filename + tail + layers; }
+    bool isEmpty() const { return text().isEmpty(); }
+};
+PrintStatusLine printStatusLine(const PrintStatus &status, std::optional<double> slicerEstimate);
+
+} // namespace kestrel

@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "monitor/PrintStatus.h"
+
+#include <QByteArray>
+#include <QHash>
+#include <QJsonObject>
+#include <QList>
+
+namespace kestrel {
+
+// The printer host's status API as JSON-RPC 2.0 text frames, without the connection: what to
+// send on connecting, and what each frame that arrives means. It introduces Kestrel, asks whether
+// Klipper is ready, subscribes to the print's objects once it is, and merges every status update
+// into the state the subscription gave. After Klipper goes away (the host then forgets every
+// subscription) it asks again until Klipper is back, and subscribes anew.
+//
+// It keeps only the fields it shows, so a host that sends much, or odd, or endless updates
+// costs no more memory than one that behaves.
+class PrintStatusProtocol
+{
+public:
+    PrintStatusProtocol(QString version, QString homepage);
+
+    // What one frame brought about.
+    struct Step
+    {
+        QList<QByteArray> send;     // frames to send now
+        bool statusChanged = false;
+        bool askAgainLater = false; // Klipper is not ready: ask again after a while
+    };
+
+    // The frames to send once connected: the introduction and the first question.
+    QList<QByteArray> opening();
+    // The question whether Klipper is ready, for asking again.
+    QByteArray askIfReady();
+    Step handle(QByteArrayView frame);
+
+    const PrintStatus &status() const { return m_status; }
+
+private:
+    enum class Call
+    {
+        identify,
+        info,
+        subscribe
+    };
+
+    QByteArray call(Call kind, const char *method, const QJsonObject &params);
+    Step answered(Call kind, const QJsonObject &message);
+    Step notified(const QString &method, const QJsonValue &params);
+    Step notReady();
+    void merge(const QJsonObject &changes);
+
+    const QString m_version;
+    const QString m_homepage;
+    qint64 m_nextId = 1;
+    QHash<qint64, Call> m_pending;
+    QJsonObject m_objects;
+    PrintStatus m_status;
+};
+
+} // namespace kestrel
