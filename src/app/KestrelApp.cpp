@@ -5,6 +5,8 @@
 #include "app/EventLoopProbe.h"
 #include "app/TrayIcon.h"
 #include "monitor/PiStatusMonitor.h"
+#include "monitor/PrintNotifier.h"
+#include "monitor/PrintStatusClient.h"
 #include "power/HomeKitManager.h"
 #include "screens/ContentView.h"
 #include "screens/SettingsView.h"
@@ -32,13 +34,19 @@ KestrelApp::KestrelApp(KeyValueStore &store, const ExternalTools &tools, StartMo
       m_homeKitManager(new HomeKitManager(*m_settings, this, tools.shortcuts, tools.sceneRunner)),
       m_piStatusMonitor(
           new PiStatusMonitor(*m_settings, this, PiStatusMonitor::defaultInterval, tools.curl)),
+      m_printStatus(new PrintStatusClient(*m_settings, *m_piStatusMonitor, this)),
+      m_printNotifier(new PrintNotifier(*m_settings, this)),
       m_windowCoordinator(new WindowCoordinator(
           *m_settings,
-          cameraWindowViews({*m_settings, *m_piStatusMonitor, *m_homeKitManager, tools.curl}),
+          cameraWindowViews(
+              {*m_settings, *m_piStatusMonitor, *m_homeKitManager, tools.curl, m_printStatus}),
           this)),
       m_contentView(new ContentView(*m_settings, *m_homeKitManager, *m_piStatusMonitor,
-                                    *m_windowCoordinator, [this] { openSettings(); }))
+                                    *m_windowCoordinator, [this] { openSettings(); },
+                                    m_printStatus))
 {
+    connect(m_printStatus, &PrintStatusClient::statusChanged, m_printNotifier,
+            &PrintNotifier::follow);
     m_mainWindow.setWindowTitle(QStringLiteral("Kestrel"));
     m_mainWindow.setCentralWidget(m_contentView);
     addMenuCommands();
@@ -93,6 +101,15 @@ void KestrelApp::addTrayIcon()
     connect(m_tray, &TrayIcon::openSettingsRequested, this, &KestrelApp::openSettings);
     connect(m_tray, &TrayIcon::quitRequested, qApp, &QCoreApplication::quit,
             Qt::QueuedConnection);
+    // Where the desktop shows no notifications of its own, the tray says it.
+    connect(&m_printNotifier->notifications(), &DesktopNotifications::undelivered, m_tray,
+            [this](const QString &title, const QString &body,
+                   DesktopNotifications::Urgency urgency) {
+                m_tray->showMessage(title, body,
+                                    urgency == DesktopNotifications::Urgency::critical
+                                        ? QSystemTrayIcon::Critical
+                                        : QSystemTrayIcon::Information);
+            });
     // Only "Beenden" ends Kestrel now, whichever windows are open or closed.
     QApplication::setQuitOnLastWindowClosed(false);
     m_tray->show();

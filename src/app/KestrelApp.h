@@ -16,6 +16,8 @@ class ContentView;
 class HomeKitManager;
 class KeyValueStore;
 class PiStatusMonitor;
+class PrintNotifier;
+class PrintStatusClient;
 class SettingsView;
 class TrayIcon;
 class WindowCoordinator;
@@ -50,6 +52,8 @@ public:
     AppSettings &settings() const { return *m_settings; }
     HomeKitManager &homeKitManager() const { return *m_homeKitManager; }
     PiStatusMonitor &piStatusMonitor() const { return *m_piStatusMonitor; }
+    PrintStatusClient &printStatus() const { return *m_printStatus; }
+    PrintNotifier &printNotifier() const { return *m_printNotifier; }
     WindowCoordinator &windowCoordinator() const { return *m_windowCoordinator; }
     QMainWindow &mainWindow() { return m_mainWindow; }
     ContentView &contentView() const { return *m_contentView; }
@@ -75,6 +79,8 @@ private:
     AppSettings *m_settings;
     HomeKitManager *m_homeKitManager;
     PiStatusMonitor *m_piStatusMonitor;
+    PrintStatusClient *m_printStatus;
+    PrintNotifier *m_printNotifier;
     QMainWindow m_mainWindow;
     WindowCoordinator *m_windowCoordinator;
     ContentView *m_contentView;

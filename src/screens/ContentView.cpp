@@ -2,9 +2,11 @@
 #include "screens/ContentView.h"
 
 #include "monitor/PiStatusMonitor.h"
+#include "monitor/PrintStatusClient.h"
 #include "power/HomeKitManager.h"
 #include "power/StatusInterpretation.h"
 #include "screens/StartupInfoView.h"
+#include "stream/PrintLineLabel.h"
 #include "settings/AppSettings.h"
 #include "widgets/ButtonStyles.h"
 #include "widgets/SecondaryText.h"
@@ -34,10 +36,12 @@ QPushButton *smallButton(const QString &text, QWidget *parent)
 
 ContentView::ContentView(AppSettings &settings, HomeKitManager &homeKitManager,
                          const PiStatusMonitor &monitor, WindowCoordinator &coordinator,
-                         std::function<void()> openSettings, QWidget *parent)
+                         std::function<void()> openSettings,
+                         const PrintStatusClient *printStatus, QWidget *parent)
     : QWidget(parent), m_settings(settings), m_homeKitManager(homeKitManager), m_monitor(monitor),
-      m_coordinator(coordinator), m_address(new SymbolLabel(this)),
+      m_coordinator(coordinator), m_printStatus(printStatus), m_address(new SymbolLabel(this)),
       m_hostState(new SymbolLabel(this)), m_hostDetail(secondaryText(QString(), this)),
+      m_printLine(new PrintLineLabel(this)),
       m_powerOnRow(new QWidget(this)), m_powerState(secondaryText(QString(), this)),
       m_actionMessage(secondaryText(QString(), this)), m_lastReachability(monitor.reachability())
 {
@@ -64,6 +68,9 @@ ContentView::ContentView(AppSettings &settings, HomeKitManager &homeKitManager,
     status->addWidget(m_address);
     status->addWidget(m_hostState);
     status->addWidget(m_hostDetail);
+    m_printLine->setFont(textStyles::caption());
+    m_printLine->setForegroundRole(QPalette::PlaceholderText);
+    status->addWidget(m_printLine);
 
     auto *powerOnLayout = new QHBoxLayout(m_powerOnRow);
     powerOnLayout->setContentsMargins(0, 0, 0, 0);
@@ -114,7 +121,17 @@ ContentView::ContentView(AppSettings &settings, HomeKitManager &homeKitManager,
             &ContentView::refresh);
     connect(&monitor, &PiStatusMonitor::reachabilityChanged, this,
             &ContentView::reachabilityChanged);
+    if (printStatus) {
+        connect(printStatus, &PrintStatusClient::statusChanged, this,
+                &ContentView::refreshPrintStatus);
+    }
     refresh();
+}
+
+void ContentView::refreshPrintStatus()
+{
+    m_printLine->setLine(m_printStatus->line());
+    updateGeometry();
 }
 
 QSize ContentView::minimumSizeHint() const

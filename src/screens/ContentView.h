@@ -17,6 +17,8 @@ namespace kestrel {
 class AppSettings;
 class HomeKitManager;
 class PiStatusMonitor;
+class PrintLineLabel;
+class PrintStatusClient;
 class StartupInfoView;
 class SymbolLabel;
 class WindowCoordinator;
@@ -32,7 +34,8 @@ class ContentView : public QWidget
 public:
     ContentView(AppSettings &settings, HomeKitManager &homeKitManager,
                 const PiStatusMonitor &monitor, WindowCoordinator &coordinator,
-                std::function<void()> openSettings, QWidget *parent = nullptr);
+                std::function<void()> openSettings, const PrintStatusClient *printStatus = nullptr,
+                QWidget *parent = nullptr);
 
     // The start-up prompt, shown as a sheet on this window while true.
     bool showsStartupInfo() const;
@@ -49,15 +52,18 @@ private:
     void refresh();
     void reachabilityChanged(const PiReachability &reachability);
     void powerOn();
+    void refreshPrintStatus();
 
     AppSettings &m_settings;
     HomeKitManager &m_homeKitManager;
     const PiStatusMonitor &m_monitor;
     WindowCoordinator &m_coordinator;
+    const PrintStatusClient *m_printStatus;
 
     SymbolLabel *m_address;
     SymbolLabel *m_hostState;
     QLabel *m_hostDetail;
+    PrintLineLabel *m_printLine;
     QWidget *m_powerOnRow;
     QLabel *m_powerState;
     QLabel *m_actionMessage;

@@ -178,6 +178,10 @@ QWidget *SettingsView::printerSection()
     connect(m_alwaysOnTop, &QCheckBox::toggled, this,
             [this](bool on) { m_settings.setAlwaysOnTop(on); });
     form->addRow(m_alwaysOnTop);
+    m_notifyPrintEvents = new QCheckBox(tr("Druckereignisse melden"), box);
+    connect(m_notifyPrintEvents, &QCheckBox::toggled, this,
+            [this](bool on) { m_settings.setNotifyPrintEvents(on); });
+    form->addRow(m_notifyPrintEvents);
 #if defined(Q_OS_LINUX)
     m_autostart = new QCheckBox(tr("Beim Anmelden starten"), box);
     connect(m_autostart, &QCheckBox::toggled, this, [this](bool on) {
@@ -320,9 +324,10 @@ QWidget *SettingsView::homeKitSection()
 void SettingsView::refresh()
 {
     showValue(m_printerIP, m_settings.printerIP());
-    {
-        const QSignalBlocker blocker(m_alwaysOnTop); // showing a value is no assignment
-        m_alwaysOnTop->setChecked(m_settings.alwaysOnTop());
+    for (const auto &[box, on] : {std::pair{m_alwaysOnTop, m_settings.alwaysOnTop()},
+                                  {m_notifyPrintEvents, m_settings.notifyPrintEvents()}}) {
+        const QSignalBlocker blocker(box); // showing a value is no assignment
+        box->setChecked(on);
     }
     const CameraIdSet selected = m_settings.selectedCameraIDs();
     const PlacementMap placements = m_settings.cameraPlacements();

@@ -63,6 +63,7 @@ private:
     HomeKitManager &m_homeKitManager;
     QLineEdit *m_printerIP = nullptr;
     QCheckBox *m_alwaysOnTop = nullptr;
+    QCheckBox *m_notifyPrintEvents = nullptr;
     QCheckBox *m_autostart = nullptr; // only where desktops read an autostart folder
     QList<CameraControls> m_cameras;
     QLineEdit *m_accessoryName = nullptr;

@@ -8,6 +8,7 @@ namespace kestrel {
 class AppSettings;
 class HomeKitManager;
 class PiStatusMonitor;
+class PrintStatusClient;
 
 // The shared objects every camera window's content works with.
 struct CameraWindowEnvironment
@@ -16,6 +17,7 @@ struct CameraWindowEnvironment
     const PiStatusMonitor &monitor;
     HomeKitManager &homeKitManager;
     QString curlPath = QStringLiteral("/usr/bin/curl");
+    const PrintStatusClient *printStatus = nullptr; // where the printer host's API is followed
 };
 
 } // namespace kestrel

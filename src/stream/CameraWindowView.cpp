@@ -2,12 +2,14 @@
 #include "stream/CameraWindowView.h"
 
 #include "monitor/PiStatusMonitor.h"
+#include "monitor/PrintStatusClient.h"
 #include "power/HomeKitManager.h"
 #include "settings/AppSettings.h"
 #include "settings/SnapshotUrls.h"
 #include "stream/CameraMenuButton.h"
 #include "stream/PictureArea.h"
 #include "stream/PictureRate.h"
+#include "stream/PrintLineLabel.h"
 #include "stream/SnapshotLoader.h"
 #include "widgets/ConfirmationAlert.h"
 #include "widgets/LinkButton.h"
@@ -43,6 +45,7 @@ CameraWindowView::CameraWindowView(const Camera &camera, const CameraWindowEnvir
       m_statusDot(new StatusDot(10, this)),
       m_pictureArea(new PictureArea(environment.monitor, environment.curlPath, camera.fps, this)),
       m_footer(new LinkButton(systemColors::white(0.6), this)), m_caption(new QLabel(this)),
+      m_printLine(new PrintLineLabel(this)),
       m_pictureRate(new QLabel(this)),
       m_pictureRateTimer(new QTimer(this))
 {
@@ -56,6 +59,9 @@ CameraWindowView::CameraWindowView(const Camera &camera, const CameraWindowEnvir
     m_caption->setStyleSheet(
         QStringLiteral("color: %1;").arg(systemColors::white(0.72).name(QColor::HexArgb)));
     titleBlock->addWidget(m_caption);
+    m_printLine->setFont(textStyles::caption());
+    m_printLine->setStyleSheet(m_caption->styleSheet());
+    titleBlock->addWidget(m_printLine);
 
     auto *powerButton = new QToolButton(this);
     powerButton->setObjectName(QStringLiteral("powerButton"));
@@ -73,8 +79,7 @@ CameraWindowView::CameraWindowView(const Camera &camera, const CameraWindowEnvir
     }
 
     auto *header = new QHBoxLayout;
-    header->addLayout(titleBlock);
-    header->addStretch();
+    header->addLayout(titleBlock, 1); // the print's line takes what the buttons leave
     header->addWidget(powerButton);
     header->addWidget(m_statusDot);
 
@@ -98,8 +103,21 @@ CameraWindowView::CameraWindowView(const Camera &camera, const CameraWindowEnvir
     connect(&environment.settings, &AppSettings::changed, this, &CameraWindowView::refresh);
     connect(&environment.monitor, &PiStatusMonitor::reachabilityChanged, this,
             &CameraWindowView::refreshStatusDot);
+    if (const PrintStatusClient *client = environment.printStatus) {
+        connect(client, &PrintStatusClient::statusChanged, this,
+                &CameraWindowView::refreshPrintStatus);
+    }
     refresh();
     refreshStatusDot();
+    refreshPrintStatus();
+}
+
+void CameraWindowView::refreshPrintStatus()
+{
+    const PrintStatusLine line =
+        m_environment.printStatus ? m_environment.printStatus->line() : PrintStatusLine{};
+    m_printLine->setLine(line);
+    m_pictureArea->setPrintProgress(line.progress);
 }
 
 QString CameraWindowView::caption(const Camera &camera, bool streaming)

@@ -17,6 +17,7 @@ namespace kestrel {
 class CameraMenuButton;
 class LinkButton;
 class PictureArea;
+class PrintLineLabel;
 class StatusDot;
 
 // The whole content of one camera window, on a dark card: the camera's name as a menu to switch
@@ -49,6 +50,7 @@ private:
     void refresh();
     void refreshStatusDot();
     void refreshPictureRate();
+    void refreshPrintStatus();
     void rebuildCameraMenu();
     void askToPowerOff();
     void openHostPage();
@@ -63,6 +65,7 @@ private:
     PictureArea *m_pictureArea;
     LinkButton *m_footer;
     QLabel *m_caption;
+    PrintLineLabel *m_printLine;
     QLabel *m_pictureRate;
     QTimer *m_pictureRateTimer;
 };

@@ -37,6 +37,7 @@ void PictureArea::setAddresses(const QList<QUrl> &urls, PictureFeed feed)
         m_stream->setCornerRadius(cornerRadius - 1);
         m_stream->setTargetFPS(m_fps);
         m_stream->setOrientation(m_orientation);
+        m_stream->setPrintProgress(m_printProgress);
         stack->addWidget(m_stream);
     }
     m_stream->setAddresses(urls, feed);
@@ -48,6 +49,13 @@ void PictureArea::setOrientation(const CameraOrientation &orientation)
     m_orientation = orientation;
     if (m_stream)
         m_stream->setOrientation(orientation);
+}
+
+void PictureArea::setPrintProgress(std::optional<double> progress)
+{
+    m_printProgress = progress;
+    if (m_stream)
+        m_stream->setPrintProgress(progress);
 }
 
 const PictureSource *PictureArea::source() const

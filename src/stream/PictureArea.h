@@ -26,6 +26,7 @@ public:
 
     void setAddresses(const QList<QUrl> &urls, PictureFeed feed);
     void setOrientation(const CameraOrientation &orientation);
+    void setPrintProgress(std::optional<double> progress);
     // Where the pictures come from, once there is a valid address.
     const PictureSource *source() const;
 
@@ -39,6 +40,7 @@ private:
     ContentUnavailableView *m_placeholder;
     SnapshotStreamView *m_stream = nullptr;
     CameraOrientation m_orientation;
+    std::optional<double> m_printProgress;
 };
 
 } // namespace kestrel

@@ -7,6 +7,7 @@
 #include "stream/MjpegStreamReader.h"
 #include "stream/SnapshotLoader.h"
 #include "widgets/ProgressSpinner.h"
+#include "widgets/SystemColors.h"
 
 #include <QLoggingCategory>
 #include <QPainter>
@@ -80,6 +81,14 @@ void SnapshotStreamView::setOrientation(const CameraOrientation &orientation)
     m_source->setOrientation(orientation);
 }
 
+void SnapshotStreamView::setPrintProgress(std::optional<double> progress)
+{
+    if (progress == m_printProgress)
+        return;
+    m_printProgress = progress;
+    update(0, height() - printBarHeight, width(), printBarHeight);
+}
+
 void SnapshotStreamView::startSource()
 {
     m_source->start(m_urls, shownRate());
@@ -131,8 +140,19 @@ void SnapshotStreamView::paintEvent(QPaintEvent *)
     }
     painter.fillRect(rect(), Qt::black);
     const QImage image = m_source->image();
-    if (image.isNull())
-        return;
+    if (!image.isNull())
+        drawPicture(painter, image);
+    if (m_printProgress) {
+        const QRectF bar(0, height() - printBarHeight, width(), printBarHeight);
+        painter.fillRect(bar, systemColors::white(0.25));
+        painter.fillRect(QRectF(bar.topLeft(), QSizeF(bar.width() * *m_printProgress,
+                                                      bar.height())),
+                         systemColors::green());
+    }
+}
+
+void SnapshotStreamView::drawPicture(QPainter &painter, const QImage &image)
+{
     if (lcShownPictures().isDebugEnabled() && std::exchange(m_paintedKey, image.cacheKey()) !=
                                                   image.cacheKey())
         qCDebug(lcShownPictures).noquote() << absoluteString(m_urls.value(0));

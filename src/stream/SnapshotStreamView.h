@@ -7,6 +7,10 @@
 #include <QUrl>
 #include <QWidget>
 
+class QPainter;
+
+#include <optional>
+
 namespace kestrel {
 
 class PiStatusMonitor;
@@ -43,6 +47,8 @@ public:
     // Rounds the corners of the black area and the picture.
     void setCornerRadius(qreal radius);
     void setOrientation(const CameraOrientation &orientation);
+    // A thin bar along the bottom edge while a print runs; none hides it.
+    void setPrintProgress(std::optional<double> progress);
 
     const PictureSource &source() const { return *m_source; }
     PictureFeed feed() const { return m_feed; }
@@ -55,6 +61,7 @@ protected:
 
 private:
     void useSource(PictureFeed feed);
+    void drawPicture(QPainter &painter, const QImage &image);
     void startSource();
     qint64 shownRate() const;
     void updateOverlays();
@@ -70,7 +77,9 @@ private:
     QList<QUrl> m_urls;
     qint64 m_targetFPS = 1;
     qreal m_cornerRadius = 0;
+    static constexpr int printBarHeight = 3;
     qint64 m_paintedKey = 0; // the last picture painted, for the benchmarks' log
+    std::optional<double> m_printProgress;
 };
 
 } // namespace kestrel

@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "stream/PrintLineLabel.h"
+
+namespace kestrel {
+
+namespace {
+constexpr int shortestFilename = 48; // pixels: a few letters at each end and the ellipsis
+} // namespace
+
+PrintLineLabel::PrintLineLabel(QWidget *parent) : QLabel(parent)
+{
+    setTextFormat(Qt::PlainText);
+    hide();
+}
+
+void PrintLineLabel::setLine(const PrintStatusLine &line)
+{
+    m_line = line;
+    setVisible(!line.isEmpty());
+    setToolTip(line.text());
+    fit();
+}
+
+// The label takes the width it is given; the text fits itself to it.
+QSize PrintLineLabel::minimumSizeHint() const
+{
+    return {0, QLabel::minimumSizeHint().height()};
+}
+
+void PrintLineLabel::resizeEvent(QResizeEvent *event)
+{
+    QLabel::resizeEvent(event);
+    fit();
+}
+
+void PrintLineLabel::fit()
+{
+    const QFontMetrics metrics = fontMetrics();
+    const int room = contentsRect().width();
+    for (const QString &rest : {m_line.tail + m_line.layers, m_line.tail}) {
+        const int forName = room - metrics.horizontalAdvance(m_line.lead + rest);
+        if (metrics.horizontalAdvance(m_line.filename) <= forName ||
+            (!m_line.filename.isEmpty() && forName >= shortestFilename)) {
+            setText(m_line.lead + metrics.elidedText(m_line.filename, Qt::ElideMiddle, forName) +
+                    rest);
+            return;
+        }
+    }
+    setText(metrics.elidedText(m_line.lead + m_line.filename + m_line.tail, Qt::ElideRight, room));
+}
+
+} // namespace kestrel
