@@ -20,16 +20,18 @@ ensure_packages() {
         apt-get install -y -q --no-install-recommends "${missing[@]}"
 }
 
-# What building and running Kestrel needs: the toolchain, Qt 6 with its German texts, rsvg-convert
-# for the icon sizes, help2man for the manual pages, and curl, which fetches pictures.
-KESTREL_PACKAGES=(cmake g++ make qt6-base-dev qt6-svg-dev qt6-qpa-plugins qt6-translations-l10n
-    libgl-dev libxcb1-dev librsvg2-bin help2man curl)
+# What building and running Kestrel needs: the toolchain, Qt 6 with its German texts and its
+# WebSockets (the printer host's status API), rsvg-convert for the icon sizes, help2man for the
+# manual pages, and curl, which fetches pictures.
+KESTREL_PACKAGES=(cmake g++ make qt6-base-dev qt6-svg-dev qt6-websockets-dev qt6-qpa-plugins
+    qt6-translations-l10n libgl-dev libxcb1-dev librsvg2-bin help2man curl)
 
 # What the tests need beyond that: a virtual display with a window manager for the window tests,
 # trayer as its tray, xdotool to drive it as a user does, xprop to see that the window manager is
-# up, and the Debian packaging tools, lintian and desktop-file validators for the package test.
-KESTREL_TEST_PACKAGES=(xvfb xauth openbox trayer xdotool x11-utils clang-format dpkg-dev
-    desktop-file-utils appstream lintian)
+# up, a session bus of the tests' own for the desktop notifications, and the Debian packaging
+# tools, lintian and desktop-file validators for the package test.
+KESTREL_TEST_PACKAGES=(xvfb xauth openbox trayer xdotool x11-utils dbus-daemon clang-format
+    dpkg-dev desktop-file-utils appstream lintian)
 
 # Configures and builds into build/: every target, or only the ones named.
 build_kestrel() {

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "DemoFrames.h"
+#include "DemoKlipper.h"
 #include "DemoPlug.h"
 #include "LoopbackHttpServer.h"
 #include "platform/CommandLine.h"
@@ -138,12 +139,13 @@ int main(int argc, char *argv[])
         QStringLiteral(
             "Ein Crowsnest-Host zum Ausprobieren von Kestrel: beantwortet / und liefert\n"
             "für die drei Kameras bewegte Testbilder, als Einzelbilder und als MJPEG-Stream,\n"
-            "nur auf 127.0.0.1. Eine Steckdose mit Tasmota-Befehlen auf einem eigenen Port\n"
-            "schaltet ihn aus und wieder ein."),
+            "nur auf 127.0.0.1. Über /websocket meldet er einen simulierten Druck, wie es\n"
+            "die API eines Drucker-Hosts tut. Eine Steckdose mit Tasmota-Befehlen auf einem\n"
+            "eigenen Port schaltet ihn aus und wieder ein."),
         QStringLiteral("Rückgabewerte:\n"
                        "  0  Beendet, oder Hilfe oder Version gezeigt.\n"
-                       "  2  Unbekannte Option, ungültiger Port, ungültige Bildrate oder unbekannter\n"
-                       "     Fehlerfall. nolength lässt die Teile der Streams ohne Content-Length."));
+                       "  2  Unbekannte Option, ungültiger Port, ungültige Bildrate, Druckdauer unter\n"
+                       "     10 Sekunden oder unbekannter Fehlerfall."));
     const QCommandLineOption portOption(
         QStringLiteral("port"),
         QStringLiteral("Port auf 127.0.0.1 (Vorgabe 8080, 0 für einen freien)."),
@@ -151,8 +153,12 @@ int main(int argc, char *argv[])
     const QCommandLineOption faultOption(
         QStringLiteral("fault"),
         QStringLiteral("Lässt eine Kamera scheitern, z. B. 2=404 (404, html, truncated, stall,"
-                       " nolength)."),
+                       " nolength), oder den Druck: klippy-restart, print-error, idle."),
         QStringLiteral("kamera=fehler"));
+    const QCommandLineOption printOption(
+        QStringLiteral("print-seconds"),
+        QStringLiteral("So lange dauert ein simulierter Druck (Vorgabe 180)."),
+        QStringLiteral("sekunden"), QStringLiteral("180"));
     const QCommandLineOption bootOption(
         QStringLiteral("boot-ms"),
         QStringLiteral("So lange braucht der Drucker nach dem Einschalten (Vorgabe 3000)."),
@@ -165,6 +171,7 @@ int main(int argc, char *argv[])
         QStringLiteral("bilder"), QStringLiteral("15"));
     commandLine.addOption(bootOption);
     commandLine.addOption(fpsOption);
+    commandLine.addOption(printOption);
     if (const auto status = commandLine.parse(argc, argv))
         return *status;
 
@@ -193,7 +200,16 @@ int main(int argc, char *argv[])
     for (const kestrel::Camera &camera : kestrel::cameraCatalogue())
         cameras.append({camera.snapshotPath.toUtf8(), camera.streamPath.toUtf8(),
                         kestrel::demo::renderCycle(camera, framesPerCycle)});
+    auto klipperFault = kestrel::demo::KlipperFault::none;
     for (const QString &text : commandLine.values(faultOption)) {
+        static const QHash<QString, kestrel::demo::KlipperFault> klipperFaults{
+            {QStringLiteral("klippy-restart"), kestrel::demo::KlipperFault::restart},
+            {QStringLiteral("print-error"), kestrel::demo::KlipperFault::printError},
+            {QStringLiteral("idle"), kestrel::demo::KlipperFault::idle}};
+        if (klipperFaults.contains(text)) {
+            klipperFault = klipperFaults.value(text);
+            continue;
+        }
         const QStringList parts = text.split(u'=');
         const int id = parts.value(0).toInt();
         const auto fault = faultNamed(parts.value(1));
@@ -206,8 +222,17 @@ int main(int argc, char *argv[])
 
     QElapsedTimer clock;
     clock.start();
+    const int printSeconds = commandLine.value(printOption).toInt();
+    if (printSeconds < 10) {
+        std::fprintf(stderr, "kestrel-demo-printer: ungültige Druckdauer „%s“\n",
+                     qPrintable(commandLine.value(printOption)));
+        return 2;
+    }
     kestrel::LoopbackHttpServer server(nullptr, quint16(port));
+    kestrel::demo::DemoKlipper klipper(server, std::chrono::seconds(printSeconds), klipperFault);
     server.setHandler([&](const HttpRequest &request) {
+        if (request.path.startsWith("/server/files/metadata?"))
+            return klipper.metadata(request);
         if (request.path == "/")
             return HttpReply::content("text/html",
                                       "<html><body>Kestrel Demo-Drucker</body></html>");

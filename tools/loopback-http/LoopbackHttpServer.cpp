@@ -29,8 +29,14 @@ QString LoopbackHttpServer::closedAddress()
     return LoopbackHttpServer().address();
 }
 
+void LoopbackHttpServer::setUpgradeHandler(std::function<void(QTcpSocket *)> handler)
+{
+    m_upgrade = std::move(handler);
+}
+
 void LoopbackHttpServer::setListening(bool listening)
 {
+    emit listeningChanged(listening);
     if (!listening) {
         // A host that goes away takes its open connections, streams among them, with it.
         m_server->close();
@@ -87,6 +93,19 @@ void LoopbackHttpServer::readRequest(QTcpSocket *socket)
     if (socket->property("handled").toBool()) {
         socket->readAll();
         return;
+    }
+    // A websocket's handshake is left in the socket for whoever takes it.
+    if (m_upgrade && !socket->property("buffer").isValid()) {
+        const QByteArray head = socket->peek(socket->bytesAvailable());
+        const qsizetype end = head.indexOf("\r\n\r\n");
+        if (end < 0 && head.size() < 16 * 1024)
+            return; // the rest of the head is on its way
+        if (end >= 0 && head.left(end).toLower().contains("upgrade: websocket")) {
+            socket->disconnect(this);
+            socket->setProperty("handled", true);
+            m_upgrade(socket);
+            return;
+        }
     }
     QByteArray buffer = socket->property("buffer").toByteArray() + socket->readAll();
     const qsizetype end = buffer.indexOf("\r\n\r\n");

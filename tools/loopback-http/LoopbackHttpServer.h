@@ -80,6 +80,8 @@ public:
 
     void setReply(const HttpReply &reply);
     void setHandler(std::function<HttpReply(const HttpRequest &)> handler);
+    // Takes the connections that ask to become websockets, with their handshake still unread.
+    void setUpgradeHandler(std::function<void(QTcpSocket *)> handler);
 
     QList<HttpRequest> requests() const { return m_requests; }
     QList<HttpRequest> curlRequests() const;
@@ -88,6 +90,7 @@ public:
 
 signals:
     void requestReceived(const kestrel::HttpRequest &request);
+    void listeningChanged(bool listening);
 
 private:
     void accept();
@@ -100,6 +103,7 @@ private:
     quint16 m_port = 0;
     QElapsedTimer m_clock;
     std::function<HttpReply(const HttpRequest &)> m_handler;
+    std::function<void(QTcpSocket *)> m_upgrade;
     QList<HttpRequest> m_requests;
     QList<std::pair<QTcpSocket *, HttpRequest>> m_held;
 };

@@ -1,0 +1,182 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "DemoKlipper.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QTcpSocket>
+#include <QUrlQuery>
+#include <QWebSocket>
+
+namespace kestrel::demo {
+
+namespace {
+
+const QString file = QStringLiteral("kestrel-benchy.gcode");
+constexpr int layers = 120;
+constexpr double standbyAfterPrint = 20;
+constexpr qint64 klippyDownMs = 5000;
+
+QString frame(const QJsonObject &message)
+{
+    return QString::fromUtf8(QJsonDocument(message).toJson(QJsonDocument::Compact));
+}
+
+} // namespace
+
+DemoKlipper::DemoKlipper(LoopbackHttpServer &printer, std::chrono::seconds printLength,
+                         KlipperFault fault, QObject *parent)
+    : QObject(parent), m_server(QStringLiteral("kestrel-demo-printer"),
+                                QWebSocketServer::NonSecureMode),
+      m_printLength(double(printLength.count())), m_fault(fault)
+{
+    printer.setUpgradeHandler([this](QTcpSocket *socket) { m_server.handleConnection(socket); });
+    connect(&m_server, &QWebSocketServer::newConnection, this, &DemoKlipper::accept);
+    // Switched off, the host takes its connections with it.
+    connect(&printer, &LoopbackHttpServer::listeningChanged, this, [this](bool on) {
+        if (on)
+            return;
+        for (const Client &client : std::as_const(m_clients))
+            client.socket->abort();
+    });
+    m_clock.start();
+    if (fault == KlipperFault::idle) {
+        m_state = QStringLiteral("standby");
+        return;
+    }
+    m_tick.setInterval(250);
+    connect(&m_tick, &QTimer::timeout, this, &DemoKlipper::tick);
+    m_tick.start();
+}
+
+bool DemoKlipper::klippyReady() const
+{
+    return !m_down.isValid() || m_down.elapsed() >= klippyDownMs;
+}
+
+void DemoKlipper::accept()
+{
+    while (QWebSocket *socket = m_server.nextPendingConnection()) {
+        socket->setParent(this);
+        m_clients.append({socket});
+        connect(socket, &QWebSocket::textMessageReceived, this,
+                [this, socket](const QString &text) { answer(socket, text); });
+        connect(socket, &QWebSocket::disconnected, this, [this, socket] {
+            m_clients.removeIf([socket](const Client &client) { return client.socket == socket; });
+            socket->deleteLater();
+        });
+    }
+}
+
+QJsonObject DemoKlipper::objects() const
+{
+    const double duration = m_state == u"standby" ? 0 : m_progress * m_printLength;
+    return {{QStringLiteral("print_stats"),
+             QJsonObject{{QStringLiteral("state"), m_state},
+                         {QStringLiteral("filename"), m_state == u"standby" ? QString() : file},
+                         {QStringLiteral("print_duration"), duration},
+                         {QStringLiteral("total_duration"), duration},
+                         {QStringLiteral("message"), m_state == u"error"
+                                                          ? QStringLiteral("Heater extruder not "
+                                                                           "heating at expected rate")
+                                                          : QString()},
+                         {QStringLiteral("info"),
+                          QJsonObject{{QStringLiteral("total_layer"), layers},
+                                      {QStringLiteral("current_layer"),
+                                       std::min(layers, int(m_progress * layers) + 1)}}}}},
+            {QStringLiteral("display_status"), QJsonObject{{QStringLiteral("progress"), m_progress}}},
+            {QStringLiteral("virtual_sdcard"),
+             QJsonObject{{QStringLiteral("progress"), m_progress},
+                         {QStringLiteral("is_active"), m_state == u"printing"},
+                         {QStringLiteral("file_position"), int(m_progress * 4'000'000)}}}};
+}
+
+void DemoKlipper::answer(QWebSocket *socket, const QString &text)
+{
+    const QJsonObject request = QJsonDocument::fromJson(text.toUtf8()).object();
+    const QString method = request.value(u"method").toString();
+    QJsonObject reply{{QStringLiteral("jsonrpc"), QStringLiteral("2.0")},
+                      {QStringLiteral("id"), request.value(u"id")}};
+    if (method == u"server.connection.identify") {
+        reply.insert(QStringLiteral("result"), QJsonObject{{QStringLiteral("connection_id"), 1}});
+    } else if (method == u"server.info") {
+        reply.insert(QStringLiteral("result"),
+                     QJsonObject{{QStringLiteral("klippy_connected"), klippyReady()},
+                                 {QStringLiteral("klippy_state"),
+                                  klippyReady() ? QStringLiteral("ready")
+                                                : QStringLiteral("startup")}});
+    } else if (method == u"printer.objects.subscribe" && klippyReady()) {
+        for (Client &client : m_clients)
+            client.subscribed = client.subscribed || client.socket == socket;
+        reply.insert(QStringLiteral("result"),
+                     QJsonObject{{QStringLiteral("eventtime"), m_clock.elapsed() / 1000.0},
+                                 {QStringLiteral("status"), objects()}});
+    } else {
+        reply.insert(QStringLiteral("error"),
+                     QJsonObject{{QStringLiteral("code"), -32601},
+                                 {QStringLiteral("message"), QStringLiteral("Method not found")}});
+    }
+    socket->sendTextMessage(frame(reply));
+}
+
+void DemoKlipper::notifyAll(const QString &method, const QJsonArray &params, bool subscribedOnly)
+{
+    QJsonObject message{{QStringLiteral("jsonrpc"), QStringLiteral("2.0")},
+                        {QStringLiteral("method"), method}};
+    if (!params.isEmpty())
+        message.insert(QStringLiteral("params"), params);
+    for (Client &client : m_clients) {
+        if (!subscribedOnly || client.subscribed)
+            client.socket->sendTextMessage(frame(message));
+    }
+}
+
+// Four times a second: the print goes on, and whoever subscribed hears of it.
+void DemoKlipper::tick()
+{
+    const double seconds = m_clock.elapsed() / 1000.0;
+    const QString before = m_state;
+    if (m_state == u"printing") {
+        m_progress = std::min(1.0, seconds / m_printLength);
+        if (m_fault == KlipperFault::printError && m_progress >= 0.5)
+            m_state = QStringLiteral("error");
+        else if (m_progress >= 1.0)
+            m_state = QStringLiteral("complete");
+        if (m_fault == KlipperFault::restart && !m_restarted && m_progress >= 1.0 / 3) {
+            m_restarted = true;
+            m_down.start();
+            for (Client &client : m_clients)
+                client.subscribed = false; // the host forgets every subscription
+            notifyAll(QStringLiteral("notify_klippy_disconnected"), {}, false);
+            return;
+        }
+    } else if (seconds >= m_printLength + standbyAfterPrint) {
+        m_state = QStringLiteral("printing"); // the next print of the same file
+        m_progress = 0;
+        m_restarted = false;
+        m_clock.start();
+    } else if (m_state != u"standby" && seconds >= m_printLength * m_progress + 10) {
+        m_state = QStringLiteral("standby");
+    }
+    if (m_down.isValid() && klippyReady()) {
+        m_down.invalidate();
+        notifyAll(QStringLiteral("notify_klippy_ready"), {}, false);
+    }
+    if (!klippyReady() || (m_state == before && m_state != u"printing"))
+        return;
+    notifyAll(QStringLiteral("notify_status_update"), {objects(), seconds}, true);
+}
+
+HttpReply DemoKlipper::metadata(const HttpRequest &request) const
+{
+    const QUrlQuery query(QUrl(QString::fromUtf8(request.path)).query());
+    if (query.queryItemValue(QStringLiteral("filename")) != file)
+        return HttpReply::status("HTTP/1.1 404 Not Found");
+    const QJsonObject result{{QStringLiteral("filename"), file},
+                             {QStringLiteral("estimated_time"), m_printLength * 1.1},
+                             {QStringLiteral("layer_count"), layers}};
+    return HttpReply::content("application/json",
+                              QJsonDocument(QJsonObject{{QStringLiteral("result"), result}})
+                                  .toJson(QJsonDocument::Compact));
+}
+
+} // namespace kestrel::demo
