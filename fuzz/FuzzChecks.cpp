@@ -3,6 +3,7 @@
 
 #include "platform/FrameText.h"
 #include "platform/MemoryKeyValueStore.h"
+#include "monitor/PrintStatusProtocol.h"
 #include "settings/AppSettings.h"
 #include "stream/MjpegPartReader.h"
 
@@ -70,6 +71,24 @@ void checkMjpegStream(const QByteArray &bytes)
     if (whole.problem() == MjpegPartReader::Problem::none &&
         pieces.problem() == MjpegPartReader::Problem::none)
         require(newest == last);
+}
+
+void checkPrintStatusFrames(const QByteArray &bytes)
+{
+    PrintStatusProtocol protocol(QStringLiteral("1"), QStringLiteral("https://example.org"));
+    protocol.opening();
+    for (const QByteArray &frame : bytes.split('\n')) {
+        const PrintStatusProtocol::Step step = protocol.handle(frame);
+        require(step.send.size() <= 1);
+        const PrintStatus &status = protocol.status();
+        require(std::isfinite(status.printDuration) && status.printDuration >= 0);
+        require(status.progress >= 0 && status.progress <= 1);
+        require(status.displayProgress >= 0 && status.displayProgress <= 1);
+        require(!status.totalLayers || (*status.totalLayers >= 0 && *status.totalLayers <= 1e6));
+        printStatusLine(status, 100.0);
+        if (step.send.size() == 1)
+            require(protocol.handle(step.send.first()).send.isEmpty());
+    }
 }
 
 void checkFrameText(const QByteArray &bytes)

@@ -15,6 +15,10 @@ void checkSettingsDocument(const QByteArray &bytes);
 // pictures however the bytes arrive.
 void checkMjpegStream(const QByteArray &bytes);
 
+// Any bytes as the printer host's JSON-RPC frames, one per line: the status stays within its
+// ranges, and nothing is asked more than once per frame.
+void checkPrintStatusFrames(const QByteArray &bytes);
+
 // Any bytes as frame text: reading never fails, and what the writer writes reads back exactly.
 void checkFrameText(const QByteArray &bytes);
 

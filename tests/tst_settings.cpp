@@ -2,8 +2,8 @@
 // The user's settings as they lie on disk: what a broken or odd value becomes, that every change
 // writes its own key and leaves the others, the file that holds them, and every input the fuzzers
 // keep in tests/fuzz-corpus (seeds, every input that ever broke a check, and the fewest that reach
-// every path found: settings files, frame texts, MJPEG stream bodies), through the checks the
-// fuzzers apply; a violation ends with a crash.
+// every path found: settings files, frame texts, MJPEG stream bodies, the printer host's JSON-RPC
+// frames), through the checks the fuzzers apply; a violation ends with a crash.
 #include "FuzzChecks.h"
 #include "Helpers.h"
 #include "LoopbackHttpServer.h"
@@ -338,6 +338,10 @@ void SettingsTest::fuzzInputsStillPass()
     const QString target = QFileInfo(path).dir().dirName();
     if (target == u"mjpeg") {
         fuzz::checkMjpegStream(bytes);
+        return;
+    }
+    if (target == u"print_status") {
+        fuzz::checkPrintStatusFrames(bytes);
         return;
     }
     if (target != u"settings") {
