@@ -4,7 +4,8 @@
 # snapshot pipeline next to its floor, then the whole app with three windows under Xvfb, and
 # headless Chromium polling the same pictures as a printer's web page does; then the same three
 # windows reading MJPEG streams from a stream server of the benchmark's own, against the snapshot
-# loop and Chromium showing the streams. They print figures and assert nothing. Options:
+# loop and Chromium showing the streams; and what following the printer's status costs. They
+# print figures and assert nothing. Options:
 # --rounds N (pipeline, default 100), --seconds N (whole app, default 60), --long N (one more
 # stream run of N seconds that watches memory; default none), --streams-only (only the stream
 # comparison).
@@ -31,7 +32,7 @@ had_nginx=$(command -v nginx || true)
 ensure_packages "${KESTREL_PACKAGES[@]}" nginx-light python3 xvfb xauth openbox chromium
 # Installing nginx starts Debian's own server; the benchmarks want only their own on 127.0.0.1.
 [ -n "$had_nginx" ] || service nginx stop >/dev/null 2>&1 || true
-build_kestrel kestrel snapshot_bench make_pictures
+build_kestrel kestrel kestrel-demo-printer snapshot_bench make_pictures
 
 work=$PWD/build/bench-run
 rm -rf "$work"
@@ -68,3 +69,7 @@ if [ -z "$streams_only" ]; then
 fi
 python3 bench/stream_bench.py --kestrel build/src/kestrel --pictures "$work/pictures" \
     --snapshots "$NGINX_ADDRESS" --seconds "$seconds" --long "$long" --chromium /usr/bin/chromium
+echo
+python3 bench/status_bench.py --kestrel build/src/kestrel \
+    --demo-printer build/tools/demo-printer/kestrel-demo-printer --plain-host "$NGINX_ADDRESS" \
+    --seconds "$seconds"

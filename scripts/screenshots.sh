@@ -3,12 +3,15 @@
 # Takes the README's screenshots from the real app: Kestrel against the demo printer in a
 # virtual display with openbox, each window captured with the frame the window manager drew,
 # once at scale 1 and once at scale 2. Camera 2 answers 404, so its window shows the error card;
-# camera 3 is turned a quarter, and every window shows its picture rate.
+# camera 3 is turned a quarter, and every window shows its picture rate. The demo printer prints
+# for 15 s, so the windows show the print's line and bar, and dunst, on a session bus of the
+# script's own, shows the notification when the print is done.
 # Everything runs on 127.0.0.1 with a throw-away settings folder.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 source scripts/common.sh
-ensure_packages "${KESTREL_PACKAGES[@]}" xvfb xauth openbox trayer x11-utils imagemagick xdotool
+ensure_packages "${KESTREL_PACKAGES[@]}" xvfb xauth openbox trayer x11-utils imagemagick xdotool \
+    dbus-daemon dunst
 build_kestrel kestrel kestrel-demo-printer
 out=docs/screenshots
 
@@ -33,12 +36,19 @@ for scale in 1 2; do
     pids+=($!)
     trayer --edge bottom --align right --height $((24 * scale)) >/dev/null 2>&1 &
     pids+=($!)
+    dbus-daemon --session --nofork --print-address=3 3>"$work/bus" >/dev/null 2>&1 &
+    pids+=($!)
+    until [ -s "$work/bus" ]; do sleep 0.1; done
+    DBUS_SESSION_BUS_ADDRESS=$(head -n 1 "$work/bus")
+    export DBUS_SESSION_BUS_ADDRESS
+    dunst -conf /dev/null >/dev/null 2>&1 &
+    pids+=($!)
     sleep 1 # Kestrel looks for a tray once, at its start
 
     start_demo_printer "$work" \
         '"alwaysOnTop": false, "cameraRotations": {"3": "90"}, "showPictureRate": true' \
         build/tools/demo-printer/kestrel-demo-printer \
-        --fault 2=404
+        --fault 2=404 --print-seconds 15
     pids+=("$printer_pid")
     QT_SCALE_FACTOR=$scale XDG_CONFIG_HOME="$work/config" build/src/kestrel >/dev/null 2>&1 &
     pids+=($!)
@@ -47,6 +57,7 @@ for scale in 1 2; do
     camera=$(window '^Düsencam$')
     sleep 3 # let the pictures arrive and the windows settle
     [ "$scale" -ne 1 ] || import -window root "$out/desktop.png"
+    shoot "$(window '^Übersichtscam$')" camera-window-printing
     shoot "$camera" camera-window-error
     shoot "$(window '^Filamentcam$')" camera-window-turned
     xdotool windowactivate --sync "$main"
@@ -66,6 +77,11 @@ for scale in 1 2; do
     import -window root -crop $((420 * scale))x$((150 * scale))+$((1020 * scale))+$((750 * scale)) \
         "$out/tray-menu@${scale}x.png"
     xdotool key Escape
+
+    # The print is done: the desktop's notification says so.
+    notification=$(xdotool search --sync --onlyvisible --class Dunst | head -n 1)
+    sleep 0.5
+    import -window "$notification" "$out/notification@${scale}x.png"
 
     # The host goes away: the next probe (every 10 s) finds it down and the prompt opens.
     kill "$printer_pid"
