@@ -4,6 +4,7 @@
 // itself and never holds more than a part and a picture, and a camera window against the demo
 // printer through a power cut and back.
 #include "CameraApp.h"
+#include "DemoPrinter.h"
 #include "Helpers.h"
 #include "LoopbackHttpServer.h"
 #include "stream/CameraWindowView.h"
@@ -13,8 +14,6 @@
 #include "windows/CameraWindow.h"
 
 #include <QLabel>
-#include <QProcess>
-#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -207,24 +206,14 @@ void LiveStreamTest::newestPictureWinsAndNothingPilesUp()
 // snapshots in the settings changes at once.
 void LiveStreamTest::cameraWindowThroughAPowerCut()
 {
-    QProcess printer;
-    printer.start(QStringLiteral(KESTREL_DEMO_PRINTER_PATH),
-                  {u"--port"_s, u"0"_s, u"--boot-ms"_s, u"100"_s});
-    QString printerAddress, plugAddress;
-    const QRegularExpression line(u"(Demo-Drucker|Steckdose).*http://(127[^/]+)/"_s);
-    while (plugAddress.isEmpty() && printer.waitForReadyRead(20000)) {
-        for (const QString &text : QString::fromUtf8(printer.readAll()).split(u'\n')) {
-            if (const auto match = line.match(text); match.hasMatch())
-                (match.captured(1) == u"Steckdose"_s ? plugAddress : printerAddress) =
-                    match.captured(2);
-        }
-    }
-    QVERIFY(!plugAddress.isEmpty());
+    const test::DemoPrinter printer(QStringLiteral(KESTREL_DEMO_PRINTER_PATH),
+                                    {u"--boot-ms"_s, u"100"_s});
+    QVERIFY(!printer.address().isEmpty());
     QVariantMap streams;
     for (const Camera &camera : cameraCatalogue())
         streams.insert(QString::number(camera.id), camera.streamPath);
     test::CameraApp app({{u"selectedCameraIDs"_s, test::idList({1, 2, 3})},
-                         {u"printerIP"_s, printerAddress},
+                         {u"printerIP"_s, printer.address()},
                          {u"cameraStreamPaths"_s, streams}});
     auto coordinator = app.start();
     const auto streamOf = [&](CameraId id) {
@@ -234,13 +223,7 @@ void LiveStreamTest::cameraWindowThroughAPowerCut()
         QTRY_VERIFY_WITH_TIMEOUT(!streamOf(id)->source().image().isNull(), 20000);
     QCOMPARE(streamOf(1)->feed(), PictureFeed::stream);
 
-    const auto plug = [&](const char *state) {
-        return QProcess::execute(u"/usr/bin/curl"_s,
-                                 {u"-sS"_s, u"-o"_s, u"/dev/null"_s,
-                                  u"http://"_s + plugAddress + u"/cm?cmnd=Power%20"_s +
-                                      QString::fromLatin1(state)}) == 0;
-    };
-    QVERIFY(plug("Off"));
+    QVERIFY(printer.switchPower(false));
     QList<std::shared_ptr<QSignalSpy>> pictures;
     for (const CameraId id : {1, 2, 3}) {
         const PictureSource &source = streamOf(id)->source();
@@ -254,7 +237,7 @@ void LiveStreamTest::cameraWindowThroughAPowerCut()
         QVERIFY(source.errorText() && !source.image().isNull());
         QCOMPARE(pictures.last()->count(), 0);
     }
-    QVERIFY(plug("On"));
+    QVERIFY(printer.switchPower(true));
     for (const CameraId id : {1, 2, 3}) {
         QTRY_VERIFY_WITH_TIMEOUT(pictures[id - 1]->count() > 0, 20000);
         QVERIFY(!streamOf(id)->source().errorText());
@@ -270,8 +253,6 @@ void LiveStreamTest::cameraWindowThroughAPowerCut()
     }();
     QVERIFY(captions.contains(u"1920x1080 • Aktualisierung bis 6 FPS"_s));
     QTRY_VERIFY_WITH_TIMEOUT(!streamOf(2)->source().image().isNull(), 20000);
-    printer.kill();
-    printer.waitForFinished();
 }
 
 QTEST_MAIN(LiveStreamTest)

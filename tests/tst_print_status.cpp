@@ -3,6 +3,7 @@
 // as the front-ends estimate it, the client against the demo printer through a Klipper restart
 // and a power cut, and the desktop notifications, one per change of state, through a real session
 // bus of the test's own.
+#include "DemoPrinter.h"
 #include "Helpers.h"
 #include "monitor/PiStatusMonitor.h"
 #include "monitor/PrintNotifier.h"
@@ -14,7 +15,6 @@
 #include <QDBusConnectionInterface>
 #include <QJsonDocument>
 #include <QProcess>
-#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -131,21 +131,11 @@ void PrintStatusTest::lineAndTimeLeft()
 // takes the slicer's estimate once, and goes quiet while the printer is switched off.
 void PrintStatusTest::clientFollowsTheDemoPrinter()
 {
-    QProcess printer;
-    printer.start(QStringLiteral(KESTREL_DEMO_PRINTER_PATH),
-                  {u"--port"_s, u"0"_s, u"--boot-ms"_s, u"100"_s, u"--print-seconds"_s, u"10"_s,
-                   u"--fault"_s, u"klippy-restart"_s});
-    QString printerAddress, plugAddress;
-    const QRegularExpression line(u"(Demo-Drucker|Steckdose).*http://(127[^/]+)/"_s);
-    while (plugAddress.isEmpty() && printer.waitForReadyRead(20000)) {
-        for (const QString &text : QString::fromUtf8(printer.readAll()).split(u'\n')) {
-            if (const auto match = line.match(text); match.hasMatch())
-                (match.captured(1) == u"Steckdose"_s ? plugAddress : printerAddress) =
-                    match.captured(2);
-        }
-    }
-    QVERIFY(!plugAddress.isEmpty());
-    MemoryKeyValueStore store({{u"printerIP"_s, printerAddress}});
+    const test::DemoPrinter printer(QStringLiteral(KESTREL_DEMO_PRINTER_PATH),
+                                    {u"--boot-ms"_s, u"100"_s, u"--print-seconds"_s, u"10"_s,
+                                     u"--fault"_s, u"klippy-restart"_s});
+    QVERIFY(!printer.address().isEmpty());
+    MemoryKeyValueStore store({{u"printerIP"_s, printer.address()}});
     AppSettings settings(store);
     PiStatusMonitor monitor(settings, nullptr, 200ms);
     PrintStatusClient client(settings, monitor, nullptr,
@@ -164,19 +154,11 @@ void PrintStatusTest::clientFollowsTheDemoPrinter()
                              20000); // subscribed anew
     QVERIFY(client.status().currentLayer.has_value());
 
-    const auto plug = [&](const char *state) {
-        return QProcess::execute(u"/usr/bin/curl"_s,
-                                 {u"-sS"_s, u"-o"_s, u"/dev/null"_s,
-                                  u"http://"_s + plugAddress + u"/cm?cmnd=Power%20"_s +
-                                      QString::fromLatin1(state)}) == 0;
-    };
-    QVERIFY(plug("Off"));
+    QVERIFY(printer.switchPower(false));
     QTRY_COMPARE_WITH_TIMEOUT(client.status().state, State::none, 20000);
     QVERIFY(client.line().isEmpty());
-    QVERIFY(plug("On"));
+    QVERIFY(printer.switchPower(true));
     QTRY_VERIFY_WITH_TIMEOUT(client.status().state != State::none, 20000);
-    printer.kill();
-    printer.waitForFinished();
 }
 
 // Through the session bus to a notification daemon: a change of state is told once, what a

@@ -81,21 +81,26 @@ const QByteArray &frameAt(const DemoCamera &camera, qint64 elapsedMs, int perSec
     return camera.frames[(elapsedMs * perSecond / 1000) % framesPerCycle];
 }
 
-// The camera's MJPEG stream, as a Crowsnest host's streamer sends it, at `perSecond` pictures.
-HttpReply streamFor(const DemoCamera &camera, const QElapsedTimer &clock, int perSecond)
+// A camera that answers no picture at all, as snapshots and as streams alike.
+std::optional<HttpReply> failure(Fault fault)
 {
-    switch (camera.fault) {
+    switch (fault) {
     case Fault::notFound:
         return HttpReply::status("HTTP/1.1 404 Not Found");
     case Fault::html:
         return HttpReply::content("text/html", "<html><body>Kamera nicht gefunden</body></html>");
     case Fault::stall:
         return HttpReply::with(HttpReply::Action::silent);
-    case Fault::none:
-    case Fault::truncated:
-    case Fault::noLength:
-        break;
+    default:
+        return std::nullopt;
     }
+}
+
+// The camera's MJPEG stream, as a Crowsnest host's streamer sends it, at `perSecond` pictures.
+HttpReply streamFor(const DemoCamera &camera, const QElapsedTimer &clock, int perSecond)
+{
+    if (const auto failed = failure(camera.fault))
+        return *failed;
     return {.contentType = QByteArray("multipart/x-mixed-replace;boundary=") + streamBoundary,
             .pieces =
                 [&camera, &clock, perSecond] {
@@ -113,21 +118,12 @@ HttpReply streamFor(const DemoCamera &camera, const QElapsedTimer &clock, int pe
 
 HttpReply replyFor(const DemoCamera &camera, qint64 elapsedMs)
 {
+    if (const auto failed = failure(camera.fault))
+        return *failed;
     const QByteArray &frame = frameAt(camera, elapsedMs, framesPerSecond);
-    switch (camera.fault) {
-    case Fault::notFound:
-        return HttpReply::status("HTTP/1.1 404 Not Found");
-    case Fault::html:
-        return HttpReply::content("text/html", "<html><body>Kamera nicht gefunden</body></html>");
-    case Fault::truncated:
-        return HttpReply::content("image/jpeg", frame.left(frame.size() / 2));
-    case Fault::stall:
-        return HttpReply::with(HttpReply::Action::silent);
-    case Fault::none:
-    case Fault::noLength:
-        break;
-    }
-    return HttpReply::content("image/jpeg", frame);
+    return HttpReply::content("image/jpeg", camera.fault == Fault::truncated
+                                                ? frame.left(frame.size() / 2)
+                                                : frame);
 }
 
 } // namespace
