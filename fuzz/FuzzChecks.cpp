@@ -5,6 +5,7 @@
 #include "platform/MemoryKeyValueStore.h"
 #include "monitor/PrintStatusProtocol.h"
 #include "settings/AppSettings.h"
+#include "settings/WebcamImport.h"
 #include "stream/MjpegPartReader.h"
 
 #include <QJsonDocument>
@@ -89,6 +90,26 @@ void checkPrintStatusFrames(const QByteArray &bytes)
         if (step.send.size() == 1)
             require(protocol.handle(step.send.first()).send.isEmpty());
     }
+}
+
+void checkWebcamList(const QByteArray &bytes)
+{
+    const auto parsed = parseWebcamList(bytes);
+    if (const auto *problem = std::get_if<QString>(&parsed)) {
+        require(!problem->isEmpty());
+        return;
+    }
+    MemoryKeyValueStore store({{QStringLiteral("printerIP"), QStringLiteral("127.0.0.1:7125")}});
+    AppSettings settings(store);
+    require(!takeOverWebcams(settings, std::get<0>(parsed)).message().isEmpty());
+    for (const CameraTextMap &texts : {settings.customCameraNames(),
+                                       settings.customSnapshotPaths(), settings.cameraStreamPaths()}) {
+        for (auto it = texts.cbegin(); it != texts.cend(); ++it)
+            require(it.key() >= 1 && it.key() <= 3 && !it.value().isEmpty());
+    }
+    for (const CameraOrientation &orientation : settings.cameraOrientations())
+        require(orientation.rotation % 90 == 0 && orientation.rotation >= 0 &&
+                orientation.rotation < 360);
 }
 
 void checkFrameText(const QByteArray &bytes)

@@ -19,6 +19,10 @@ void checkMjpegStream(const QByteArray &bytes);
 // ranges, and nothing is asked more than once per frame.
 void checkPrintStatusFrames(const QByteArray &bytes);
 
+// Any bytes as the printer host's webcam list, taken over as "Vom Drucker übernehmen" does: the
+// settings keep their rules, and the user always reads what happened.
+void checkWebcamList(const QByteArray &bytes);
+
 // Any bytes as frame text: reading never fails, and what the writer writes reads back exactly.
 void checkFrameText(const QByteArray &bytes);
 

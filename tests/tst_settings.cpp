@@ -3,7 +3,7 @@
 // writes its own key and leaves the others, the file that holds them, and every input the fuzzers
 // keep in tests/fuzz-corpus (seeds, every input that ever broke a check, and the fewest that reach
 // every path found: settings files, frame texts, MJPEG stream bodies, the printer host's JSON-RPC
-// frames), through the checks the fuzzers apply; a violation ends with a crash.
+// frames and webcam lists), through the checks the fuzzers apply; a violation ends with a crash.
 #include "FuzzChecks.h"
 #include "Helpers.h"
 #include "LoopbackHttpServer.h"
@@ -342,6 +342,10 @@ void SettingsTest::fuzzInputsStillPass()
     }
     if (target == u"print_status") {
         fuzz::checkPrintStatusFrames(bytes);
+        return;
+    }
+    if (target == u"webcam_list") {
+        fuzz::checkWebcamList(bytes);
         return;
     }
     if (target != u"settings") {
