@@ -24,7 +24,7 @@ void DesktopNotifications::notify(const QString &title, const QString &body, Urg
         QStringLiteral("/org/freedesktop/Notifications"),
         QStringLiteral("org.freedesktop.Notifications"), QStringLiteral("Notify"));
     // The desktop entry lets the desktop group the notifications under Kestrel and take its
-    // icon and name from there; the urgency is the specification's byte.
+    // icon and name from there; the urgency is a byte, 2 for critical.
     const QVariantMap hints{
         {QStringLiteral("desktop-entry"), QStringLiteral(KESTREL_APP_ID)},
         {QStringLiteral("urgency"), QVariant::fromValue(uchar(urgency == Urgency::critical ? 2 : 1))}};
