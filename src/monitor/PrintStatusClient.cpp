@@ -109,7 +109,7 @@ void PrintStatusClient::disconnectFromHost()
     m_estimatedFile.clear();
     m_slicerEstimate.reset();
     if (status().state != PrintStatus::State::none) {
-        m_protocol.opening(); // forgets what the host said
+        m_protocol.forget();
         m_gather.start();
     }
 }

@@ -52,11 +52,16 @@ PrintStatusProtocol::PrintStatusProtocol(QString version, QString homepage)
     : m_version(std::move(version)), m_homepage(std::move(homepage))
 {}
 
-QList<QByteArray> PrintStatusProtocol::opening()
+void PrintStatusProtocol::forget()
 {
     m_pending.clear();
     m_objects = {};
     m_status = {};
+}
+
+QList<QByteArray> PrintStatusProtocol::opening()
+{
+    forget();
     return {call(Call::identify, "server.connection.identify",
                  {{QStringLiteral("client_name"), QStringLiteral("Kestrel")},
                   {QStringLiteral("version"), m_version},

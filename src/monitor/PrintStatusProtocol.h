@@ -31,8 +31,11 @@ public:
         bool askAgainLater = false; // Klipper is not ready: ask again after a while
     };
 
-    // The frames to send once connected: the introduction and the first question.
+    // The frames to send once connected: the introduction and the first question. What an
+    // earlier connection said is forgotten.
     QList<QByteArray> opening();
+    // Forgets what the host said, and what was asked of it: the connection is gone.
+    void forget();
     // The question whether Klipper is ready, for asking again.
     QByteArray askIfReady();
     Step handle(QByteArrayView frame);
