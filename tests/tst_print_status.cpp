@@ -1,27 +1,38 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // What the printer is doing, from its host's API: the line every window shows and the time left
-// as the front-ends estimate it, the client against the demo printer through a Klipper restart
-// and a power cut, and the desktop notifications, one per change of state, through a real session
-// bus of the test's own.
+// as the front-ends estimate it, the client against the demo printer through a wanted key, a
+// Klipper shutdown, failed probes and a power cut, against hosts whose API refuses or breaks,
+// and the desktop notifications, one per change of state, through a real session bus of the
+// test's own.
 #include "DemoPrinter.h"
+#include "FakeTool.h"
 #include "Helpers.h"
+#include "LoopbackHttpServer.h"
 #include "monitor/PiStatusMonitor.h"
 #include "monitor/PrintNotifier.h"
 #include "monitor/PrintStatusClient.h"
 #include "platform/MemoryKeyValueStore.h"
 #include "settings/AppSettings.h"
 
+#include <QCryptographicHash>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QJsonDocument>
 #include <QProcess>
 #include <QSignalSpy>
+#include <QTcpSocket>
+#include <QTemporaryDir>
 #include <QTest>
+#include <QWebSocket>
+#include <QWebSocketServer>
 
 using namespace kestrel;
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 using State = PrintStatus::State;
+using kestrel::HttpReply;
+using kestrel::HttpRequest;
+using kestrel::LoopbackHttpServer;
 
 namespace {
 
@@ -48,11 +59,89 @@ public slots:
     }
 };
 
-PrintStatus status(State state, const QString &message = {})
+PrintStatus status(State state, const QString &message = {},
+                   const QString &filename = u"benchy.gcode"_s)
 {
-    return {.state = state, .filename = u"benchy.gcode"_s, .printDuration = 4980,
-            .message = message};
+    return {.state = state, .filename = filename, .printDuration = 4980, .message = message};
 }
+
+// A printer host whose web server answers but whose API misbehaves as its kind says. It counts
+// the connections asked of its API.
+class BrokenApiHost : public QObject
+{
+public:
+    enum class Kind
+    {
+        refusesCalls,     // takes the websocket, answers every call "Unauthorized"
+        refusesHandshake, // 401 instead of the websocket
+        badGateway,       // 502: the web server is there, the API restarts
+        silentHandshake,  // never answers the handshake
+        silentSocket,     // takes the websocket and then says nothing, not even a pong
+    };
+
+    explicit BrokenApiHost(Kind kind)
+        : m_api(u"api"_s, QWebSocketServer::NonSecureMode)
+    {
+        m_web.setHandler([this, kind](const HttpRequest &request) {
+            if (request.path == "/")
+                return HttpReply::content("text/html", "<html></html>");
+            ++connections;
+            if (kind == Kind::refusesHandshake)
+                return HttpReply::status("HTTP/1.1 401 Unauthorized");
+            if (kind == Kind::badGateway)
+                return HttpReply::status("HTTP/1.1 502 Bad Gateway");
+            return HttpReply::with(HttpReply::Action::silent);
+        });
+        if (kind == Kind::refusesCalls)
+            m_web.setUpgradeHandler([this](QTcpSocket *socket) {
+                ++connections;
+                m_api.handleConnection(socket);
+            });
+        if (kind == Kind::silentSocket)
+            m_web.setUpgradeHandler([this](QTcpSocket *socket) {
+                ++connections;
+                acceptSilently(socket);
+            });
+        connect(&m_api, &QWebSocketServer::newConnection, this, [this] {
+            while (QWebSocket *socket = m_api.nextPendingConnection()) {
+                socket->setParent(this);
+                connect(socket, &QWebSocket::textMessageReceived, socket, [socket](const QString &text) {
+                    const QJsonValue id = QJsonDocument::fromJson(text.toUtf8()).object().value(u"id");
+                    socket->sendTextMessage(
+                        uR"({"jsonrpc": "2.0", "id": %1, "error": {"code": -32602, "message": "Unauthorized"}})"_s
+                            .arg(id.toInteger()));
+                });
+            }
+        });
+    }
+
+    QString address() const { return m_web.address(); }
+    int connections = 0;
+
+private:
+    // The handshake done by hand: from then on nothing read is ever answered.
+    static void acceptSilently(QTcpSocket *socket)
+    {
+        const QByteArray head = socket->readAll();
+        const qsizetype at = head.toLower().indexOf("sec-websocket-key:");
+        const QByteArray key = head.mid(at + 18, head.indexOf('\r', at) - at - 18).trimmed();
+        socket->write("HTTP/1.1 101 Switching Protocols\r\nUpgrade: websocket\r\n"
+                      "Connection: Upgrade\r\nSec-WebSocket-Accept: " +
+                      QCryptographicHash::hash(key + "258EAFA5-E914-47DA-95CA-C5AB0DC85B11",
+                                               QCryptographicHash::Sha1)
+                          .toBase64() +
+                      "\r\n\r\n");
+        QObject::connect(socket, &QTcpSocket::readyRead, socket, [socket] { socket->readAll(); });
+    }
+
+    LoopbackHttpServer m_web;
+    QWebSocketServer m_api;
+};
+
+constexpr PrintStatusTimings quick{.askAgain = 100ms, .reconnectFirst = 100ms,
+                                   .reconnectLongest = 400ms, .refusedAgain = 1000ms,
+                                   .gather = 20ms, .handshake = 300ms, .ping = 100ms,
+                                   .silence = 300ms};
 
 } // namespace
 
@@ -66,6 +155,8 @@ private slots:
     void lineAndTimeLeft_data();
     void lineAndTimeLeft();
     void clientFollowsTheDemoPrinter();
+    void brokenApis_data();
+    void brokenApis();
     void oneNotificationPerChange();
 
 private:
@@ -105,6 +196,9 @@ void PrintStatusTest::lineAndTimeLeft_data()
         complete           | "state": "complete", "print_duration": 4980 | 1 | 1 | 0 | Fertig · benchy.gcode · 1 h 23 min
         cancelled          | "state": "cancelled", "print_duration": 480 | 0.1 | 0 | 0 | Abgebrochen · benchy.gcode · 8 min
         error              | "state": "error", "message": "Heater extruder not heating" | 0.5 | 0 | 0 | Fehler: Heater extruder not heating
+        slicer overrun     | "state": "printing", "print_duration": 4200 | 0.5 | 0 | 3600 | Druckt · benchy.gcode · 50 % · noch 1 h 10 min
+        heating            | "state": "printing", "print_duration": 0 | 0 | 0 | 600 | Druckt · benchy.gcode · 0 %
+        shut down          | "state": "printing", "print_duration": 60}, "webhooks": {"state": "shutdown", "state_message": "MCU 'mcu' shutdown: Timer too close\nThis often indicates a host computer overload." | 0.5 | 0 | 0 | Klipper gestoppt: MCU 'mcu' shutdown: Timer too close
         standby            | "state": "standby" | 0 | 0 | 0 | -
         wrong types        | "state": 5, "print_duration": "x", "info": [] | "x" | null | 0 | -
     )"_s)) {
@@ -126,39 +220,109 @@ void PrintStatusTest::lineAndTimeLeft()
     QCOMPARE(printStatusLine(status, estimate).text(), line);
 }
 
-// The demo printer prints ten seconds; a third of the way in, Klipper goes away for five and
-// comes back. The client merges the updates, asks again while Klipper is away, subscribes anew,
-// takes the slicer's estimate once, and goes quiet while the printer is switched off.
+// The demo printer wants a key and prints twenty seconds; a third of the way in, Klipper shuts
+// down, and restarts its firmware ten seconds later. The client says that the key is missing,
+// comes in with it, merges the updates, takes the slicer's estimate, shows why Klipper stopped,
+// keeps its connection through failed probes, subscribes anew once Klipper is back, and goes
+// quiet when the printer is switched off.
 void PrintStatusTest::clientFollowsTheDemoPrinter()
 {
     const test::DemoPrinter printer(QStringLiteral(KESTREL_DEMO_PRINTER_PATH),
-                                    {u"--boot-ms"_s, u"100"_s, u"--print-seconds"_s, u"10"_s,
-                                     u"--fault"_s, u"klippy-restart"_s});
+                                    {u"--boot-ms"_s, u"100"_s, u"--print-seconds"_s, u"20"_s,
+                                     u"--fault"_s, u"shutdown"_s, u"--api-key"_s, u"geheim"_s});
     QVERIFY(!printer.address().isEmpty());
+    QTemporaryDir tools;
+    test::FakeTool curl(tools.path(), u"curl"_s, u"echo 'HTTP/1.1 200 OK'"_s);
     MemoryKeyValueStore store({{u"printerIP"_s, printer.address()}});
     AppSettings settings(store);
-    PiStatusMonitor monitor(settings, nullptr, 200ms);
-    PrintStatusClient client(settings, monitor, nullptr,
-                             {.askAgain = 100ms, .reconnectFirst = 100ms,
-                              .reconnectLongest = 400ms, .gather = 20ms});
+    PiStatusMonitor monitor(settings, nullptr, 100ms, curl.path());
+    PrintStatusClient client(settings, monitor, nullptr, quick);
+    PrintEvents events;
+    QList<PrintEvent> told;
+    connect(&client, &PrintStatusClient::statusChanged, this, [&](const PrintStatus &now) {
+        if (const auto event = events.next(now))
+            told << *event;
+    });
 
+    QTRY_COMPARE_WITH_TIMEOUT(client.status().state, State::unauthorized, 20000);
+    QCOMPARE(client.line().text(),
+             u"Nicht autorisiert – API-Schlüssel in den Einstellungen eintragen"_s);
+    settings.setPrinterApiKey(u" geheim\n"_s); // pasted with what stood around it
     QTRY_COMPARE_WITH_TIMEOUT(client.status().state, State::printing, 20000);
     QCOMPARE(client.status().filename, u"kestrel-benchy.gcode"_s);
     const double early = client.status().progress;
     QTRY_VERIFY_WITH_TIMEOUT(client.status().progress > early, 20000); // updates merge in
-    QTRY_COMPARE_WITH_TIMEOUT(client.slicerEstimate(), std::optional(11.0), 20000);
-    QTRY_COMPARE_WITH_TIMEOUT(client.status().state, State::klippyNotReady, 20000);
-    QCOMPARE(client.line().text(), u"Klipper nicht bereit"_s);
-    QTRY_VERIFY_WITH_TIMEOUT(client.status().state == State::printing ||
-                                 client.status().state == State::complete,
-                             20000); // subscribed anew
-    QVERIFY(client.status().currentLayer.has_value());
+    QTRY_COMPARE_WITH_TIMEOUT(client.slicerEstimate(), std::optional(22.0), 20000);
 
+    QTRY_COMPARE_WITH_TIMEOUT(client.status().state, State::shutdown, 20000);
+    QCOMPARE(client.line().text(), u"Klipper gestoppt: MCU 'mcu' shutdown: Timer too close"_s);
+    QCOMPARE(client.status().filename, u"kestrel-benchy.gcode"_s);
+    QTRY_COMPARE_WITH_TIMEOUT(told.size(), 1, 20000);
+    QCOMPARE(told[0], (PrintEvent{u"Druckfehler"_s,
+                                  u"kestrel-benchy.gcode · MCU 'mcu' shutdown: Timer too close"_s,
+                                  true}));
+    // Probes that fail do not end a connection that works.
+    QSignalSpy probes(&monitor, &PiStatusMonitor::reachabilityChanged);
+    curl.replace(u"exit 7"_s);
+    QTRY_VERIFY_WITH_TIMEOUT(probes.size() >= 3 && monitor.reachability().isUnreachable(), 20000);
+    QVERIFY(client.isConnected());
+    QCOMPARE(client.status().state, State::shutdown);
+    curl.replace(u"echo 'HTTP/1.1 200 OK'"_s);
+
+    QTRY_COMPARE_WITH_TIMEOUT(client.status().state, State::klippyNotReady, 20000);
+    QTRY_COMPARE_WITH_TIMEOUT(client.status().state, State::standby, 20000); // subscribed anew
+
+    curl.replace(u"exit 7"_s);
     QVERIFY(printer.switchPower(false));
     QTRY_COMPARE_WITH_TIMEOUT(client.status().state, State::none, 20000);
     QVERIFY(client.line().isEmpty());
+    curl.replace(u"echo 'HTTP/1.1 200 OK'"_s);
     QVERIFY(printer.switchPower(true));
     QTRY_VERIFY_WITH_TIMEOUT(client.status().state != State::none, 20000);
+    QCOMPARE(told.size(), 1);
+}
+
+// A key the host refuses is asked with again only once a minute (here: a second), or at once
+// when it changes. A broken handshake shows why where the API stands behind the web server, and
+// is tried again with the back-off, as is a connection that went silent.
+void PrintStatusTest::brokenApis_data()
+{
+    QTest::addColumn<BrokenApiHost::Kind>("kind");
+    QTest::addColumn<QString>("line");
+    QTest::addColumn<int>("fewest");
+    QTest::addColumn<int>("most"); // connections within 1.5 s
+    using Kind = BrokenApiHost::Kind;
+    const QString refused = u"Nicht autorisiert – API-Schlüssel in den Einstellungen eintragen"_s;
+    QTest::newRow("calls refused") << Kind::refusesCalls << refused << 1 << 2;
+    QTest::newRow("handshake refused") << Kind::refusesHandshake << refused << 1 << 2;
+    QTest::newRow("bad gateway") << Kind::badGateway
+                                 << u"Drucker-API antwortet nicht (HTTP 502)"_s << 3 << 6;
+    QTest::newRow("silent handshake") << Kind::silentHandshake
+                                      << u"Drucker-API antwortet nicht"_s << 2 << 5;
+    QTest::newRow("silent socket") << Kind::silentSocket << QString() << 2 << 5;
+}
+
+void PrintStatusTest::brokenApis()
+{
+    QFETCH(BrokenApiHost::Kind, kind);
+    QFETCH(QString, line);
+    QFETCH(int, fewest);
+    QFETCH(int, most);
+    BrokenApiHost host(kind);
+    MemoryKeyValueStore store({{u"printerIP"_s, host.address()}});
+    AppSettings settings(store);
+    PiStatusMonitor monitor(settings, nullptr, 10s);
+    PrintStatusClient client(settings, monitor, nullptr, quick);
+    QTRY_VERIFY_WITH_TIMEOUT(host.connections > 0, 20000);
+    QTest::qWait(1500);
+    QVERIFY2(host.connections >= fewest && host.connections <= most,
+             qPrintable(QString::number(host.connections)));
+    QTRY_COMPARE_WITH_TIMEOUT(client.line().text(), line, 20000);
+    if (kind != BrokenApiHost::Kind::refusesCalls)
+        return;
+    const int before = host.connections;
+    settings.setPrinterApiKey(u"neu"_s);
+    QTRY_VERIFY_WITH_TIMEOUT(host.connections > before, 500);
 }
 
 // Through the session bus to a notification daemon: a change of state is told once, what a
@@ -176,18 +340,33 @@ void PrintStatusTest::oneNotificationPerChange()
     PrintNotifier notifier(settings);
     QSignalSpy undelivered(&notifier.notifications(), &DesktopNotifications::undelivered);
 
-    for (const State state : {State::complete, State::printing, State::printing, State::paused,
-                              State::paused, State::printing, State::complete, State::standby,
-                              State::none, State::error, State::printing})
-        notifier.follow(status(state, u"Heater extruder not heating"_s));
-    notifier.follow(status(State::error, u"Heater extruder not heating"_s));
-    QTRY_COMPARE_WITH_TIMEOUT(recorder.shown.size(), 3, 20000);
+    // A finished print found first, a pause, a print that ends while the connection is gone, a
+    // restart of Klipper, a failure, a shutdown while idle and one mid-print, and another print
+    // found ended after a lost connection.
+    const QString heater = u"Heater extruder not heating"_s;
+    const QString mcu = u"MCU 'mcu' shutdown: Timer too close"_s;
+    for (const auto &[state, message, file] :
+         {std::tuple{State::complete, heater, u"benchy.gcode"_s}, {State::printing, heater, {}},
+          {State::printing, heater, {}}, {State::paused, heater, {}}, {State::paused, heater, {}},
+          {State::printing, heater, {}}, {State::none, heater, {}}, {State::complete, heater, {}},
+          {State::standby, heater, {}}, {State::printing, heater, {}},
+          {State::klippyNotReady, heater, {}}, {State::error, heater, {}},
+          {State::printing, heater, {}}, {State::error, heater, {}}, {State::standby, heater, {}},
+          {State::shutdown, mcu, {}}, {State::klippyNotReady, mcu, {}},
+          {State::printing, mcu, {}}, {State::shutdown, mcu, {}}, {State::shutdown, mcu, {}},
+          {State::klippyNotReady, mcu, {}}, {State::printing, mcu, {}}, {State::none, mcu, {}},
+          {State::complete, mcu, u"lid.gcode"_s}})
+        notifier.follow(status(state, message, file.isEmpty() ? u"benchy.gcode"_s : file));
+    QTRY_COMPARE_WITH_TIMEOUT(recorder.shown.size(), 4, 20000);
     QCOMPARE(recorder.shown[0].title, u"Druck pausiert"_s);
     QCOMPARE(recorder.shown[1].title, u"Druck fertig"_s);
     QCOMPARE(recorder.shown[1].body, u"benchy.gcode · 1 h 23 min"_s);
     QCOMPARE(recorder.shown[2].title, u"Druckfehler"_s);
     QCOMPARE(recorder.shown[2].body, u"benchy.gcode · Heater extruder not heating"_s);
     QCOMPARE(recorder.shown[2].hints.value(u"urgency"_s).toInt(), 2);
+    QCOMPARE(recorder.shown[3].title, u"Druckfehler"_s);
+    QCOMPARE(recorder.shown[3].body, u"benchy.gcode · MCU 'mcu' shutdown: Timer too close"_s);
+    QCOMPARE(recorder.shown[3].hints.value(u"urgency"_s).toInt(), 2);
     QCOMPARE(recorder.shown[1].hints.value(u"urgency"_s).toInt(), 1);
     QCOMPARE(recorder.shown[1].app, u"Kestrel"_s);
     QCOMPARE(recorder.shown[1].hints.value(u"desktop-entry"_s).toString(),
@@ -202,7 +381,7 @@ void PrintStatusTest::oneNotificationPerChange()
     notifier.follow(status(State::paused));
     QVERIFY(undelivered.wait(20000));
     QCOMPARE(undelivered.first().at(0).toString(), u"Druck pausiert"_s);
-    QCOMPARE(recorder.shown.size(), 3);
+    QCOMPARE(recorder.shown.size(), 4);
     QDBusConnection::disconnectFromBus(u"daemon"_s);
 }
 

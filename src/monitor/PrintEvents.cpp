@@ -8,17 +8,21 @@ namespace kestrel {
 std::optional<PrintEvent> PrintEvents::next(const PrintStatus &status)
 {
     using State = PrintStatus::State;
-    // Without a connection, or while Klipper is away, nothing is known: the next state seen
+    // Without a connection the print goes on unseen: what it was stays, to be compared with what
+    // the connection finds once it is back.
+    if (status.state == State::none)
+        return std::nullopt;
+    // A Klipper that restarts, or a host that refuses us, knows of no print: the next state seen
     // starts the count afresh.
-    if (status.state == State::none || status.state == State::klippyNotReady) {
+    if (status.state == State::klippyNotReady || status.state == State::unauthorized) {
         m_last.reset();
         return std::nullopt;
     }
-    const std::optional<State> before = std::exchange(m_last, status.state);
-    if (!before || *before == status.state)
+    const std::optional<Seen> before = std::exchange(m_last, Seen{status.state, status.filename});
+    if (!before || before->state == status.state || before->filename != status.filename)
         return std::nullopt;
-    const bool wasPrinting = *before == State::printing;
-    const bool wasUnderWay = wasPrinting || *before == State::paused;
+    const bool wasPrinting = before->state == State::printing;
+    const bool wasUnderWay = wasPrinting || before->state == State::paused;
     const auto tr = [](const char *text) { return QCoreApplication::translate("PrintEvents", text); };
     const QString file = status.filename + QStringLiteral(" · ");
     switch (status.state) {
@@ -31,6 +35,7 @@ std::optional<PrintEvent> PrintEvents::next(const PrintStatus &status)
             return PrintEvent{tr("Druck abgebrochen"), file + durationText(status.printDuration)};
         break;
     case State::error:
+    case State::shutdown:
         if (wasUnderWay)
             return PrintEvent{tr("Druckfehler"), file + status.message, true};
         break;

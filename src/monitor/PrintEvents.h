@@ -17,17 +17,23 @@ struct PrintEvent
     friend bool operator==(const PrintEvent &, const PrintEvent &) = default;
 };
 
-// Turns the stream of print states into events: a print that ends (complete, failed, cancelled)
-// after printing or pausing, or that pauses while printing. One change of state is one event,
-// however often the host repeats the state. What a connection finds first is only where it
-// starts counting: a print that finished yesterday is no news.
+// Turns the stream of print states into events: a print that ends (complete, failed, cancelled,
+// or stopped by Klipper shutting down) after printing or pausing, or that pauses while printing.
+// One change of state is one event, however often the host repeats the state. What Kestrel
+// finds first is only where it starts counting: a print that finished yesterday is no news. A
+// lost connection is no new start, though: the same print found ended once it is back is told.
 class PrintEvents
 {
 public:
     std::optional<PrintEvent> next(const PrintStatus &status);
 
 private:
-    std::optional<PrintStatus::State> m_last;
+    struct Seen
+    {
+        PrintStatus::State state;
+        QString filename;
+    };
+    std::optional<Seen> m_last;
 };
 
 } // namespace kestrel

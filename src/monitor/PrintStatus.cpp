@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "monitor/PrintStatus.h"
 
+#include "settings/PrinterApi.h"
+
 #include <QCoreApplication>
 #include <QJsonValue>
 
@@ -27,6 +29,12 @@ std::optional<int> layer(const QJsonObject &info, QStringView key)
     if (!value.isDouble() || value.toDouble() < 0 || value.toDouble() > 1e6)
         return std::nullopt;
     return int(value.toDouble());
+}
+
+// Klipper's messages go on with advice over several lines; the first says what happened.
+QString firstLine(const QString &text)
+{
+    return text.trimmed().section(u'\n', 0, 0).trimmed();
 }
 
 PrintStatus::State stateNamed(const QString &name)
@@ -56,18 +64,26 @@ PrintStatus PrintStatus::fromObjects(const QJsonObject &objects)
     status.currentLayer = layer(info, u"current_layer");
     status.totalLayers = layer(info, u"total_layer");
     status.message = stats.value(u"message").toString();
+    // Klipper leaves the print "printing" when it shuts down; only its own state tells.
+    const QJsonObject klipper = objects.value(u"webhooks").toObject();
+    if (klipper.value(u"state").toString() == u"shutdown") {
+        status.state = State::shutdown;
+        status.message = firstLine(klipper.value(u"state_message").toString());
+    }
     return status;
 }
 
 std::optional<double> secondsLeft(const PrintStatus &status, std::optional<double> slicerEstimate)
 {
+    if (status.printDuration <= 0)
+        return std::nullopt;
     double sum = 0;
     int estimates = 0;
     if (status.progress >= 0.01) {
         sum += status.printDuration / status.progress - status.printDuration;
         ++estimates;
     }
-    if (slicerEstimate && *slicerEstimate > 0) {
+    if (slicerEstimate && *slicerEstimate > status.printDuration) {
         sum += *slicerEstimate - status.printDuration;
         ++estimates;
     }
@@ -92,8 +108,14 @@ PrintStatusLine printStatusLine(const PrintStatus &status, std::optional<double>
     case State::none:
     case State::standby:
         return {};
+    case State::unauthorized:
+        return {printerApi::unauthorizedText(), {}, {}};
+    case State::apiUnavailable:
+        return {status.message, {}, {}};
     case State::klippyNotReady:
         return {tr("Klipper nicht bereit"), {}, {}};
+    case State::shutdown:
+        return {tr("Klipper gestoppt: ") + status.message, {}, {}};
     case State::error:
         return {tr("Fehler: ") + status.message, {}, {}};
     case State::complete:

@@ -16,7 +16,10 @@ struct PrintStatus
     enum class State
     {
         none, // nothing known: no host API, or not connected
+        unauthorized,   // the host's API wants another key than the one Kestrel has
+        apiUnavailable, // the host's API does not answer (its web server does); `message` says how
         klippyNotReady,
+        shutdown, // Klipper stopped itself (a heater fault, a lost MCU); `message` says why
         standby,
         printing,
         paused,
@@ -40,7 +43,8 @@ struct PrintStatus
 };
 
 // Seconds left, as the printer front-ends estimate them: from the file's progress once past 1 %,
-// from the slicer's estimate when there is one, the mean of the two where both exist.
+// from the slicer's estimate while the print has not yet overrun it, the mean of the two where
+// both exist. None while the printer still heats (no time printed yet).
 std::optional<double> secondsLeft(const PrintStatus &status,
                                   std::optional<double> slicerEstimate);
 

@@ -3,16 +3,46 @@
 
 #include "monitor/PiStatusMonitor.h"
 #include "settings/AppSettings.h"
-#include "settings/SnapshotUrls.h"
+#include "settings/PrinterApi.h"
 
+#include <QCoreApplication>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
-#include <QUrlQuery>
+#include <QRegularExpression>
 #include <QWebSocket>
 
+#include <cmath>
+
 namespace kestrel {
+
+namespace {
+
+// Qt reports a handshake that got no "101 Switching Protocols" only in words, naming the status.
+std::optional<int> handshakeStatus(const QString &error)
+{
+    static const QRegularExpression code(QStringLiteral("status code: (\\d{3})"));
+    const QRegularExpressionMatch match = code.match(error);
+    return match.hasMatch() ? std::optional(match.captured(1).toInt()) : std::nullopt;
+}
+
+// Why a handshake failed, where the user should know: the web server answers for an API that
+// does not (it restarts, or hangs). A host without the API at all (404, or no upgrade) says
+// nothing, as ever.
+QString handshakeFailure(std::optional<int> status)
+{
+    const auto tr = [](const char *text) {
+        return QCoreApplication::translate("PrintStatusClient", text);
+    };
+    if (!status)
+        return tr("Drucker-API antwortet nicht");
+    if (*status >= 500)
+        return tr("Drucker-API antwortet nicht (HTTP %1)").arg(*status);
+    return {};
+}
+
+} // namespace
 
 PrintStatusClient::PrintStatusClient(const AppSettings &settings, const PiStatusMonitor &monitor,
                                      QObject *parent, PrintStatusTimings timings)
@@ -27,12 +57,39 @@ PrintStatusClient::PrintStatusClient(const AppSettings &settings, const PiStatus
             m_socket->sendTextMessage(QString::fromUtf8(m_protocol.askIfReady()));
     });
     m_reconnect.setSingleShot(true);
-    connect(&m_reconnect, &QTimer::timeout, this, &PrintStatusClient::connectToHost);
+    connect(&m_reconnect, &QTimer::timeout, this, [this] {
+        m_refused = false;
+        if (m_hostAnswers)
+            connectToHost();
+    });
     m_gather.setSingleShot(true);
     m_gather.setInterval(m_timings.gather);
     connect(&m_gather, &QTimer::timeout, this, [this] {
         askForEstimate();
         emit statusChanged(status());
+    });
+    m_handshake.setSingleShot(true);
+    m_handshake.setInterval(m_timings.handshake);
+    connect(&m_handshake, &QTimer::timeout, this, &PrintStatusClient::handshakeFailed);
+    m_ping.setInterval(m_timings.ping);
+    connect(&m_ping, &QTimer::timeout, this, [this] { m_socket->ping(); });
+    m_silence.setSingleShot(true);
+    m_silence.setInterval(m_timings.silence);
+    connect(&m_silence, &QTimer::timeout, this, &PrintStatusClient::connectionLost);
+
+    // Another host, or another key: what was refused may now be welcome, and the old connection
+    // is to the wrong host or with the wrong key. A key changes with every keystroke, so the
+    // connection follows once typing rests; the new address comes through the host monitor.
+    connect(&settings, &AppSettings::printerIPWillChange, this, [this] {
+        m_refused = false;
+        m_hostAnswers = false;
+        disconnectFromHost();
+    });
+    connect(&settings, &AppSettings::printerApiKeyWillChange, this, [this] {
+        m_refused = false;
+        disconnectFromHost();
+        m_reconnectDelay = m_timings.reconnectFirst;
+        m_reconnect.start(m_timings.reconnectFirst);
     });
     connect(&monitor, &PiStatusMonitor::reachabilityChanged, this,
             &PrintStatusClient::followHost);
@@ -50,87 +107,153 @@ bool PrintStatusClient::isConnected() const
     return m_socket && m_socket->state() == QAbstractSocket::ConnectedState;
 }
 
-// Only a host that answers is asked; a new address comes through "checking", which closes the
-// connection to the old one.
+// The host monitor opens the way to a new connection; an open one it leaves alone.
 void PrintStatusClient::followHost(const PiReachability &reachability)
 {
     const bool answers = reachability.kind() == PiReachability::Kind::reachable;
     if (answers == m_hostAnswers)
         return;
     m_hostAnswers = answers;
-    if (answers) {
-        m_reconnectDelay = m_timings.reconnectFirst;
-        connectToHost();
-    } else {
-        disconnectFromHost();
-    }
+    if (!answers || m_socket || m_refused)
+        return;
+    m_reconnect.stop();
+    m_reconnectDelay = m_timings.reconnectFirst;
+    connectToHost();
 }
 
-QUrl PrintStatusClient::hostUrl(const QString &path) const
+QNetworkRequest PrintStatusClient::apiRequest(const QString &path) const
 {
-    return strictHttpUrl(QStringLiteral("http://") + m_settings.printerIP().trimmed() + path)
-        .value_or(QUrl());
+    QNetworkRequest request(printerApi::url(m_settings, path).value_or(QUrl()));
+    const QByteArray key = printerApi::keyHeaderValue(m_settings.printerApiKey());
+    if (!key.isEmpty())
+        request.setRawHeader("X-Api-Key", key);
+    return request;
 }
 
+// What the last attempt showed (a refusal, a failure) stays until this one has news.
 void PrintStatusClient::connectToHost()
 {
-    disconnectFromHost();
-    QUrl url = hostUrl(QStringLiteral("/websocket"));
+    closeSocket();
+    QNetworkRequest request = apiRequest(QStringLiteral("/websocket"));
+    QUrl url = request.url();
     if (url.isEmpty())
         return;
     url.setScheme(QStringLiteral("ws"));
+    request.setUrl(url);
     m_socket = new QWebSocket(QString(), QWebSocketProtocol::VersionLatest, this);
     m_socket->setMaxAllowedIncomingFrameSize(largestFrame);
     m_socket->setMaxAllowedIncomingMessageSize(largestFrame);
     connect(m_socket, &QWebSocket::connected, this, [this] {
+        m_handshake.stop();
         m_reconnectDelay = m_timings.reconnectFirst;
-        for (const QByteArray &frame : m_protocol.opening())
+        m_ping.start();
+        m_silence.start();
+        const bool shown = status().state != PrintStatus::State::none;
+        const QByteArray key = printerApi::keyHeaderValue(m_settings.printerApiKey());
+        for (const QByteArray &frame : m_protocol.opening(key))
             m_socket->sendTextMessage(QString::fromUtf8(frame));
+        if (shown)
+            m_gather.start();
     });
     connect(m_socket, &QWebSocket::textMessageReceived, this, &PrintStatusClient::received);
+    connect(m_socket, &QWebSocket::pong, this, &PrintStatusClient::heard);
     connect(m_socket, &QWebSocket::disconnected, this, &PrintStatusClient::connectionLost);
-    m_socket->open(url);
+    // A refused or broken handshake only reports an error and leaves the socket connecting.
+    connect(m_socket, qOverload<QAbstractSocket::SocketError>(&QWebSocket::error), this, [this] {
+        if (!isConnected())
+            handshakeFailed();
+    });
+    m_handshake.start();
+    m_socket->open(request);
 }
 
-void PrintStatusClient::disconnectFromHost()
+void PrintStatusClient::closeSocket()
 {
     m_reconnect.stop();
     m_askAgain.stop();
+    m_handshake.stop();
+    m_ping.stop();
+    m_silence.stop();
     if (QWebSocket *socket = std::exchange(m_socket, nullptr)) {
         socket->disconnect(this);
         socket->abort();
         socket->deleteLater();
     }
-    if (QNetworkReply *reply = std::exchange(m_estimateReply, nullptr)) {
-        reply->disconnect(this);
-        reply->abort();
-        reply->deleteLater();
-    }
+    if (QNetworkReply *reply = std::exchange(m_estimateReply, nullptr))
+        reply->abort(); // its own handler deletes it
     m_estimatedFile.clear();
     m_slicerEstimate.reset();
-    if (status().state != PrintStatus::State::none) {
-        m_protocol.forget();
-        m_gather.start();
-    }
 }
 
-// Lost while the host still answers: try again, less often each time.
+void PrintStatusClient::disconnectFromHost()
+{
+    closeSocket();
+    take(m_protocol.failed({}));
+}
+
+// Lost while the host still answers: try again, less often each time. Lost while it does not:
+// the host monitor says when it is back.
 void PrintStatusClient::connectionLost()
 {
     disconnectFromHost();
+    retryLater();
+}
+
+void PrintStatusClient::retryLater()
+{
+    if (!m_hostAnswers)
+        return;
     m_reconnect.start(m_reconnectDelay);
     m_reconnectDelay = std::min(m_reconnectDelay * 2, m_timings.reconnectLongest);
 }
 
-void PrintStatusClient::received(const QString &frame)
+// A handshake that timed out has no status; Qt's error names the one that came instead of 101.
+void PrintStatusClient::handshakeFailed()
 {
-    const PrintStatusProtocol::Step step = m_protocol.handle(frame.toUtf8());
+    const std::optional<int> status = m_handshake.isActive() && m_socket
+                                          ? handshakeStatus(m_socket->errorString())
+                                          : std::nullopt;
+    if (status == 401 || status == 403) {
+        refused();
+        return;
+    }
+    closeSocket();
+    take(m_protocol.failed(handshakeFailure(status)));
+    retryLater();
+}
+
+// Asking again with the same key is no use; the user is told, and the host asked again only
+// once a minute, or as soon as the key or the address changes.
+void PrintStatusClient::refused()
+{
+    closeSocket();
+    m_refused = true;
+    take(m_protocol.refuse());
+    m_reconnect.start(m_timings.refusedAgain);
+}
+
+void PrintStatusClient::take(const PrintStatusProtocol::Step &step)
+{
     for (const QByteArray &message : step.send)
         m_socket->sendTextMessage(QString::fromUtf8(message));
     if (step.askAgainLater)
         m_askAgain.start();
     if (step.statusChanged && !m_gather.isActive())
         m_gather.start();
+}
+
+void PrintStatusClient::heard()
+{
+    m_silence.start();
+}
+
+void PrintStatusClient::received(const QString &frame)
+{
+    heard();
+    const PrintStatusProtocol::Step step = m_protocol.handle(frame.toUtf8());
+    take(step);
+    if (step.refused)
+        refused();
 }
 
 // Once per print: the slicer's estimate of the whole print time, if the file has one.
@@ -146,20 +269,29 @@ void PrintStatusClient::askForEstimate()
         return;
     m_estimatedFile = current.filename;
     m_slicerEstimate.reset();
-    QUrl url = hostUrl(QStringLiteral("/server/files/metadata"));
+    QNetworkRequest request = apiRequest(QStringLiteral("/server/files/metadata"));
+    QUrl url = request.url();
     if (url.isEmpty())
         return;
-    url.setQuery(QUrlQuery{{QStringLiteral("filename"), current.filename}});
-    QNetworkRequest request(url);
+    // Every character that could mean something in a query is encoded: a host decodes "+" as
+    // a blank.
+    url.setQuery(QStringLiteral("filename=") +
+                 QString::fromLatin1(QUrl::toPercentEncoding(current.filename)));
+    request.setUrl(url);
     request.setTransferTimeout(5000);
-    m_estimateReply = m_network->get(request);
-    connect(m_estimateReply, &QNetworkReply::downloadProgress, this, [this](qint64 received) {
+    if (QNetworkReply *previous = std::exchange(m_estimateReply, nullptr))
+        previous->abort();
+    QNetworkReply *reply = m_network->get(request);
+    m_estimateReply = reply;
+    connect(reply, &QNetworkReply::downloadProgress, reply, [reply](qint64 received) {
         if (received > largestFrame)
-            m_estimateReply->abort();
+            reply->abort();
     });
-    connect(m_estimateReply, &QNetworkReply::finished, this, [this] {
-        QNetworkReply *reply = std::exchange(m_estimateReply, nullptr);
+    connect(reply, &QNetworkReply::finished, this, [this, reply] {
         reply->deleteLater();
+        if (m_estimateReply != reply)
+            return; // aborted: a newer print, or no connection
+        m_estimateReply = nullptr;
         const double estimate = QJsonDocument::fromJson(reply->readAll())
                                     .object()
                                     .value(u"result")

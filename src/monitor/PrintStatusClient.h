@@ -12,6 +12,7 @@
 
 class QNetworkAccessManager;
 class QNetworkReply;
+class QNetworkRequest;
 class QWebSocket;
 
 namespace kestrel {
@@ -21,19 +22,28 @@ class PiStatusMonitor;
 class PiReachability;
 
 // How often to look again: for Klipper while it is not ready, for the host after a lost
-// connection (doubling up to the longest), and how long to gather updates before showing them.
+// connection (doubling up to the longest), and after the host refused the key; how long to
+// gather updates before showing them; how long a handshake may take; how often to ping an open
+// connection, and how long a silent one lives.
 struct PrintStatusTimings
 {
     std::chrono::milliseconds askAgain{2000};
     std::chrono::milliseconds reconnectFirst{2000};
     std::chrono::milliseconds reconnectLongest{30000};
+    std::chrono::milliseconds refusedAgain{60000};
     std::chrono::milliseconds gather{100};
+    std::chrono::milliseconds handshake{10000};
+    std::chrono::milliseconds ping{5000};
+    std::chrono::milliseconds silence{15000};
 };
 
-// What the printer is doing, from the printer host's API over its websocket: connected only while
-// the host monitor finds the host answering, reconnecting after a drop. A host without that API
-// is no failure the user sees; its status simply stays empty. For each print it asks the host
-// once for the slicer's estimate of the print time, which the time left takes into account.
+// What the printer is doing, from the printer host's API over its websocket, with the user's API
+// key. A new connection is opened only while the host monitor finds the host answering; an open
+// one lives until it fails itself (no answer to pings), since one missed probe is no lost host.
+// A broken connection or handshake is tried again, less often each time; a refused key only once
+// a minute, or as soon as the key or the address changes. A host without that API is no failure
+// the user sees; its status simply stays empty. For each print it asks the host once for the
+// slicer's estimate of the print time, which the time left takes into account.
 class PrintStatusClient : public QObject
 {
     Q_OBJECT
@@ -58,11 +68,17 @@ signals:
 private:
     void followHost(const PiReachability &reachability);
     void connectToHost();
+    void closeSocket();
     void disconnectFromHost();
     void connectionLost();
+    void handshakeFailed();
+    void refused();
+    void retryLater();
+    void take(const PrintStatusProtocol::Step &step);
     void received(const QString &frame);
+    void heard();
     void askForEstimate();
-    QUrl hostUrl(const QString &path) const;
+    QNetworkRequest apiRequest(const QString &path) const;
 
     const AppSettings &m_settings;
     const PrintStatusTimings m_timings;
@@ -73,10 +89,14 @@ private:
     QString m_estimatedFile;
     std::optional<double> m_slicerEstimate;
     bool m_hostAnswers = false;
+    bool m_refused = false; // until the key or the address changes, or a minute has passed
     std::chrono::milliseconds m_reconnectDelay;
     QTimer m_askAgain;
     QTimer m_reconnect;
     QTimer m_gather;
+    QTimer m_handshake;
+    QTimer m_ping;
+    QTimer m_silence;
 };
 
 } // namespace kestrel

@@ -18,7 +18,8 @@ const QHash<QString, QStringList> &shownFields()
         {QStringLiteral("display_status"), {QStringLiteral("progress")}},
         {QStringLiteral("virtual_sdcard"),
          {QStringLiteral("progress"), QStringLiteral("is_active"),
-          QStringLiteral("file_position")}}};
+          QStringLiteral("file_position")}},
+        {QStringLiteral("webhooks"), {QStringLiteral("state"), QStringLiteral("state_message")}}};
     return fields;
 }
 
@@ -30,6 +31,8 @@ QJsonObject subscription()
     objects.insert(QStringLiteral("virtual_sdcard"),
                    QJsonArray{QStringLiteral("progress"), QStringLiteral("is_active"),
                               QStringLiteral("file_position")});
+    objects.insert(QStringLiteral("webhooks"),
+                   QJsonArray{QStringLiteral("state"), QStringLiteral("state_message")});
     return {{QStringLiteral("objects"), objects}};
 }
 
@@ -46,6 +49,17 @@ QJsonValue mergedInfo(const QJsonValue &before, const QJsonValue &change)
     return info;
 }
 
+// The host's answer to a client outside its trusted networks, or with a wrong key: error
+// -32602 "Unauthorized" or "Invalid API Key", or the HTTP status itself as the code.
+bool isRefusal(const QJsonObject &error)
+{
+    const int code = error.value(u"code").toInt();
+    const QString message = error.value(u"message").toString();
+    return code == 401 || code == 403 ||
+           (code == -32602 && (message.contains(u"Unauthorized", Qt::CaseInsensitive) ||
+                               message.contains(u"API Key", Qt::CaseInsensitive)));
+}
+
 } // namespace
 
 PrintStatusProtocol::PrintStatusProtocol(QString version, QString homepage)
@@ -59,16 +73,20 @@ void PrintStatusProtocol::forget()
     m_status = {};
 }
 
-QList<QByteArray> PrintStatusProtocol::opening()
+QList<QByteArray> PrintStatusProtocol::opening(const QByteArray &apiKey)
 {
     forget();
-    return {call(Call::identify, "server.connection.identify",
-                 {{QStringLiteral("client_name"), QStringLiteral("Kestrel")},
-                  {QStringLiteral("version"), m_version},
-                  {QStringLiteral("type"), QStringLiteral("desktop")},
-                  {QStringLiteral("url"), m_homepage}}),
-            askIfReady()};
+    QJsonObject introduction{{QStringLiteral("client_name"), QStringLiteral("Kestrel")},
+                             {QStringLiteral("version"), m_version},
+                             {QStringLiteral("type"), QStringLiteral("desktop")},
+                             {QStringLiteral("url"), m_homepage}};
+    // Hosts that do not read the key from the handshake's header take it here.
+    if (!apiKey.isEmpty())
+        introduction.insert(QStringLiteral("api_key"), QString::fromLatin1(apiKey));
+    return {call(Call::identify, "server.connection.identify", introduction), askIfReady()};
 }
+
+
 
 QByteArray PrintStatusProtocol::askIfReady()
 {
@@ -108,14 +126,19 @@ PrintStatusProtocol::Step PrintStatusProtocol::handle(QByteArrayView frame)
 
 PrintStatusProtocol::Step PrintStatusProtocol::answered(Call kind, const QJsonObject &message)
 {
+    if (isRefusal(message.value(u"error").toObject()))
+        return refuse();
     const QJsonObject result = message.value(u"result").toObject();
     switch (kind) {
     case Call::identify:
         return {};
-    case Call::info:
-        if (result.value(u"klippy_state").toString() != u"ready")
+    case Call::info: {
+        // A Klipper that shut down still answers for its objects, and they say why it stopped.
+        const QString klippy = result.value(u"klippy_state").toString();
+        if (klippy != u"ready" && klippy != u"shutdown")
             return notReady();
         return {.send = {call(Call::subscribe, "printer.objects.subscribe", subscription())}};
+    }
     case Call::subscribe:
         if (!result.value(u"status").isObject())
             return notReady();
@@ -133,8 +156,11 @@ PrintStatusProtocol::Step PrintStatusProtocol::notified(const QString &method,
         merge(params.toArray().first().toObject());
         return {.statusChanged = true};
     }
-    if (method == u"notify_klippy_disconnected" || method == u"notify_klippy_shutdown")
+    if (method == u"notify_klippy_disconnected")
         return notReady();
+    // What the print was stays until the new subscription says why Klipper stopped.
+    if (method == u"notify_klippy_shutdown")
+        return {.send = {askIfReady()}};
     if (method == u"notify_klippy_ready")
         return {.send = {askIfReady()}};
     return {};
@@ -146,6 +172,24 @@ PrintStatusProtocol::Step PrintStatusProtocol::notReady()
     const bool changed = m_status.state != PrintStatus::State::klippyNotReady;
     m_status = {.state = PrintStatus::State::klippyNotReady};
     return {.statusChanged = changed, .askAgainLater = true};
+}
+
+PrintStatusProtocol::Step PrintStatusProtocol::refuse()
+{
+    m_pending.clear();
+    m_objects = {};
+    const bool changed = m_status.state != PrintStatus::State::unauthorized;
+    m_status = {.state = PrintStatus::State::unauthorized};
+    return {.statusChanged = changed, .refused = true};
+}
+
+PrintStatusProtocol::Step PrintStatusProtocol::failed(const QString &reason)
+{
+    const PrintStatus before = std::exchange(m_status, {});
+    forget();
+    if (!reason.isEmpty())
+        m_status = {.state = PrintStatus::State::apiUnavailable, .message = reason};
+    return {.statusChanged = m_status != before};
 }
 
 void PrintStatusProtocol::merge(const QJsonObject &changes)

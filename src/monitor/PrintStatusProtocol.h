@@ -14,7 +14,9 @@ namespace kestrel {
 // send on connecting, and what each frame that arrives means. It introduces Kestrel, asks whether
 // Klipper is ready, subscribes to the print's objects once it is, and merges every status update
 // into the state the subscription gave. After Klipper goes away (the host then forgets every
-// subscription) it asks again until Klipper is back, and subscribes anew.
+// subscription) it asks again until Klipper is back, and subscribes anew. When Klipper shuts
+// itself down it subscribes anew at once, for the reason, and keeps the print it stopped.
+// A host that refuses Kestrel's key says so in every answer, which ends the conversation.
 //
 // It keeps only the fields it shows, so a host that sends much, or odd, or endless updates
 // costs no more memory than one that behaves.
@@ -29,11 +31,16 @@ public:
         QList<QByteArray> send;     // frames to send now
         bool statusChanged = false;
         bool askAgainLater = false; // Klipper is not ready: ask again after a while
+        bool refused = false;       // the host wants another key: asking again is no use
     };
 
-    // The frames to send once connected: the introduction and the first question. What an
-    // earlier connection said is forgotten.
-    QList<QByteArray> opening();
+    // The frames to send once connected: the introduction, with the API key if there is one,
+    // and the first question. What an earlier connection said is forgotten.
+    QList<QByteArray> opening(const QByteArray &apiKey = {});
+    // The host refused the key: in an answer, or before the connection was open (HTTP 401).
+    Step refuse();
+    // The connection could not be opened: why, where the user should know, else nothing.
+    Step failed(const QString &reason);
     // Forgets what the host said, and what was asked of it: the connection is gone.
     void forget();
     // The question whether Klipper is ready, for asking again.

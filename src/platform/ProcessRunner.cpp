@@ -118,10 +118,17 @@ QFuture<ProcessResult> runProcess(const ProcessCommand &command, QObject *owner)
                     .standardError = decodeStrictUtf8(outputs->standardError)});
         });
 
-    process->setStandardInputFile(QProcess::nullDevice());
+    if (command.standardInput.isEmpty())
+        process->setStandardInputFile(QProcess::nullDevice());
     if (!command.captureStandardOutput)
         process->setStandardOutputFile(QProcess::nullDevice());
-    process->start(command.program, command.arguments, QIODevice::ReadOnly);
+    process->start(command.program, command.arguments,
+                   command.standardInput.isEmpty() ? QIODevice::ReadOnly : QIODevice::ReadWrite);
+    if (!command.standardInput.isEmpty()) {
+        // Written once the pipe is open; a program that never reads it still sees its end.
+        process->write(command.standardInput);
+        process->closeWriteChannel();
+    }
     return future;
 }
 

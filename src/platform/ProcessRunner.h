@@ -17,6 +17,9 @@ struct ProcessCommand
     QString program;
     QStringList arguments;
     bool captureStandardOutput = false; // otherwise standard output is discarded
+    // What the program reads, for what must not stand in the argument vector (where every user
+    // of the machine can read it); empty input otherwise.
+    QByteArray standardInput;
 };
 
 struct ProcessResult
@@ -37,8 +40,8 @@ struct ProcessResult
 // take the memory of the whole application.
 constexpr qint64 largestProcessOutput = 1024 * 1024;
 
-// Starts the program without blocking and reports once it has ended. Standard input is empty,
-// so a program that reads it cannot hang. A program that writes more than
+// Starts the program without blocking and reports once it has ended. Standard input holds the
+// command's input and then ends, so a program that reads it cannot hang. A program that writes more than
 // largestProcessOutput to either stream is killed, and the run fails. The process belongs to
 // `owner`: when the owner goes away first, the process is killed and the future is cancelled,
 // so nothing reports to a caller that no longer exists.

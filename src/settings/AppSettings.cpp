@@ -24,6 +24,7 @@ const QString cameraMirroring = QStringLiteral("cameraMirroring");
 const QString showPictureRate = QStringLiteral("showPictureRate");
 const QString cameraStreamPaths = QStringLiteral("cameraStreamPaths");
 const QString notifyPrintEvents = QStringLiteral("notifyPrintEvents");
+const QString printerApiKey = QStringLiteral("printerApiKey");
 } // namespace keys
 
 QString AppSettings::defaultPrinterIP()
@@ -58,6 +59,7 @@ AppSettings::AppSettings(KeyValueStore &store, QObject *parent) : QObject(parent
     m_cameraStreamPaths =
         decodeCameraTexts(store.value(keys::cameraStreamPaths), EmptyTexts::skip);
     m_notifyPrintEvents = decodeBool(store.value(keys::notifyPrintEvents), true);
+    m_printerApiKey = decodeString(store.value(keys::printerApiKey), {});
     m_cameraOrientations =
         decodeOrientations(store.value(keys::cameraRotations), store.value(keys::cameraMirroring));
 }
@@ -160,6 +162,12 @@ void AppSettings::setNotifyPrintEvents(bool value)
 {
     assign(m_notifyPrintEvents, value, &AppSettings::notifyPrintEventsWillChange,
            keys::notifyPrintEvents);
+}
+
+void AppSettings::setPrinterApiKey(QString value)
+{
+    assign(m_printerApiKey, std::move(value), &AppSettings::printerApiKeyWillChange,
+           keys::printerApiKey);
 }
 
 void AppSettings::setOrientation(const CameraOrientation &orientation, CameraId id)

@@ -47,6 +47,8 @@ public:
     CameraTextMap cameraStreamPaths() const { return m_cameraStreamPaths; }
     // A desktop notification when a print ends or pauses.
     bool notifyPrintEvents() const { return m_notifyPrintEvents; }
+    // What the printer host's API asks of a client outside its trusted networks; empty for none.
+    QString printerApiKey() const { return m_printerApiKey; }
 
     void setPrinterIP(QString value);
     void setSelectedCameraIDs(CameraIdSet value);
@@ -64,6 +66,7 @@ public:
     void setShowPictureRate(bool value);
     void setCameraStreamPaths(CameraTextMap value);
     void setNotifyPrintEvents(bool value);
+    void setPrinterApiKey(QString value);
 
     // The catalogue camera with the user's name and snapshot path, taken as they are.
     Camera resolvedCamera(const Camera &camera) const;
@@ -104,6 +107,7 @@ signals:
     void showPictureRateWillChange(bool newValue);
     void cameraStreamPathsWillChange(const kestrel::CameraTextMap &newValue);
     void notifyPrintEventsWillChange(bool newValue);
+    void printerApiKeyWillChange(const QString &newValue);
 
     // After any field has been stored and written.
     void changed();
@@ -132,6 +136,7 @@ private:
     bool m_showPictureRate = false;
     CameraTextMap m_cameraStreamPaths;
     bool m_notifyPrintEvents = true;
+    QString m_printerApiKey;
 };
 
 } // namespace kestrel

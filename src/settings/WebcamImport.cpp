@@ -3,6 +3,7 @@
 
 #include "platform/ProcessRunner.h"
 #include "settings/AppSettings.h"
+#include "settings/PrinterApi.h"
 #include "settings/SnapshotUrls.h"
 
 #include <QCoreApplication>
@@ -39,10 +40,21 @@ PrinterPath pathOnPrinter(const QString &listed, const QString &printerIP)
     return {{}, url.port() < 0 ? url.host() : url.host() + u':' + QString::number(url.port())};
 }
 
+// camera-streamer serves its MJPEG stream as "stream" beside "webrtc", at the same address.
+QString mjpegBesideWebRtc(const QString &listed)
+{
+    QUrl url(listed);
+    const QString path = url.path();
+    url.setPath(path.left(path.lastIndexOf(u'/') + 1) + QStringLiteral("stream"));
+    url.setQuery(QString());
+    return url.toString();
+}
+
 // The stream path a listed webcam is to show, or none for snapshots, and why not where the
-// user should know. Only plain MJPEG streamers are streams Kestrel reads; the adaptive one is
-// polled as snapshots by every front-end, and WebRTC, HLS and the like are no MJPEG at all. A
-// host that names no service leaves the camera as it is.
+// user should know. Only MJPEG streams are streams Kestrel reads: the plain streamers', and the
+// one camera-streamer serves beside its WebRTC. The adaptive streamer is polled as snapshots by
+// every front-end, and HLS and the like are no MJPEG at all. A host that names no service leaves
+// the camera as it is.
 std::optional<std::optional<QString>> streamPathOf(const ListedWebcam &webcam,
                                                   const QString &printerIP, const Camera &camera,
                                                   QStringList &notes)
@@ -50,12 +62,15 @@ std::optional<std::optional<QString>> streamPathOf(const ListedWebcam &webcam,
     if (webcam.service.isEmpty())
         return std::nullopt;
     const bool mjpeg = webcam.service == u"mjpegstreamer" || webcam.service == u"uv4l-mjpeg";
-    if (!mjpeg || webcam.streamUrl.isEmpty()) {
+    const bool cameraStreamer = webcam.service == u"webrtc-camerastreamer";
+    if (!(mjpeg || cameraStreamer) || webcam.streamUrl.isEmpty()) {
         if (!mjpeg && webcam.service != u"mjpegstreamer-adaptive")
             notes << tr("%1: Dienst %2, zeigt Einzelbilder").arg(camera.name, webcam.service);
         return std::optional<QString>();
     }
-    const PrinterPath stream = pathOnPrinter(webcam.streamUrl, printerIP);
+    const PrinterPath stream =
+        pathOnPrinter(cameraStreamer ? mjpegBesideWebRtc(webcam.streamUrl) : webcam.streamUrl,
+                      printerIP);
     if (!stream.otherHost.isEmpty()) {
         notes << tr("%1: Stream auf einem anderen Host (%2), zeigt Einzelbilder")
                      .arg(camera.name, stream.otherHost);
@@ -153,19 +168,24 @@ QFuture<WebcamTakeOver> importWebcams(AppSettings &settings, const QString &curl
                                       QObject *owner)
 {
     const auto failed = [](const QString &why) { return WebcamTakeOver{.notes = {why}}; };
-    const auto url = strictHttpUrl(QStringLiteral("http://") + settings.printerIP().trimmed() +
-                                   QStringLiteral("/server/webcams/list"));
+    const auto url = printerApi::url(settings, QStringLiteral("/server/webcams/list"));
     if (!url)
         return QtFuture::makeReadyFuture(failed(tr("Keine gültige Drucker-IP eingetragen")));
     // curl refuses a list that announces its size as too large; the runner stops one that
-    // does not announce it.
-    const ProcessCommand command{
-        curlPath,
-        {QStringLiteral("-sS"), QStringLiteral("--max-time"), QStringLiteral("5"),
-         QStringLiteral("--max-filesize"), QString::number(largestProcessOutput),
-         QStringLiteral("--fail"), QStringLiteral("--http1.1"), url->toString(QUrl::FullyEncoded)},
-        true};
+    // does not announce it. The API key, if any, comes on standard input.
+    const QByteArray keyConfig = printerApi::curlKeyConfig(settings.printerApiKey());
+    QStringList arguments{QStringLiteral("-sS"), QStringLiteral("--max-time"), QStringLiteral("5"),
+                          QStringLiteral("--max-filesize"), QString::number(largestProcessOutput),
+                          QStringLiteral("--fail"), QStringLiteral("--http1.1")};
+    if (!keyConfig.isEmpty())
+        arguments << QStringLiteral("--config") << QStringLiteral("-");
+    arguments << url->toString(QUrl::FullyEncoded);
+    const ProcessCommand command{curlPath, arguments, true, keyConfig};
     return runProcess(command, owner).then(owner, [&settings, failed](const ProcessResult &result) {
+        // curl --fail names the status it failed on; a 401 is the key, not the network.
+        if (!result.failure && result.exitStatus == 22 &&
+            result.standardError.contains(QStringLiteral(" 401")))
+            return failed(printerApi::unauthorizedText());
         if (!result.succeeded())
             return failed(curlFailureText(result));
         const auto parsed = parseWebcamList(result.standardOutput.toUtf8());

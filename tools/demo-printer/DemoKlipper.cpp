@@ -15,19 +15,35 @@ const QString file = QStringLiteral("kestrel-benchy.gcode");
 constexpr int layers = 120;
 constexpr double standbyAfterPrint = 20;
 constexpr qint64 klippyDownMs = 5000;
+constexpr qint64 shutdownMs = 10000;
+const QString shutdownMessage =
+    QStringLiteral("MCU 'mcu' shutdown: Timer too close\n"
+                   "This often indicates a host computer overload. Check\n"
+                   "for other processes consuming excessive CPU time, high swap\n"
+                   "usage, disk errors, overheating, unstable voltage, or\n"
+                   "similar system problems on the host computer.\n"
+                   "Once the underlying issue is corrected, use the\n"
+                   "\"FIRMWARE_RESTART\" command to reset the firmware, reload the\n"
+                   "config, and restart the host software.\n"
+                   "Printer is shutdown\n");
 
 QString frame(const QJsonObject &message)
 {
     return QString::fromUtf8(QJsonDocument(message).toJson(QJsonDocument::Compact));
 }
 
+QJsonObject rpcError(int code, const QString &message)
+{
+    return {{QStringLiteral("code"), code}, {QStringLiteral("message"), message}};
+}
+
 } // namespace
 
 DemoKlipper::DemoKlipper(LoopbackHttpServer &printer, std::chrono::seconds printLength,
-                         KlipperFault fault, QObject *parent)
+                         KlipperFault fault, QByteArray apiKey, QObject *parent)
     : QObject(parent), m_server(QStringLiteral("kestrel-demo-printer"),
                                 QWebSocketServer::NonSecureMode),
-      m_printLength(double(printLength.count())), m_fault(fault)
+      m_printLength(double(printLength.count())), m_fault(fault), m_apiKey(std::move(apiKey))
 {
     printer.setUpgradeHandler([this](QTcpSocket *socket) { m_server.handleConnection(socket); });
     connect(&m_server, &QWebSocketServer::newConnection, this, &DemoKlipper::accept);
@@ -57,9 +73,14 @@ void DemoKlipper::accept()
 {
     while (QWebSocket *socket = m_server.nextPendingConnection()) {
         socket->setParent(this);
-        m_clients.append({socket});
-        connect(socket, &QWebSocket::textMessageReceived, this,
-                [this, socket](const QString &text) { answer(socket, text); });
+        m_clients.append({socket, false,
+                          m_apiKey.isEmpty() || socket->request().rawHeader("X-Api-Key") == m_apiKey});
+        connect(socket, &QWebSocket::textMessageReceived, this, [this, socket](const QString &text) {
+            for (Client &client : m_clients) {
+                if (client.socket == socket)
+                    answer(client, text);
+            }
+        });
         connect(socket, &QWebSocket::disconnected, this, [this, socket] {
             m_clients.removeIf([socket](const Client &client) { return client.socket == socket; });
             socket->deleteLater();
@@ -84,38 +105,61 @@ QJsonObject DemoKlipper::objects() const
                                       {QStringLiteral("current_layer"),
                                        std::min(layers, int(m_progress * layers) + 1)}}}}},
             {QStringLiteral("display_status"), QJsonObject{{QStringLiteral("progress"), m_progress}}},
+            {QStringLiteral("webhooks"),
+             QJsonObject{{QStringLiteral("state"), m_shutdown.isValid() ? QStringLiteral("shutdown")
+                                                                        : QStringLiteral("ready")},
+                         {QStringLiteral("state_message"),
+                          m_shutdown.isValid() ? shutdownMessage
+                                               : QStringLiteral("Printer is ready")}}},
             {QStringLiteral("virtual_sdcard"),
              QJsonObject{{QStringLiteral("progress"), m_progress},
                          {QStringLiteral("is_active"), m_state == u"printing"},
                          {QStringLiteral("file_position"), int(m_progress * 4'000'000)}}}};
 }
 
-void DemoKlipper::answer(QWebSocket *socket, const QString &text)
+void DemoKlipper::answer(Client &client, const QString &text)
 {
     const QJsonObject request = QJsonDocument::fromJson(text.toUtf8()).object();
     const QString method = request.value(u"method").toString();
     QJsonObject reply{{QStringLiteral("jsonrpc"), QStringLiteral("2.0")},
                       {QStringLiteral("id"), request.value(u"id")}};
-    if (method == u"server.connection.identify") {
-        reply.insert(QStringLiteral("result"), QJsonObject{{QStringLiteral("connection_id"), 1}});
-    } else if (method == u"server.info") {
-        reply.insert(QStringLiteral("result"),
-                     QJsonObject{{QStringLiteral("klippy_connected"), klippyReady()},
-                                 {QStringLiteral("klippy_state"),
-                                  klippyReady() ? QStringLiteral("ready")
-                                                : QStringLiteral("startup")}});
-    } else if (method == u"printer.objects.subscribe" && klippyReady()) {
-        for (Client &client : m_clients)
-            client.subscribed = client.subscribed || client.socket == socket;
-        reply.insert(QStringLiteral("result"),
-                     QJsonObject{{QStringLiteral("eventtime"), m_clock.elapsed() / 1000.0},
-                                 {QStringLiteral("status"), objects()}});
-    } else {
-        reply.insert(QStringLiteral("error"),
-                     QJsonObject{{QStringLiteral("code"), -32601},
-                                 {QStringLiteral("message"), QStringLiteral("Method not found")}});
+    const QJsonValue key = request.value(u"params").toObject().value(u"api_key");
+    if (!client.authorized && method == u"server.connection.identify" && key.isString()) {
+        client.authorized = key.toString().toUtf8() == m_apiKey;
+        if (!client.authorized) {
+            reply.insert(QStringLiteral("error"), rpcError(-32602, QStringLiteral("Invalid API Key")));
+            client.socket->sendTextMessage(frame(reply));
+            return;
+        }
     }
-    socket->sendTextMessage(frame(reply));
+    const QJsonObject answer = client.authorized
+                                   ? answerAuthorized(client, method)
+                                   : QJsonObject{{QStringLiteral("error"),
+                                                  rpcError(-32602, QStringLiteral("Unauthorized"))}};
+    for (auto field = answer.begin(); field != answer.end(); ++field)
+        reply.insert(field.key(), field.value());
+    client.socket->sendTextMessage(frame(reply));
+}
+
+QJsonObject DemoKlipper::answerAuthorized(Client &client, const QString &method)
+{
+    if (method == u"server.connection.identify")
+        return {{QStringLiteral("result"), QJsonObject{{QStringLiteral("connection_id"), 1}}}};
+    if (method == u"server.info") {
+        const QString state = !klippyReady()         ? QStringLiteral("startup")
+                              : m_shutdown.isValid() ? QStringLiteral("shutdown")
+                                                     : QStringLiteral("ready");
+        return {{QStringLiteral("result"),
+                 QJsonObject{{QStringLiteral("klippy_connected"), klippyReady()},
+                             {QStringLiteral("klippy_state"), state}}}};
+    }
+    if (method == u"printer.objects.subscribe" && klippyReady()) {
+        client.subscribed = true;
+        return {{QStringLiteral("result"),
+                 QJsonObject{{QStringLiteral("eventtime"), m_clock.elapsed() / 1000.0},
+                             {QStringLiteral("status"), objects()}}}};
+    }
+    return {{QStringLiteral("error"), rpcError(-32601, QStringLiteral("Method not found"))}};
 }
 
 void DemoKlipper::notifyAll(const QString &method, const QJsonArray &params, bool subscribedOnly)
@@ -131,8 +175,32 @@ void DemoKlipper::notifyAll(const QString &method, const QJsonArray &params, boo
 }
 
 // Four times a second: the print goes on, and whoever subscribed hears of it.
+void DemoKlipper::shutDown()
+{
+    m_shutdown.start();
+    notifyAll(QStringLiteral("notify_status_update"), {objects(), m_clock.elapsed() / 1000.0},
+              true);
+    notifyAll(QStringLiteral("notify_klippy_shutdown"), {}, false);
+}
+
+// As FIRMWARE_RESTART does: Klipper goes away, and comes back without the print it stopped.
+void DemoKlipper::restartFirmware()
+{
+    m_shutdown.invalidate();
+    m_state = QStringLiteral("standby");
+    m_down.start();
+    for (Client &client : m_clients)
+        client.subscribed = false; // the host forgets every subscription
+    notifyAll(QStringLiteral("notify_klippy_disconnected"), {}, false);
+}
+
 void DemoKlipper::tick()
 {
+    if (m_shutdown.isValid()) {
+        if (m_shutdown.elapsed() >= shutdownMs)
+            restartFirmware();
+        return;
+    }
     const double seconds = m_clock.elapsed() / 1000.0;
     const QString before = m_state;
     if (m_state == u"printing") {
@@ -141,6 +209,11 @@ void DemoKlipper::tick()
             m_state = QStringLiteral("error");
         else if (m_progress >= 1.0)
             m_state = QStringLiteral("complete");
+        if (m_fault == KlipperFault::shutdown && !m_restarted && m_progress >= 1.0 / 3) {
+            m_restarted = true;
+            shutDown();
+            return;
+        }
         if (m_fault == KlipperFault::restart && !m_restarted && m_progress >= 1.0 / 3) {
             m_restarted = true;
             m_down.start();
@@ -166,10 +239,21 @@ void DemoKlipper::tick()
     notifyAll(QStringLiteral("notify_status_update"), {objects(), seconds}, true);
 }
 
+std::optional<HttpReply> DemoKlipper::refusal(const HttpRequest &request) const
+{
+    if (m_apiKey.isEmpty() || request.headers.value("x-api-key") == m_apiKey)
+        return std::nullopt;
+    return HttpReply{.statusLine = "HTTP/1.1 401 Unauthorized",
+                     .contentType = "application/json",
+                     .body = R"({"error": {"code": 401, "message": "Unauthorized"}})"};
+}
+
 HttpReply DemoKlipper::metadata(const HttpRequest &request) const
 {
-    const QUrlQuery query(QUrl(QString::fromUtf8(request.path)).query());
-    if (query.queryItemValue(QStringLiteral("filename")) != file)
+    // Decoded as the host's web framework decodes a query: "+" is a blank.
+    const QByteArray query = QUrl(QString::fromUtf8(request.path)).query(QUrl::FullyEncoded).toUtf8();
+    const QUrlQuery fields(QString::fromUtf8(QByteArray(query).replace('+', ' ')));
+    if (fields.queryItemValue(QStringLiteral("filename"), QUrl::FullyDecoded) != file)
         return HttpReply::status("HTTP/1.1 404 Not Found");
     const QJsonObject result{{QStringLiteral("filename"), file},
                              {QStringLiteral("estimated_time"), m_printLength * 1.1},

@@ -11,6 +11,7 @@
 #include <QWebSocketServer>
 
 #include <chrono>
+#include <optional>
 
 class QWebSocket;
 
@@ -23,32 +24,43 @@ enum class KlipperFault
     restart,    // Klipper goes away for 5 s a third of the way in, and comes back
     printError, // the print fails half way
     idle,       // no print at all: Klipper stands by
+    shutdown,   // Klipper shuts down a third of the way in, and restarts its firmware 10 s later
 };
 
 // A printer host's status API on the demo printer's own address: JSON-RPC over the websocket at
 // /websocket (identify, server.info, printer.objects.subscribe and its status updates, four a
 // second while printing) and the file metadata at /server/files/metadata. It prints one file
 // over and over: a print of the given length with layers, then a pause in standby.
+//
+// With an API key it trusts no one, as a host does for clients outside its trusted networks:
+// every call answers "Unauthorized" unless the handshake or the introduction brought the key,
+// and every HTTP call of the API answers 401 without it.
 class DemoKlipper : public QObject
 {
     Q_OBJECT
 
 public:
     DemoKlipper(LoopbackHttpServer &printer, std::chrono::seconds printLength, KlipperFault fault,
-                QObject *parent = nullptr);
+                QByteArray apiKey, QObject *parent = nullptr);
 
     // GET /server/files/metadata?filename=…
     HttpReply metadata(const HttpRequest &request) const;
+    // The API's HTTP calls: none when the request brought the key, else the host's 401.
+    std::optional<HttpReply> refusal(const HttpRequest &request) const;
 
 private:
     struct Client
     {
         QWebSocket *socket;
         bool subscribed = false;
+        bool authorized = false;
     };
 
     void accept();
-    void answer(QWebSocket *socket, const QString &frame);
+    void answer(Client &client, const QString &frame);
+    QJsonObject answerAuthorized(Client &client, const QString &method);
+    void shutDown();
+    void restartFirmware();
     void tick();
     QJsonObject objects() const;
     void notifyAll(const QString &method, const QJsonArray &params, bool subscribedOnly);
@@ -58,11 +70,13 @@ private:
     QList<Client> m_clients;
     const double m_printLength;
     const KlipperFault m_fault;
+    const QByteArray m_apiKey;
     QElapsedTimer m_clock; // since the current print, or the pause after it, began
     QString m_state = QStringLiteral("printing");
     double m_progress = 0;
     bool m_restarted = false;
-    QElapsedTimer m_down; // while Klipper is away
+    QElapsedTimer m_down;     // while Klipper is away
+    QElapsedTimer m_shutdown; // while Klipper stands shut down
     QTimer m_tick;
 };
 

@@ -149,7 +149,7 @@ int main(int argc, char *argv[])
     const QCommandLineOption faultOption(
         QStringLiteral("fault"),
         QStringLiteral("Lässt eine Kamera scheitern, z. B. 2=404 (404, html, truncated, stall,"
-                       " nolength), oder den Druck: klippy-restart, print-error, idle."),
+                       " nolength), oder den Druck: klippy-restart, shutdown, print-error, idle."),
         QStringLiteral("kamera=fehler"));
     const QCommandLineOption printOption(
         QStringLiteral("print-seconds"),
@@ -165,6 +165,12 @@ int main(int argc, char *argv[])
         QStringLiteral("fps"),
         QStringLiteral("Bilder pro Sekunde der MJPEG-Streams (Vorgabe 15, höchstens 60)."),
         QStringLiteral("bilder"), QStringLiteral("15"));
+    const QCommandLineOption keyOption(
+        QStringLiteral("api-key"),
+        QStringLiteral("Die API verlangt diesen Schlüssel (X-Api-Key), wie ein Drucker-Host\n"
+                       "von Rechnern außerhalb seiner vertrauten Netze."),
+        QStringLiteral("schlüssel"));
+    commandLine.addOption(keyOption);
     commandLine.addOption(bootOption);
     commandLine.addOption(fpsOption);
     commandLine.addOption(printOption);
@@ -201,7 +207,8 @@ int main(int argc, char *argv[])
         static const QHash<QString, kestrel::demo::KlipperFault> klipperFaults{
             {QStringLiteral("klippy-restart"), kestrel::demo::KlipperFault::restart},
             {QStringLiteral("print-error"), kestrel::demo::KlipperFault::printError},
-            {QStringLiteral("idle"), kestrel::demo::KlipperFault::idle}};
+            {QStringLiteral("idle"), kestrel::demo::KlipperFault::idle},
+            {QStringLiteral("shutdown"), kestrel::demo::KlipperFault::shutdown}};
         if (klipperFaults.contains(text)) {
             klipperFault = klipperFaults.value(text);
             continue;
@@ -225,8 +232,13 @@ int main(int argc, char *argv[])
         return 2;
     }
     kestrel::LoopbackHttpServer server(nullptr, quint16(port));
-    kestrel::demo::DemoKlipper klipper(server, std::chrono::seconds(printSeconds), klipperFault);
+    kestrel::demo::DemoKlipper klipper(server, std::chrono::seconds(printSeconds), klipperFault,
+                                       commandLine.value(keyOption).toUtf8());
     server.setHandler([&](const HttpRequest &request) {
+        if (request.path.startsWith("/server/")) {
+            if (const auto refused = klipper.refusal(request))
+                return *refused;
+        }
         if (request.path.startsWith("/server/files/metadata?"))
             return klipper.metadata(request);
         if (request.path == "/")
