@@ -212,6 +212,9 @@ void SettingsTest::fileIsWrittenLateAndKeepsWhatItCannotRead()
         QVERIFY(!QFile::exists(path));
         QTRY_COMPARE_WITH_TIMEOUT(stored(), (QVariantMap{{u"printerIP"_s, u"127.0.0.1"_s}}), 20000);
     }
+    // It may hold an API key: only its owner reads it, also where an older file let others.
+    const auto ownerOnly = QFileDevice::ReadOwner | QFileDevice::WriteOwner;
+    QCOMPARE(QFile::permissions(path) & ~(QFileDevice::ReadUser | QFileDevice::WriteUser), ownerOnly);
 
     // Larger than any settings file Kestrel writes: not even read.
     const QByteArray oversized = R"({"a": ")" + QByteArray(17 << 20, 'x') + R"("})";
@@ -226,6 +229,10 @@ void SettingsTest::fileIsWrittenLateAndKeepsWhatItCannotRead()
         store.flush();
         QCOMPARE(readBytes(path + u".corrupt"_s), oversized);
         QCOMPARE(stored(), (QVariantMap{{u"alwaysOnTop"_s, onTop}}));
+        QCOMPARE(QFile::permissions(path) & ~(QFileDevice::ReadUser | QFileDevice::WriteUser),
+                 ownerOnly);
+        QVERIFY(QFile::setPermissions(path, ownerOnly | QFileDevice::ReadGroup |
+                                                QFileDevice::ReadOther));
     }
 }
 
@@ -255,15 +262,23 @@ void SettingsTest::camerasAreTakenOverFromThePrinter_data()
                "customSnapshotPaths": {"1": "/webcam/?action=snapshot", "3": "/webcam3/snap.jpg"},
                "cameraRotations": {}, "cameraMirroring": {"3": "horizontal"},
                "cameraStreamPaths": {"1": "/webcam/?action=stream"}})");
-    QTest::newRow("WebRTC stays with snapshots")
+    QTest::newRow("WebRTC's MJPEG beside it")
         << HttpReply::content("application/json", R"({"result": {"webcams": [
-               {"name": "Oben", "snapshot_url": "/webcam/?action=snapshot",
-                "stream_url": "/webcam/webrtc", "service": "webrtc-camerastreamer"}]}})")
-        << u"Vom Drucker übernommen: Übersichtscam: „Oben“, /webcam/?action=snapshot, 0°\n"
-           u"Übersichtscam: Dienst webrtc-camerastreamer, zeigt Einzelbilder"_s
-        << QByteArray(R"({"customCameraNames": {"1": "Oben"}, "cameraRotations": {},
-               "customSnapshotPaths": {"1": "/webcam/?action=snapshot"}, "cameraMirroring": {},
-               "cameraStreamPaths": {}})");
+               {"name": "Oben", "snapshot_url": "/webcam/snapshot",
+                "stream_url": "http://PRINTER/webcam/webrtc", "service": "webrtc-camerastreamer"},
+               {"name": "HLS", "snapshot_url": "/webcam2/snapshot", "stream_url": "/webcam2/hls",
+                "service": "hlsstream"}]}})")
+        << u"Vom Drucker übernommen: Übersichtscam: „Oben“, /webcam/stream, Live-Stream, 0°; "
+           u"Düsencam: „HLS“, /webcam2/snapshot, 0°\n"
+           u"Düsencam: Dienst hlsstream, zeigt Einzelbilder"_s
+        << QByteArray(R"({"customCameraNames": {"1": "Oben", "2": "HLS"}, "cameraRotations": {},
+               "customSnapshotPaths": {"1": "/webcam/snapshot", "2": "/webcam2/snapshot"},
+               "cameraMirroring": {}, "cameraStreamPaths": {"1": "/webcam/stream"}})");
+    QTest::newRow("key refused")
+        << HttpReply{.statusLine = "HTTP/1.1 401 Unauthorized", .contentType = "application/json",
+                     .body = R"({"error": {"code": 401, "message": "Unauthorized"}})"}
+        << u"Nicht autorisiert – API-Schlüssel in den Einstellungen eintragen"_s
+        << QByteArray("{}");
     QTest::newRow("only another host")
         << HttpReply::content("application/json", R"({"result": {"webcams": [
                {"name": "Oben", "snapshot_url": "http://10.1.1.1/snap.jpg"}]}})")
@@ -304,7 +319,9 @@ void SettingsTest::camerasAreTakenOverFromThePrinter()
     LoopbackHttpServer printer;
     reply.body.replace("PRINTER", printer.address().toUtf8());
     printer.setReply(reply);
-    MemoryKeyValueStore store({{u"printerIP"_s, printer.address()}});
+    // A key with a quote and a backslash, as curl's configuration must escape them.
+    MemoryKeyValueStore store(
+        {{u"printerIP"_s, printer.address()}, {u"printerApiKey"_s, u"k\"e\\y \n"_s}});
     AppSettings settings(store);
     QVariantMap expected = store.values();
     expected.insert(json(changed).toMap());
@@ -317,6 +334,7 @@ void SettingsTest::camerasAreTakenOverFromThePrinter()
     QVERIFY(finished.wait(20000));
     QCOMPARE(watcher.result().message(), shown);
     QCOMPARE(printer.requests().constLast().path, QByteArray("/server/webcams/list"));
+    QCOMPARE(printer.requests().constLast().headers.value("x-api-key"), QByteArray("k\"e\\y"));
     // Growth, not the whole: a sanitized build starts far higher.
     const qint64 growth = residentMb("VmHWM") - residentBefore;
     QVERIFY2(growth < 50, qPrintable(u"%1 MB more at the peak"_s.arg(growth)));

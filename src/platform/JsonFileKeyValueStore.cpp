@@ -100,6 +100,8 @@ void JsonFileKeyValueStore::write()
     QSaveFile file(m_filePath);
     if (!file.open(QIODevice::WriteOnly))
         return;
+    // It holds the printer's API key: only its owner may read it, whatever the file before let.
+    file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
     file.write(
         QJsonDocument(QJsonObject::fromVariantMap(m_values)).toJson(QJsonDocument::Indented));
     file.commit();

@@ -174,6 +174,13 @@ QWidget *SettingsView::printerSection()
     m_printerIP = boundField(tr("IP-Adresse"), form,
                              [this](const QString &text) { m_settings.setPrinterIP(text); });
     form->addRow(QString(), secondaryText(tr("Beispiel: ") + AppSettings::defaultPrinterIP(), box));
+    m_apiKey = boundField(tr("API-Schlüssel"), form,
+                          [this](const QString &text) { m_settings.setPrinterApiKey(text); });
+    m_apiKey->setEchoMode(QLineEdit::Password);
+    m_apiKey->setAccessibleName(tr("API-Schlüssel"));
+    form->addRow(QString(), secondaryText(tr("Nur für Drucker-Hosts, die Kestrel sonst nicht "
+                                             "vertrauen"),
+                                          box));
     m_alwaysOnTop = new QCheckBox(tr("Fenster immer oben halten"), box);
     connect(m_alwaysOnTop, &QCheckBox::toggled, this,
             [this](bool on) { m_settings.setAlwaysOnTop(on); });
@@ -324,6 +331,7 @@ QWidget *SettingsView::homeKitSection()
 void SettingsView::refresh()
 {
     showValue(m_printerIP, m_settings.printerIP());
+    showValue(m_apiKey, m_settings.printerApiKey());
     for (const auto &[box, on] : {std::pair{m_alwaysOnTop, m_settings.alwaysOnTop()},
                                   {m_notifyPrintEvents, m_settings.notifyPrintEvents()}}) {
         const QSignalBlocker blocker(box); // showing a value is no assignment

@@ -62,6 +62,7 @@ private:
     AppSettings &m_settings;
     HomeKitManager &m_homeKitManager;
     QLineEdit *m_printerIP = nullptr;
+    QLineEdit *m_apiKey = nullptr;
     QCheckBox *m_alwaysOnTop = nullptr;
     QCheckBox *m_notifyPrintEvents = nullptr;
     QCheckBox *m_autostart = nullptr; // only where desktops read an autostart folder
