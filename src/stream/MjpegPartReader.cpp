@@ -17,17 +17,34 @@ std::optional<QByteArray> mjpegBoundary(QByteArrayView contentType)
         QByteArray boundary = field.mid(equals + 1).trimmed();
         if (boundary.size() >= 2 && boundary.startsWith('"') && boundary.endsWith('"'))
             boundary = boundary.mid(1, boundary.size() - 2);
-        if (boundary.startsWith("--"))
-            boundary.remove(0, 2);
-        if (!boundary.isEmpty())
+        while (boundary.startsWith('-'))
+            boundary.remove(0, 1);
+        if (!boundary.isEmpty() && boundary.size() <= MjpegPartReader::longestBoundary)
             return boundary;
     }
     return std::nullopt;
 }
 
 MjpegPartReader::MjpegPartReader(QByteArray boundary, qsizetype largestPart)
-    : m_delimiter("--" + boundary), m_largestPart(largestPart)
+    : m_boundary(std::move(boundary)), m_largestPart(largestPart)
 {}
+
+// Each place the boundary stands is looked back from: at least two dashes before it, and before
+// them the start of a line. The walks back never overlap, so a search stays linear.
+std::optional<MjpegPartReader::Delimiter> MjpegPartReader::findDelimiter() const
+{
+    qsizetype at = std::max<qsizetype>(0, m_searched - m_boundary.size() + 1);
+    while ((at = m_buffer.indexOf(m_boundary, at)) >= 0) {
+        qsizetype dashes = at;
+        while (dashes > 0 && at - dashes <= longestBoundary && m_buffer[dashes - 1] == '-')
+            --dashes;
+        const bool lineStart = dashes == 0 ? m_bufferStartsLine : m_buffer[dashes - 1] == '\n';
+        if (at - dashes >= 2 && at - dashes <= longestBoundary && lineStart)
+            return Delimiter{dashes, at + m_boundary.size()};
+        at += m_boundary.size();
+    }
+    return std::nullopt;
+}
 
 std::optional<QByteArray> MjpegPartReader::feed(QByteArrayView bytes)
 {
@@ -65,17 +82,25 @@ bool MjpegPartReader::step(std::optional<QByteArray> &finished)
     return false;
 }
 
-// Whatever comes before a boundary is no picture; only the bytes that could start one are kept.
+// Whatever comes before a boundary is no picture; only the last line, which may yet become a
+// delimiter, is kept, and not even that once it grows longer than any header.
 bool MjpegPartReader::seekBoundary()
 {
-    const qsizetype from = std::max<qsizetype>(0, m_searched - m_delimiter.size() + 1);
-    const qsizetype at = m_buffer.indexOf(m_delimiter, from);
-    if (at < 0) {
-        m_buffer = m_buffer.right(m_delimiter.size() - 1);
+    const auto delimiter = findDelimiter();
+    if (!delimiter) {
+        const qsizetype lastLine = m_buffer.lastIndexOf('\n') + 1;
+        if (lastLine > 0) {
+            m_buffer.remove(0, lastLine);
+            m_bufferStartsLine = true;
+        }
+        if (m_buffer.size() > largestHeaders) {
+            m_buffer.clear();
+            m_bufferStartsLine = false;
+        }
         m_searched = m_buffer.size();
         return false;
     }
-    m_buffer.remove(0, at + m_delimiter.size());
+    m_buffer.remove(0, delimiter->end);
     m_searched = 0;
     m_state = State::endOfBoundaryLine;
     return true;
@@ -120,6 +145,7 @@ bool MjpegPartReader::readHeaders()
         return false;
     }
     m_searched = 0;
+    m_bufferStartsLine = true;
     m_state = State::body;
     return true;
 }
@@ -133,18 +159,18 @@ bool MjpegPartReader::readBody(std::optional<QByteArray> &finished)
             finished = m_buffer.left(*m_length);
         m_buffer.remove(0, *m_length);
         m_searched = 0;
+        m_bufferStartsLine = true; // some streamers put the next boundary right after the picture
         m_state = State::seekingBoundary;
         return true;
     }
-    const qsizetype from = std::max<qsizetype>(0, m_searched - m_delimiter.size() + 1);
-    const qsizetype at = m_buffer.indexOf(m_delimiter, from);
-    if (at < 0) {
+    const auto delimiter = findDelimiter();
+    if (!delimiter) {
         m_searched = m_buffer.size();
         if (m_buffer.size() > m_largestPart + 2) // the part and its line break
             fail(Problem::partTooLarge);
         return false;
     }
-    QByteArray part = m_buffer.left(at);
+    QByteArray part = m_buffer.left(delimiter->start);
     // The line break before the boundary belongs to the boundary, not to the picture.
     if (part.endsWith('\n'))
         part.chop(part.endsWith("\r\n") ? 2 : 1);
@@ -154,7 +180,7 @@ bool MjpegPartReader::readBody(std::optional<QByteArray> &finished)
     }
     if (!part.isEmpty())
         finished = std::move(part);
-    m_buffer.remove(0, at + m_delimiter.size());
+    m_buffer.remove(0, delimiter->end);
     m_searched = 0;
     m_state = State::endOfBoundaryLine;
     return true;

@@ -79,6 +79,10 @@ void MjpegStreamReader::connectToStream()
                          QNetworkRequest::AlwaysNetwork);
     request.setAttribute(QNetworkRequest::CacheSaveControlAttribute, false);
     request.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
+    // Web servers redirect streamer paths ("/webcam?action=stream" to "/webcam/?action=stream");
+    // only the same host is followed, as for every other request of ours.
+    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
+                         QNetworkRequest::SameOriginRedirectPolicy);
     m_reply = m_network->get(request);
     connect(m_reply, &QNetworkReply::metaDataChanged, this, &MjpegStreamReader::readHeaders);
     connect(m_reply, &QNetworkReply::readyRead, this, &MjpegStreamReader::readBody);
@@ -93,6 +97,8 @@ void MjpegStreamReader::readHeaders()
     const int status = m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
     if (status == 0)
         return; // no answer yet
+    if (status / 100 == 3)
+        return; // a redirect's own headers: the stream's follow, or the end if it goes elsewhere
     if (status != 200) {
         fail(tr("HTTP-Status %1").arg(status));
         return;
@@ -122,18 +128,19 @@ void MjpegStreamReader::readBody()
     case MjpegPartReader::Problem::none:
         break;
     }
-    if (part) {
-        m_stall.start();
+    if (part)
         decode(std::move(*part));
-    }
 }
 
 void MjpegStreamReader::connectionEnded()
 {
-    const QString reason = m_reply->error() == QNetworkReply::NoError
-                               ? tr("Stream vom Host beendet")
-                               : m_reply->errorString();
-    fail(reason);
+    const int status = m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    if (status / 100 == 3)
+        fail(tr("HTTP-Status %1").arg(status)); // a redirect to another host, or to nowhere
+    else if (m_reply->error() == QNetworkReply::NoError)
+        fail(tr("Stream vom Host beendet"));
+    else
+        fail(m_reply->errorString());
 }
 
 // Newest first: a part that arrives while another is decoded replaces any that waited.
@@ -150,6 +157,9 @@ void MjpegStreamReader::decode(QByteArray part)
                 watcher->deleteLater();
                 m_decoding = false;
                 if (generation == m_generation) {
+                    // Pictures decoded, not parts received, keep the stream alive: a stream the
+                    // machine is too busy to decode is as stalled as a silent one.
+                    m_stall.start();
                     if (const std::optional<QImage> image = watcher->result()) {
                         m_failures = 0;
                         publishPicture(*image);

@@ -29,7 +29,7 @@ struct StreamTimings
 // first address is used.
 //
 // A broken stream (no such stream, a part too large, endless headers, the connection lost, no
-// whole picture for the stall time) shows its failure over the last picture and is tried again
+// picture decoded for the stall time) shows its failure over the last picture and is tried again
 // after 1 s, 2 s, then every 5 s, but only while the window is shown.
 class MjpegStreamReader : public PictureSource
 {

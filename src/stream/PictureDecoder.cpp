@@ -32,7 +32,7 @@ QThreadPool &decodingThreads()
 {
     static QThreadPool *pool = [] {
         auto *threads = new QThreadPool(qApp);
-        threads->setThreadPriority(QThread::IdlePriority);
+        threads->setMaxThreadCount(std::max(1, QThread::idealThreadCount() - 1));
         return threads;
     }();
     return *pool;

@@ -26,9 +26,10 @@ struct DecodeTarget
 // that are no whole picture (a JPEG cut short included). Safe on any thread.
 std::optional<QImage> decodePicture(QIODevice &device, const DecodeTarget &target);
 
-// The threads that decode pictures. They run at idle priority: on a small machine with three
-// cameras, the GUI thread must never wait for a decode, and a picture that waits is soon
-// replaced by a newer one anyway.
+// The threads that decode pictures: one core fewer than the machine has, so that the GUI thread
+// always finds one free, and a picture that waits is soon replaced by a newer one anyway. They
+// run at normal priority: a busy machine (a slicer, a compiler) must slow the pictures down, not
+// stop them.
 QThreadPool &decodingThreads();
 
 } // namespace kestrel

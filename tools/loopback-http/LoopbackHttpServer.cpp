@@ -160,7 +160,7 @@ void LoopbackHttpServer::answer(QTcpSocket *socket, const HttpRequest &request,
                                 const HttpReply &reply)
 {
     QByteArray head = reply.statusLine + "\r\n";
-    head += "Content-Type: " + reply.contentType + "\r\n";
+    head += "Content-Type: " + reply.contentType + "\r\n" + reply.headers;
     const qsizetype length = reply.declaredLength >= 0 ? reply.declaredLength : reply.body.size();
     if (!reply.pieces)
         head += "Content-Length: " + QByteArray::number(length) + "\r\n";

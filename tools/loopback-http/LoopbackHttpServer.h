@@ -38,6 +38,7 @@ struct HttpReply
     Action action = Action::answer;
     QByteArray statusLine = "HTTP/1.1 200 OK";
     QByteArray contentType = "text/html";
+    QByteArray headers; // more header lines, each ended by "\r\n" (Location, …)
     QByteArray body;
     qsizetype declaredLength = -1;      // Content-Length to announce; -1 for the body's size
     bool stallAfterBody = false;        // keep the connection open instead of closing it
