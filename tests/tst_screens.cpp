@@ -37,6 +37,7 @@
 #include <QScrollArea>
 #include <QSignalSpy>
 #include <QStyle>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QToolButton>
 
@@ -236,14 +237,38 @@ void ScreensTest::settingsWindowStoresAtOnceAndAsksBeforePowerOff()
 
     // "Beim Anmelden starten" is the autostart entry itself: ticked, Kestrel starts into the
     // tray at login; the box shows the entry as it is, also one made or removed elsewhere.
+    // It names this very program: by its path, unless the PATH finds it as "kestrel".
     QCheckBox *atLogin = childWithText<QCheckBox>(&view, u"Beim Anmelden starten"_s);
-    atLogin->click();
     QFile entry(config.filePath(u"autostart/kestrel.desktop"_s));
-    QVERIFY(entry.open(QIODevice::ReadOnly));
-    QVERIFY(entry.readAll().contains("\nExec=kestrel --hidden\n"));
-    entry.close();
+    const auto written = [&] {
+        entry.open(QIODevice::ReadOnly);
+        const QByteArray text = entry.readAll();
+        entry.close();
+        return text;
+    };
+    atLogin->click();
+    QVERIFY(written().contains("\nExec=" + QCoreApplication::applicationFilePath().toUtf8() +
+                               " --hidden\n"));
     atLogin->click();
     QVERIFY(!entry.exists() && !atLogin->isChecked());
+    QTemporaryDir bin;
+    QVERIFY(QFile::link(QCoreApplication::applicationFilePath(), bin.filePath(u"kestrel"_s)));
+    const QByteArray path = qgetenv("PATH");
+    qputenv("PATH", bin.path().toUtf8() + ':' + path);
+    atLogin->click();
+    qputenv("PATH", path);
+    QVERIFY(written().contains("\nExec=kestrel --hidden\n"));
+    // One the desktop switched off counts as off, and ticking the box switches it on again.
+    for (const QByteArray off : {"Hidden=true", "X-GNOME-Autostart-enabled=false"}) {
+        view.hide();
+        QVERIFY(entry.open(QIODevice::WriteOnly) &&
+                entry.write("[Desktop Entry]\nExec=kestrel\n" + off + "\n") > 0);
+        entry.close();
+        view.show();
+        QVERIFY(!atLogin->isChecked());
+        atLogin->click();
+        QVERIFY(atLogin->isChecked() && !written().contains(off));
+    }
     view.hide();
     QVERIFY(entry.open(QIODevice::WriteOnly) && entry.write("[Desktop Entry]\n") > 0);
     entry.close();

@@ -17,7 +17,9 @@
 #include <QAction>
 #include <QApplication>
 #include <QLibraryInfo>
+#include <QDeadlineTimer>
 #include <QMenuBar>
+#include <QTimer>
 
 namespace kestrel {
 
@@ -29,7 +31,8 @@ KestrelApp::QtGermanTexts::QtGermanTexts()
         QCoreApplication::installTranslator(this);
 }
 
-KestrelApp::KestrelApp(KeyValueStore &store, const ExternalTools &tools, StartMode mode)
+KestrelApp::KestrelApp(KeyValueStore &store, const ExternalTools &tools, StartMode mode,
+                       std::chrono::milliseconds trayWait)
     : m_settings(new AppSettings(store, this)),
       m_homeKitManager(new HomeKitManager(*m_settings, this, tools.shortcuts, tools.sceneRunner)),
       m_piStatusMonitor(
@@ -61,8 +64,31 @@ KestrelApp::KestrelApp(KeyValueStore &store, const ExternalTools &tools, StartMo
         new EventLoopProbe(this);
     if (QSystemTrayIcon::isSystemTrayAvailable())
         addTrayIcon();
-    if (mode == StartMode::shown || !m_tray)
+    else
+        waitForTray(mode, trayWait);
+    if (mode == StartMode::shown)
         m_mainWindow.show();
+}
+
+// The icon goes into the tray as soon as there is one. Started into the tray, Kestrel shows its
+// main window only once none has come in time: without one, nothing would lead back to Kestrel.
+void KestrelApp::waitForTray(StartMode mode, std::chrono::milliseconds wait)
+{
+    auto *poll = new QTimer(this);
+    poll->setInterval(250);
+    connect(poll, &QTimer::timeout, this, [this, poll, mode, deadline = QDeadlineTimer(wait)] {
+        if (QSystemTrayIcon::isSystemTrayAvailable()) {
+            poll->stop();
+            poll->deleteLater();
+            addTrayIcon();
+        } else if (deadline.hasExpired()) {
+            poll->stop();
+            poll->deleteLater();
+            if (mode == StartMode::toTray)
+                m_mainWindow.show();
+        }
+    });
+    poll->start();
 }
 
 // Children go in the order they came, settings first; the windows, which work with all the
@@ -135,9 +161,11 @@ void KestrelApp::closeCameraWindowsForQuit()
     m_windowCoordinator->closeAllWindows();
 }
 
+// Whatever it was before it went (maximised, full screen), but no longer minimised.
 void KestrelApp::bringToFront()
 {
-    m_mainWindow.showNormal();
+    m_mainWindow.setWindowState(m_mainWindow.windowState() & ~Qt::WindowMinimized);
+    m_mainWindow.show();
     m_mainWindow.raise();
     m_mainWindow.activateWindow();
 }

@@ -9,6 +9,8 @@
 #include <QPointer>
 #include <QTranslator>
 
+#include <chrono>
+
 namespace kestrel {
 
 class AppSettings;
@@ -40,8 +42,13 @@ public:
         toTray
     };
 
+    // At login the panel with its tray often comes up after the programs it starts: for this
+    // long Kestrel waits for a tray before it shows the main window after all.
+    static constexpr std::chrono::milliseconds defaultTrayWait{30'000};
+
     explicit KestrelApp(KeyValueStore &store, const ExternalTools &tools = {},
-                        StartMode mode = StartMode::shown);
+                        StartMode mode = StartMode::shown,
+                        std::chrono::milliseconds trayWait = defaultTrayWait);
     ~KestrelApp() override;
 
     // The single settings window: made on first use, brought to the front after that.
@@ -67,6 +74,7 @@ protected:
 private:
     void addMenuCommands();
     void addTrayIcon();
+    void waitForTray(StartMode mode, std::chrono::milliseconds wait);
     void closeCameraWindowsForQuit();
 
     struct QtGermanTexts : QTranslator

@@ -12,6 +12,7 @@ namespace kestrel::autostart {
 inline const QString hiddenOption = QStringLiteral("hidden");
 
 QString entryPath();
+// An entry that the desktop switched off (Hidden=true) counts as none.
 bool isEnabled();
 // Writes or removes the entry; false when the file system refused.
 bool setEnabled(bool enabled);

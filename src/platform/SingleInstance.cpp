@@ -7,6 +7,7 @@
 #include <QLocalServer>
 #include <QLocalSocket>
 #include <QStandardPaths>
+#include <QThread>
 
 #include <unistd.h>
 
@@ -31,18 +32,39 @@ QString serverName()
 #endif
 }
 
+// Beside the socket, or in the temporary folder where the socket's name is no path.
+QString lockPath()
+{
+    const QString name = serverName();
+    return (QDir::isAbsolutePath(name) ? name : QDir::temp().filePath(name)) +
+           QStringLiteral(".lock");
+}
+
 } // namespace
 
-SingleInstance::SingleInstance(QObject *parent) : QObject(parent)
+SingleInstance::SingleInstance(QObject *parent)
+    : QObject(parent), m_lock(lockPath())
 {
-    QLocalSocket other;
-    other.connectToServer(serverName());
-    if (other.waitForConnected(1000)) {
-        other.write("show\n");
-        other.waitForBytesWritten(1000);
-        return;
+    // Two launches at once (a restored session and the autostart) would both find no socket and
+    // both listen. The lock decides which one is first; a Kestrel that crashed leaves a lock
+    // whose process is gone, which the next one takes over.
+    m_lock.setStaleLockTime(0);
+    if (!m_lock.tryLock(0)) {
+        // The first one may not listen yet: it is asked for a few seconds.
+        QLocalSocket other;
+        for (int attempt = 0; attempt < 20; ++attempt) {
+            other.connectToServer(serverName());
+            if (other.waitForConnected(250)) {
+                other.write("show\n");
+                other.waitForBytesWritten(1000);
+                return;
+            }
+            QThread::msleep(100);
+        }
+        if (!m_lock.tryLock(0))
+            return;
     }
-    // Nobody answers: any socket file left by a Kestrel that crashed is stale.
+    // First: any socket file left by a Kestrel that crashed is stale.
     QLocalServer::removeServer(serverName());
     m_server = new QLocalServer(this);
     m_server->setSocketOptions(QLocalServer::UserAccessOption);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <QLockFile>
 #include <QObject>
 
 class QLocalServer;
@@ -23,6 +24,7 @@ signals:
     void anotherLaunch();
 
 private:
+    QLockFile m_lock;
     QLocalServer *m_server = nullptr;
 };
 
