@@ -364,7 +364,7 @@ void PrinterTest::templatesSwitchTheirPlugs_data()
     QTest::addColumn<QString>("header"); // "name: value" the plug must receive, if any
     QTest::addColumn<QString>("body");
     QTest::addColumn<QString>("shown"); // action message, or the status text for a status scene
-    const QString done = u"Kurzbefehl \"Drucker\" ausgefuehrt"_s;
+    const QString done = u"Szene \"Drucker\" ausgefuehrt"_s; // the scene runner runs here
     for (const QStringList &row : test::tableRows(uR"(
 tasmota-an | PASSWORT='ge heim' | {"POWER":"ON"} | GET /cm?cmnd=Power%20On&user=admin&password=ge+heim | - | - | done
 tasmota-aus | - | {"POWER":"OFF"} | GET /cm?cmnd=Power%20Off&user=admin&password= | - | - | done
@@ -451,7 +451,7 @@ void PrinterTest::sceneRunnerRefusesAndExplains_data()
     row("-", touch, u"Szenenname „-"_s + dash, u"-"_s);
     row("newline", touch, u"Szenenname „a␊b“ enthält Steuerzeichen"_s, u"a\nb"_s);
     row("300 bytes", touch, u"Szenenname ist länger als 255 Bytes"_s, QString(300, u'a'));
-    row("empty", touch, u"Kein Kurzbefehls-Name eingetragen"_s, QString());
+    row("empty", touch, u"Kein Szenen-Name eingetragen"_s, QString());
     row("missing", QString(),
         u"Szene „Drucker an“ fehlt: %1/Drucker an ist keine ausführbare Datei"_s);
     row("not executable", touch,
@@ -460,7 +460,7 @@ void PrinterTest::sceneRunnerRefusesAndExplains_data()
         u"Drucker an"_s, false);
     row("hangs", u"#!/bin/sh\nsleep 60\n"_s,
         u"Szene „Drucker an“ lief länger als 0,3 Sekunden und wurde abgebrochen"_s);
-    row("exit 1, silent", u"#!/bin/sh\nexit 1\n"_s, u"Kurzbefehl fehlgeschlagen (1)"_s);
+    row("exit 1, silent", u"#!/bin/sh\nexit 1\n"_s, u"Szene fehlgeschlagen (1)"_s);
     row("says why", u"#!/bin/sh\necho ' Steckdose antwortet nicht' >&2; exit 3\n"_s,
         u"Steckdose antwortet nicht"_s);
 }

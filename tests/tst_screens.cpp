@@ -26,6 +26,7 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDesktopServices>
+#include <QGroupBox>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
@@ -295,6 +296,17 @@ void ScreensTest::settingsWindowStoresAtOnceAndAsksBeforePowerOff()
     QVERIFY(QTest::qWaitForWindowActive(&view));
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
     QVERIFY(!view.isVisible());
+
+    // Without the shortcuts tool the scene runner switches the printer, and the section says so.
+    HomeKitManager scenes(app.settings, nullptr, u"/kein/shortcuts"_s, u"/bin/true"_s);
+    SettingsView sceneView(app.settings, scenes);
+    QStringList sections;
+    for (const QGroupBox *box : sceneView.findChildren<QGroupBox *>())
+        sections << box->title();
+    QVERIFY(sections.contains(u"Steckdose"_s) && !sections.contains(u"HomeKit"_s));
+    QVERIFY(childWithText(&sceneView, u"Status aktualisieren"_s));
+    QVERIFY(labelTexts(&sceneView).filter(u"Kurzbefehl"_s).isEmpty());
+    QVERIFY(labelTexts(&sceneView).contains(u"Status-Szene (optional)"_s));
 }
 
 // Every screen open at once, through the app as it starts: the main window in both of the host's
@@ -306,7 +318,8 @@ void ScreensTest::everyScreenShowsItsTextsWhole()
     MemoryKeyValueStore store({{u"selectedCameraIDs"_s, idList({1, 2})},
                                {u"printerIP"_s, environment.printer.address()},
                                {u"homeKitStatusShortcutName"_s, u"Status"_s},
-                               {u"customCameraNames"_s, QVariantMap{{u"2"_s, u"Düse"_s}}}});
+                               {u"customCameraNames"_s, QVariantMap{{u"2"_s, u"Düse"_s}}},
+                               {u"cameraStreamPaths"_s, QVariantMap{{u"1"_s, u"/live"_s}}}});
     KestrelApp app(store, {.shortcuts = environment.shortcuts.path()});
     QWidget &view = app.mainWindow();
     view.resize(680, 560);
@@ -320,6 +333,7 @@ void ScreensTest::everyScreenShowsItsTextsWhole()
         return childWithText<QLabel>(&view, text)->mapTo(&view, QPoint()).x();
     };
     QCOMPARE(left(u"1920x1080 • Proxy /webcam2/?action=snapshot"_s), left(u"Düse"_s));
+    QVERIFY(childWithText<QLabel>(&view, u"1280x960 • Live-Stream /live"_s)); // as its window says
 
     // The menu's "Einstellungen…" twice gives one window, whose changes reach the main window at
     // once; Qt's own texts in it speak German too.

@@ -2,6 +2,7 @@
 #include "power/HomeKitManager.h"
 
 #include "platform/ProcessRunner.h"
+#include "power/PowerWords.h"
 #include "power/StatusInterpretation.h"
 #include "settings/AppSettings.h"
 
@@ -43,6 +44,11 @@ bool HomeKitManager::canPowerOn() const
     return m_shortcutsAvailable && m_accessoryState.kind() != HomeKitAccessoryState::Kind::on;
 }
 
+const PowerWords &HomeKitManager::words() const
+{
+    return tool() == m_shortcutsPath ? PowerWords::shortcuts() : PowerWords::scenes();
+}
+
 void HomeKitManager::refreshStatus()
 {
     const quint64 query = ++m_query;
@@ -50,16 +56,13 @@ void HomeKitManager::refreshStatus()
     m_shortcutsAvailable = isExecutableFile(tool());
     emit shortcutsAvailableChanged(m_shortcutsAvailable);
     if (!m_shortcutsAvailable) {
-        setAccessoryState(HomeKitAccessoryState::unavailable(
-            QStringLiteral("Die macOS Kurzbefehle-CLI ist nicht verfuegbar")));
+        setAccessoryState(HomeKitAccessoryState::unavailable(words().toolMissing));
         return;
     }
 
     const QString name = m_settings.homeKitStatusShortcutName().trimmed();
     if (name.isEmpty()) {
-        setAccessoryState(HomeKitAccessoryState::unknown(
-            QStringLiteral("Kein Status-Kurzbefehl hinterlegt. Optional kann ein Kurzbefehl den "
-                           "Zustand von Ender als ein/aus zurueckgeben.")));
+        setAccessoryState(HomeKitAccessoryState::unknown(words().noStatus));
         return;
     }
 
@@ -67,7 +70,7 @@ void HomeKitManager::refreshStatus()
     executeShortcut(name).then(
         [this, self = QPointer(this), query](const ShortcutExecutionResult &result) {
             if (self && query == m_query)
-                setAccessoryState(interpretStatusResult(result));
+                setAccessoryState(interpretStatusResult(result, words()));
         });
 }
 
@@ -75,7 +78,7 @@ QFuture<void> HomeKitManager::runShortcut(const QString &name)
 {
     const QString trimmed = name.trimmed();
     if (trimmed.isEmpty()) {
-        setActionMessage(QStringLiteral("Kein Kurzbefehls-Name eingetragen"));
+        setActionMessage(words().noName);
         return QtFuture::makeReadyFuture();
     }
     return executeShortcut(trimmed).then([this, self = QPointer(this),
@@ -83,8 +86,7 @@ QFuture<void> HomeKitManager::runShortcut(const QString &name)
         if (!self)
             return;
         if (result.success) {
-            setActionMessage(QStringLiteral("Kurzbefehl \"") + trimmed +
-                             QStringLiteral("\" ausgefuehrt"));
+            setActionMessage(words().ran.arg(trimmed));
             refreshStatus();
         } else {
             setActionMessage(result.errorMessage.value_or(QStringLiteral("Unbekannter Fehler")));
@@ -97,7 +99,9 @@ QFuture<ShortcutExecutionResult> HomeKitManager::executeShortcut(const QString &
     const ProcessCommand command{.program = tool(),
                                  .arguments = {QStringLiteral("run"), name},
                                  .captureStandardOutput = true};
-    return runProcess(command, this).then(shortcutResultFromProcess);
+    return runProcess(command, this).then([&words = words()](const ProcessResult &process) {
+        return shortcutResultFromProcess(process, words);
+    });
 }
 
 // Asked afresh for every run, so a tool that appears or goes while Kestrel runs is noticed. With

@@ -12,6 +12,7 @@
 namespace kestrel {
 
 class AppSettings;
+struct PowerWords;
 
 // Switches the printer through named shortcuts and keeps its power state, as an optional status
 // shortcut reports it. Every failure ends up as a German text in accessoryState or actionMessage.
@@ -35,6 +36,8 @@ public:
     bool shortcutsAvailable() const { return m_shortcutsAvailable; }
     // Whether offering to switch the printer on makes sense.
     bool canPowerOn() const;
+    // The words for what runs: shortcuts, or (without the shortcuts tool) scenes.
+    const PowerWords &words() const;
 
     // Checks for the tool and starts a new status query; the answer of any earlier query that
     // is still running is dropped when it arrives.

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "power/StatusInterpretation.h"
 
+#include "power/PowerWords.h"
+
 #include <QCoreApplication>
 
 #include <algorithm>
@@ -36,7 +38,8 @@ bool containsAny(const QStringList &words, std::initializer_list<QStringView> wa
 
 } // namespace
 
-ShortcutExecutionResult shortcutResultFromProcess(const ProcessResult &process)
+ShortcutExecutionResult shortcutResultFromProcess(const ProcessResult &process,
+                                                  const PowerWords &words)
 {
     if (process.failure)
         return {.success = false, .output = {}, .errorMessage = process.failure};
@@ -48,15 +51,16 @@ ShortcutExecutionResult shortcutResultFromProcess(const ProcessResult &process)
             .output = out,
             .errorMessage =
                 err.isEmpty()
-                    ? QStringLiteral("Kurzbefehl fehlgeschlagen (%1)").arg(process.exitStatus)
+                    ? words.failed.arg(process.exitStatus)
                     : err};
 }
 
-HomeKitAccessoryState interpretStatusResult(const ShortcutExecutionResult &result)
+HomeKitAccessoryState interpretStatusResult(const ShortcutExecutionResult &result,
+                                            const PowerWords &said)
 {
     if (!result.success) {
         return HomeKitAccessoryState::unknown(
-            result.errorMessage.value_or(QStringLiteral("Status-Kurzbefehl fehlgeschlagen")));
+            result.errorMessage.value_or(said.statusFailed));
     }
     const QStringList found = words(result.output);
     if (containsAny(found, {u"on", u"ein", u"an", u"true", u"1"}))
@@ -64,10 +68,8 @@ HomeKitAccessoryState interpretStatusResult(const ShortcutExecutionResult &resul
     if (containsAny(found, {u"off", u"aus", u"false", u"0"}))
         return HomeKitAccessoryState::off();
     if (!result.output.isEmpty())
-        return HomeKitAccessoryState::unknown(QStringLiteral("Status-Kurzbefehl lieferte: ") +
-                                              result.output);
-    return HomeKitAccessoryState::unknown(
-        QStringLiteral("Status-Kurzbefehl lieferte keine auswertbare Rueckgabe"));
+        return HomeKitAccessoryState::unknown(said.statusSaid + result.output);
+    return HomeKitAccessoryState::unknown(said.statusUnreadable);
 }
 
 QString statusText(const HomeKitAccessoryState &state)

@@ -7,12 +7,16 @@
 
 namespace kestrel {
 
-// What one finished run of the shortcuts tool amounts to.
-ShortcutExecutionResult shortcutResultFromProcess(const ProcessResult &process);
+struct PowerWords;
+
+// What one finished run of the shortcuts tool (or the scene runner) amounts to.
+ShortcutExecutionResult shortcutResultFromProcess(const ProcessResult &process,
+                                                  const PowerWords &words);
 
 // Reads the status shortcut's answer: whole words, any case; an on-word wins over an off-word
 // wherever both stand ("ein", "an", "on", "true", "1" against "aus", "off", "false", "0").
-HomeKitAccessoryState interpretStatusResult(const ShortcutExecutionResult &result);
+HomeKitAccessoryState interpretStatusResult(const ShortcutExecutionResult &result,
+                                            const PowerWords &said);
 
 // The power state as the screens show it.
 QString statusText(const HomeKitAccessoryState &state);

@@ -4,7 +4,9 @@
 #include "monitor/PiStatusMonitor.h"
 #include "monitor/PrintStatusClient.h"
 #include "power/HomeKitManager.h"
+#include "power/PowerWords.h"
 #include "power/StatusInterpretation.h"
+#include "screens/CameraCaption.h"
 #include "screens/StartupInfoView.h"
 #include "stream/PrintLineLabel.h"
 #include "settings/AppSettings.h"
@@ -161,13 +163,14 @@ void ContentView::refresh()
     }
     m_hostDetail->setText(reachability.detail());
     m_powerOnRow->setVisible(reachability.isUnreachable() && m_homeKitManager.canPowerOn());
-    m_powerState->setText(tr("HomeKit/Kurzbefehle: ") +
+    m_powerState->setText(m_homeKitManager.words().powerLine +
                           statusText(m_homeKitManager.accessoryState()));
     const auto message = m_homeKitManager.actionMessage();
     m_actionMessage->setVisible(message.has_value());
     m_actionMessage->setText(message.value_or(QString()));
 
     const CameraIdSet selected = m_settings.selectedCameraIDs();
+    const CameraTextMap streams = m_settings.cameraStreamPaths();
     for (qsizetype i = 0; i < m_cameraRows.size(); ++i) {
         const Camera camera = m_settings.resolvedCamera(cameraCatalogue()[i]);
         const auto &[selection, detail] = m_cameraRows[i];
@@ -178,7 +181,7 @@ void ContentView::refresh()
             selection->set(QStringLiteral("circle"), camera.name,
                            palette().color(QPalette::PlaceholderText),
                            SymbolLabel::Tint::symbolOnly);
-        detail->setText(camera.resolution + tr(" • Proxy ") + camera.snapshotPath);
+        detail->setText(cameraCaption(camera, streams.value(camera.id)));
     }
     updateGeometry(); // lines came or went: the window may need to grow
 }
@@ -220,6 +223,7 @@ void ContentView::setShowStartupInfo(bool show)
         return;
     }
     m_startupInfo = new StartupInfoView(
+        m_homeKitManager.words().startQuestion,
         [this] {
             // The sheet stays until the shortcut has finished, whether it worked or not.
             m_homeKitManager.runShortcut(m_settings.homeKitPowerOnSceneName())

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "screens/SettingsView.h"
+#include "screens/CameraCaption.h"
 #include "screens/OrientationRow.h"
 #include "screens/StreamRow.h"
 #include "screens/WebcamImportRow.h"
 
 #include "platform/AutostartEntry.h"
 #include "power/HomeKitManager.h"
+#include "power/PowerWords.h"
 #include "power/SceneFolder.h"
 #include "power/StatusInterpretation.h"
 #include "screens/SceneFolderRow.h"
@@ -215,8 +217,7 @@ QWidget *SettingsView::camerasSection()
         auto *labels = new QVBoxLayout;
         labels->setSpacing(2);
         labels->addWidget(shown);
-        QLabel *details = secondaryText(
-            camera.resolution + tr(" • Proxy ") + keptTogether(camera.snapshotPath), box);
+        QLabel *details = secondaryText(QString(), box);
         details->setIndent(style()->pixelMetric(QStyle::PM_IndicatorWidth) +
                            style()->pixelMetric(QStyle::PM_CheckBoxLabelSpacing));
         labels->addWidget(details);
@@ -266,7 +267,7 @@ QWidget *SettingsView::camerasSection()
         block->addWidget(divider);
         block->addLayout(custom);
         blocks->addLayout(block);
-        m_cameras.append({id, shown, placement, customName, customPath, stream, orientation});
+        m_cameras.append({id, shown, details, placement, customName, customPath, stream, orientation});
     }
     auto *import = new WebcamImportRow(m_settings, box);
     connect(import, &WebcamImportRow::camerasTakenOver, this, &SettingsView::camerasTakenOver);
@@ -276,31 +277,29 @@ QWidget *SettingsView::camerasSection()
 
 QWidget *SettingsView::homeKitSection()
 {
-    auto *box = new QGroupBox(tr("HomeKit"));
+    const PowerWords &words = m_homeKitManager.words();
+    auto *box = new QGroupBox(words.section);
     auto *form = new QFormLayout(box);
-    m_accessoryName = boundField(tr("HomeKit-Geraet"), form, [this](const QString &text) {
+    m_accessoryName = boundField(words.accessoryField, form, [this](const QString &text) {
         m_settings.setHomeKitAccessoryName(text);
     });
     m_powerOnScene = boundField(tr("Szene fuer Einschalten"), form, [this](const QString &text) {
         m_settings.setHomeKitPowerOnSceneName(text);
     });
     m_statusShortcut =
-        boundField(tr("Status-Kurzbefehl (optional)"), form,
+        boundField(words.statusField, form,
                    [this](const QString &text) { m_settings.setHomeKitStatusShortcutName(text); });
     m_powerOffScene = boundField(tr("Szene fuer Ausschalten"), form, [this](const QString &text) {
         m_settings.setHomeKitPowerOffSceneName(text);
     });
-    form->addRow(
-        secondaryText(tr("Der optionale Status-Kurzbefehl sollte als Text zum Beispiel \"ein\" "
-                         "oder \"aus\" zurueckgeben."),
-                      box));
+    form->addRow(secondaryText(words.statusHint, box));
     m_powerState = secondaryText(QString(), box);
     m_actionMessage = secondaryText(QString(), box);
     form->addRow(m_powerState);
     form->addRow(m_actionMessage);
 
     auto *buttons = new QHBoxLayout;
-    auto *refreshButton = new QPushButton(tr("HomeKit aktualisieren"), box);
+    auto *refreshButton = new QPushButton(words.refresh, box);
     auto *powerOn = new QPushButton(tr("Klipper einschalten"), box);
     buttonStyles::makeProminent(powerOn);
     auto *powerOff = new QPushButton(tr("Klipper ausschalten"), box);
@@ -309,11 +308,9 @@ QWidget *SettingsView::homeKitSection()
             &HomeKitManager::refreshStatus);
     connect(powerOn, &QPushButton::clicked, this,
             [this] { m_homeKitManager.runShortcut(m_settings.homeKitPowerOnSceneName()); });
-    connect(powerOff, &QPushButton::clicked, this, [this] {
-        confirmDestructive(this, tr("Klipper ausschalten?"),
-                           tr("Bist du sicher, dass der Raspberry Pi ueber die HomeKit-Szene "
-                              "ausgeschaltet werden soll?"),
-                           tr("Ausschalten"), [this] {
+    connect(powerOff, &QPushButton::clicked, this, [this, &words] {
+        confirmDestructive(this, tr("Klipper ausschalten?"), words.offQuestion, tr("Ausschalten"),
+                           [this] {
                                m_homeKitManager.runShortcut(m_settings.homeKitPowerOffSceneName());
                            });
     });
@@ -353,6 +350,8 @@ void SettingsView::refresh()
             rawValue(placements.value(controls.id, WindowPlacement::free))));
         showValue(controls.name, names.value(controls.id, camera.name));
         showValue(controls.snapshotPath, paths.value(controls.id, camera.snapshotPath));
+        controls.caption->setText(cameraCaption(m_settings.resolvedCamera(camera),
+                                                streams.value(controls.id), keptTogether));
         controls.stream->showStreamPath(streams.value(controls.id));
         controls.orientation->showOrientation(m_settings.orientation(controls.id));
     }

@@ -41,6 +41,7 @@ private:
     {
         CameraId id;
         QCheckBox *shown;
+        QLabel *caption;
         QComboBox *placement;
         QLineEdit *name;
         QLineEdit *snapshotPath;

@@ -11,8 +11,8 @@
 
 namespace kestrel {
 
-StartupInfoView::StartupInfoView(std::function<void()> onStart, std::function<void()> onCancel,
-                                 QWidget *parent)
+StartupInfoView::StartupInfoView(const QString &question, std::function<void()> onStart,
+                                 std::function<void()> onCancel, QWidget *parent)
     : QDialog(parent)
 {
     // It stands over the main window as a sheet does, but blocks nothing: a host that does not
@@ -30,9 +30,7 @@ StartupInfoView::StartupInfoView(std::function<void()> onStart, std::function<vo
     title->setFont(titleFont);
     title->setAlignment(Qt::AlignCenter);
     layout->addWidget(title);
-    auto *message = new QLabel(tr("Der Klipper auf dem Raspberry Pi reagiert nicht. Möchtest du "
-                                  "ihn jetzt mit der HomeKit-Szene einstarten?"),
-                               this);
+    auto *message = new QLabel(question, this);
     message->setWordWrap(true);
     message->setAlignment(Qt::AlignCenter);
     layout->addWidget(message);

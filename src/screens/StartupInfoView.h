@@ -15,8 +15,9 @@ class StartupInfoView : public QDialog
     Q_OBJECT
 
 public:
-    StartupInfoView(std::function<void()> onStart, std::function<void()> onCancel,
-                    QWidget *parent = nullptr);
+    // The question names what switches the printer on.
+    StartupInfoView(const QString &question, std::function<void()> onStart,
+                    std::function<void()> onCancel, QWidget *parent = nullptr);
 };
 
 } // namespace kestrel

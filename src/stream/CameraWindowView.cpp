@@ -4,6 +4,7 @@
 #include "monitor/PiStatusMonitor.h"
 #include "monitor/PrintStatusClient.h"
 #include "power/HomeKitManager.h"
+#include "power/PowerWords.h"
 #include "settings/AppSettings.h"
 #include "settings/SnapshotUrls.h"
 #include "stream/CameraMenuButton.h"
@@ -206,7 +207,7 @@ void CameraWindowView::askToPowerOff()
 {
     AppSettings &settings = m_environment.settings;
     HomeKitManager &homeKit = m_environment.homeKitManager;
-    confirmDestructive(this, tr("Bist du sicher?"), tr("Der Kurzbefehl schaltet den Drucker aus."),
+    confirmDestructive(this, tr("Bist du sicher?"), homeKit.words().switchesOff,
                        tr("Bis du sicher?"), [&settings, &homeKit] {
                            // The scene named at this moment; nobody waits for the outcome,
                            // which the main window shows.
