@@ -77,7 +77,7 @@ void checkMjpegStream(const QByteArray &bytes)
 void checkPrintStatusFrames(const QByteArray &bytes)
 {
     PrintStatusProtocol protocol(QStringLiteral("1"), QStringLiteral("https://example.org"));
-    protocol.opening();
+    protocol.opening(bytes.startsWith('k') ? QByteArrayLiteral("key") : QByteArray());
     for (const QByteArray &frame : bytes.split('\n')) {
         const PrintStatusProtocol::Step step = protocol.handle(frame);
         require(step.send.size() <= 1);
@@ -86,6 +86,10 @@ void checkPrintStatusFrames(const QByteArray &bytes)
         require(status.progress >= 0 && status.progress <= 1);
         require(status.displayProgress >= 0 && status.displayProgress <= 1);
         require(!status.totalLayers || (*status.totalLayers >= 0 && *status.totalLayers <= 1e6));
+        require(!step.refused || status.state == PrintStatus::State::unauthorized);
+        require(status.state != PrintStatus::State::shutdown || !status.message.contains(u'\n'));
+        if (const auto left = secondsLeft(status, 100.0))
+            require(std::isfinite(*left) && *left >= 0);
         printStatusLine(status, 100.0);
         if (step.send.size() == 1)
             require(protocol.handle(step.send.first()).send.isEmpty());

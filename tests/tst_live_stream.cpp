@@ -13,7 +13,10 @@
 #include "stream/SnapshotStreamView.h"
 #include "windows/CameraWindow.h"
 
+#include <QBuffer>
 #include <QLabel>
+#include <QPainter>
+#include <QRandomGenerator>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -191,6 +194,33 @@ void LiveStreamTest::brokenStreamsSayWhyAndComeBack()
 // and the picture stays; shown again, it reconnects.
 void LiveStreamTest::newestPictureWinsAndNothingPilesUp()
 {
+    // A picture slow to decode, then many at once, then the last: each newer one replaces the
+    // one that waited, and the last one sent is the one that stays.
+    const auto jpegOf = [](const QImage &picture) {
+        QBuffer bytes;
+        bytes.open(QIODevice::WriteOnly);
+        picture.save(&bytes, "JPEG");
+        return part(bytes.data());
+    };
+    QImage noise(4000, 3000, QImage::Format_RGB32);
+    QRandomGenerator::global()->fillRange(reinterpret_cast<quint32 *>(noise.bits()),
+                                          noise.sizeInBytes() / 4);
+    const auto shade = [&](int level) {
+        QImage picture(640, 360, QImage::Format_RGB32);
+        picture.fill(QColor(level, level, level));
+        return jpegOf(picture);
+    };
+    QList<QByteArray> pieces{jpegOf(noise), shade(100) + shade(150), shade(200)};
+    LoopbackHttpServer camera;
+    camera.setReply({.contentType = "multipart/x-mixed-replace;boundary=frame",
+                     .pieces = [&pieces] { return pieces.isEmpty() ? "\r\n" : pieces.takeFirst(); },
+                     .pieceInterval = 100ms});
+    MjpegStreamReader newest(nullptr, {.stall = 20s});
+    newest.start({QUrl(u"http://"_s + camera.address() + u"/s"_s)}, 15);
+    QTRY_VERIFY_WITH_TIMEOUT(newest.image().size() == QSize(640, 360) &&
+                                 std::abs(qGray(newest.image().pixel(320, 180)) - 200) <= 2,
+                             20000);
+
     const QByteArray jpeg = test::testJpeg({1920, 1080});
     qint64 sent = 0;
     LoopbackHttpServer host;
