@@ -23,13 +23,14 @@ struct DecodeTarget
 };
 
 // Decodes one picture, straight to the size it is shown at, turned and mirrored; none for bytes
-// that are no whole picture (a JPEG cut short included). Safe on any thread.
+// that are no whole picture (a JPEG cut short included). Safe on any thread, and meant for the
+// decoding threads: the thread it runs on gives way to the GUI thread from then on.
 std::optional<QImage> decodePicture(QIODevice &device, const DecodeTarget &target);
 
 // The threads that decode pictures: one core fewer than the machine has, so that the GUI thread
 // always finds one free, and a picture that waits is soon replaced by a newer one anyway. They
-// run at normal priority: a busy machine (a slicer, a compiler) must slow the pictures down, not
-// stop them.
+// run at a low priority that still gets its share: a busy machine (a slicer, a compiler) must
+// slow the pictures down, not stop them, and the GUI thread goes first.
 QThreadPool &decodingThreads();
 
 } // namespace kestrel
