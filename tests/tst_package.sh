@@ -81,7 +81,9 @@ require_dependency() { # $1: package, $2: why it is needed
 ldd "$root/usr/bin/kestrel" >"$work/ldd.txt"
 grep 'not found' "$work/ldd.txt" && fail "libraries do not resolve"
 for library in $(readelf -d "$root/usr/bin/kestrel" | sed -n 's/.*Shared library: \[\(.*\)\]/\1/p'); do
-    path=$(awk -v lib="$library" '$1 == lib { print $3 }' "$work/ldd.txt")
+    # "lib => path (address)", or for the loader only "path (address)".
+    path=$(awk -v lib="$library" '$1 == lib { print $3 } $1 ~ "/" lib "$" { print $1 }' \
+        "$work/ldd.txt")
     require_dependency "$(owner "$path")" "$library"
 done
 for plugin in platforms/libqxcb.so platforms/libqoffscreen.so imageformats/libqjpeg.so \
