@@ -307,6 +307,7 @@ void ScreensTest::settingsWindowStoresAtOnceAndAsksBeforePowerOff()
     QVERIFY(childWithText(&sceneView, u"Status aktualisieren"_s));
     QVERIFY(labelTexts(&sceneView).filter(u"Kurzbefehl"_s).isEmpty());
     QVERIFY(labelTexts(&sceneView).contains(u"Status-Szene (optional)"_s));
+    sceneView.findChild<QScrollArea *>()->widget()->grab().save(u"settings-window-scenes.png"_s);
 }
 
 // Every screen open at once, through the app as it starts: the main window in both of the host's
