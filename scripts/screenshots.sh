@@ -4,8 +4,9 @@
 # virtual display with openbox, each window captured with the frame the window manager drew,
 # once at scale 1 and once at scale 2. Camera 2 answers 404, so its window shows the error card;
 # camera 3 is turned a quarter, and every window shows its picture rate. The demo printer prints
-# for 15 s, so the windows show the print's line and bar, and dunst, on a session bus of the
-# script's own, shows the notification when the print is done.
+# for 30 s and Klipper shuts down a third of the way in, so the windows show the print's line and
+# bar, then why Klipper stopped, and dunst, on a session bus of the script's own, shows the
+# notification of the stopped print.
 # Everything runs on 127.0.0.1 with a throw-away settings folder.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -48,7 +49,7 @@ for scale in 1 2; do
     start_demo_printer "$work" \
         '"alwaysOnTop": false, "cameraRotations": {"3": "90"}, "showPictureRate": true' \
         build/tools/demo-printer/kestrel-demo-printer \
-        --fault 2=404 --print-seconds 15
+        --fault 2=404 --fault shutdown --print-seconds 30
     pids+=("$printer_pid")
     QT_SCALE_FACTOR=$scale XDG_CONFIG_HOME="$work/config" build/src/kestrel >/dev/null 2>&1 &
     pids+=($!)
@@ -78,10 +79,11 @@ for scale in 1 2; do
         "$out/tray-menu@${scale}x.png"
     xdotool key Escape
 
-    # The print is done: the desktop's notification says so.
+    # Klipper stops the print: the desktop's notification and every window say why.
     notification=$(xdotool search --sync --onlyvisible --class Dunst | head -n 1)
     sleep 0.5
     import -window "$notification" "$out/notification@${scale}x.png"
+    shoot "$(window '^Übersichtscam$')" camera-window-shutdown
 
     # The host goes away: the next probe (every 10 s) finds it down and the prompt opens.
     kill "$printer_pid"
