@@ -340,7 +340,7 @@ void PrintStatusTest::oneNotificationPerChange()
     PrintNotifier notifier(settings);
     QSignalSpy undelivered(&notifier.notifications(), &DesktopNotifications::undelivered);
 
-    // A finished print found first, a pause, a print that ends while the connection is gone, a
+    // A finished print found first, a pause, a print that ends while the API does not answer, a
     // restart of Klipper, a failure, a shutdown while idle and one mid-print, and another print
     // found ended after a lost connection.
     const QString heater = u"Heater extruder not heating"_s;
@@ -348,7 +348,8 @@ void PrintStatusTest::oneNotificationPerChange()
     for (const auto &[state, message, file] :
          {std::tuple{State::complete, heater, u"benchy.gcode"_s}, {State::printing, heater, {}},
           {State::printing, heater, {}}, {State::paused, heater, {}}, {State::paused, heater, {}},
-          {State::printing, heater, {}}, {State::none, heater, {}}, {State::complete, heater, {}},
+          {State::printing, heater, {}}, {State::apiUnavailable, heater, {}},
+          {State::complete, heater, {}},
           {State::standby, heater, {}}, {State::printing, heater, {}},
           {State::klippyNotReady, heater, {}}, {State::error, heater, {}},
           {State::printing, heater, {}}, {State::error, heater, {}}, {State::standby, heater, {}},

@@ -10,7 +10,7 @@ std::optional<PrintEvent> PrintEvents::next(const PrintStatus &status)
     using State = PrintStatus::State;
     // Without a connection the print goes on unseen: what it was stays, to be compared with what
     // the connection finds once it is back.
-    if (status.state == State::none)
+    if (status.state == State::none || status.state == State::apiUnavailable)
         return std::nullopt;
     // A Klipper that restarts, or a host that refuses us, knows of no print: the next state seen
     // starts the count afresh.
