@@ -12,7 +12,7 @@
 #include "platform/MemoryKeyValueStore.h"
 #include "screens/SettingsView.h"
 #include "stream/SnapshotLoader.h"
-#include "stream/SnapshotStreamView.h"
+#include "camera/SnapshotStreamView.h"
 #include "windows/CameraWindow.h"
 
 #include <QDir>

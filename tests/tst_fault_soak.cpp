@@ -9,9 +9,9 @@
 #include "CameraApp.h"
 #include "Helpers.h"
 #include "screens/ContentView.h"
-#include "stream/SnapshotErrorCard.h"
+#include "camera/SnapshotErrorCard.h"
 #include "stream/SnapshotLoader.h"
-#include "stream/SnapshotStreamView.h"
+#include "camera/SnapshotStreamView.h"
 #include "windows/CameraWindow.h"
 
 #include <QDir>

@@ -7,10 +7,10 @@
 #include "DemoPrinter.h"
 #include "Helpers.h"
 #include "LoopbackHttpServer.h"
-#include "stream/CameraWindowView.h"
+#include "camera/CameraWindowView.h"
 #include "stream/MjpegStreamReader.h"
-#include "stream/SnapshotErrorCard.h"
-#include "stream/SnapshotStreamView.h"
+#include "camera/SnapshotErrorCard.h"
+#include "camera/SnapshotStreamView.h"
 #include "windows/CameraWindow.h"
 
 #include <QBuffer>

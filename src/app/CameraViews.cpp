@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/CameraViews.h"
 
-#include "stream/CameraWindowView.h"
+#include "camera/CameraWindowView.h"
 
 namespace kestrel {
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "stream/CameraWindowEnvironment.h"
+#include "camera/CameraWindowEnvironment.h"
 #include "windows/WindowCoordinator.h"
 
 namespace kestrel {

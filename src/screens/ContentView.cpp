@@ -8,7 +8,7 @@
 #include "power/StatusInterpretation.h"
 #include "screens/CameraCaption.h"
 #include "screens/StartupInfoView.h"
-#include "stream/PrintLineLabel.h"
+#include "camera/PrintLineLabel.h"
 #include "settings/AppSettings.h"
 #include "widgets/ButtonStyles.h"
 #include "widgets/SecondaryText.h"

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "settings/Camera.h"
-#include "stream/CameraWindowEnvironment.h"
+#include "camera/CameraWindowEnvironment.h"
 
 #include <QList>
 #include <QUrl>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "stream/CameraMenuButton.h"
+#include "camera/CameraMenuButton.h"
 
 #include "widgets/Symbols.h"
 #include "widgets/TextStyles.h"

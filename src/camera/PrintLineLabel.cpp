@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "stream/PrintLineLabel.h"
+#include "camera/PrintLineLabel.h"
 
 namespace kestrel {
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "settings/CameraOrientation.h"
-#include "stream/SnapshotStreamView.h"
+#include "camera/SnapshotStreamView.h"
 
 #include <QList>
 #include <QUrl>

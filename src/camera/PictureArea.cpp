@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "stream/PictureArea.h"
+#include "camera/PictureArea.h"
 
 #include "widgets/ContentUnavailableView.h"
 #include "widgets/SystemColors.h"

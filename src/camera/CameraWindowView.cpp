@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "stream/CameraWindowView.h"
+#include "camera/CameraWindowView.h"
 
 #include "monitor/PiStatusMonitor.h"
 #include "monitor/PrintStatusClient.h"
@@ -7,10 +7,10 @@
 #include "power/PowerWords.h"
 #include "settings/AppSettings.h"
 #include "settings/SnapshotUrls.h"
-#include "stream/CameraMenuButton.h"
-#include "stream/PictureArea.h"
+#include "camera/CameraMenuButton.h"
+#include "camera/PictureArea.h"
 #include "stream/PictureRate.h"
-#include "stream/PrintLineLabel.h"
+#include "camera/PrintLineLabel.h"
 #include "stream/SnapshotLoader.h"
 #include "widgets/ConfirmationAlert.h"
 #include "widgets/LinkButton.h"

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "stream/SnapshotStreamView.h"
+#include "camera/SnapshotStreamView.h"
 
 #include "monitor/PiStatusMonitor.h"
 #include "settings/SnapshotUrls.h"
-#include "stream/SnapshotErrorCard.h"
+#include "camera/SnapshotErrorCard.h"
 #include "stream/MjpegStreamReader.h"
 #include "stream/SnapshotLoader.h"
 #include "widgets/ProgressSpinner.h"
