@@ -9,10 +9,10 @@
 #include "LoopbackHttpServer.h"
 #include "app/AppIdentity.h"
 #include "app/KestrelApp.h"
+#include "camera/SnapshotStreamView.h"
 #include "platform/MemoryKeyValueStore.h"
 #include "screens/SettingsView.h"
 #include "stream/SnapshotLoader.h"
-#include "camera/SnapshotStreamView.h"
 #include "windows/CameraWindow.h"
 
 #include <QDir>

@@ -8,10 +8,10 @@
 
 #include "CameraApp.h"
 #include "Helpers.h"
-#include "screens/ContentView.h"
 #include "camera/SnapshotErrorCard.h"
-#include "stream/SnapshotLoader.h"
 #include "camera/SnapshotStreamView.h"
+#include "screens/ContentView.h"
+#include "stream/SnapshotLoader.h"
 #include "windows/CameraWindow.h"
 
 #include <QDir>

@@ -8,9 +8,9 @@
 #include "Helpers.h"
 #include "LoopbackHttpServer.h"
 #include "camera/CameraWindowView.h"
-#include "stream/MjpegStreamReader.h"
 #include "camera/SnapshotErrorCard.h"
 #include "camera/SnapshotStreamView.h"
+#include "stream/MjpegStreamReader.h"
 #include "windows/CameraWindow.h"
 
 #include <QBuffer>

@@ -79,8 +79,7 @@ public:
         silentSocket,     // takes the websocket and then says nothing, not even a pong
     };
 
-    explicit BrokenApiHost(Kind kind)
-        : m_api(u"api"_s, QWebSocketServer::NonSecureMode)
+    explicit BrokenApiHost(Kind kind) : m_api(u"api"_s, QWebSocketServer::NonSecureMode)
     {
         m_web.setHandler([this, kind](const HttpRequest &request) {
             if (request.path == "/")
@@ -105,12 +104,15 @@ public:
         connect(&m_api, &QWebSocketServer::newConnection, this, [this] {
             while (QWebSocket *socket = m_api.nextPendingConnection()) {
                 socket->setParent(this);
-                connect(socket, &QWebSocket::textMessageReceived, socket, [socket](const QString &text) {
-                    const QJsonValue id = QJsonDocument::fromJson(text.toUtf8()).object().value(u"id");
-                    socket->sendTextMessage(
-                        uR"({"jsonrpc": "2.0", "id": %1, "error": {"code": -32602, "message": "Unauthorized"}})"_s
-                            .arg(id.toInteger()));
-                });
+                connect(
+                    socket, &QWebSocket::textMessageReceived, socket,
+                    [socket](const QString &text) {
+                        const QJsonValue id =
+                            QJsonDocument::fromJson(text.toUtf8()).object().value(u"id");
+                        socket->sendTextMessage(
+                            uR"({"jsonrpc": "2.0", "id": %1, "error": {"code": -32602, "message": "Unauthorized"}})"_s
+                                .arg(id.toInteger()));
+                    });
             }
         });
     }
@@ -138,9 +140,13 @@ private:
     QWebSocketServer m_api;
 };
 
-constexpr PrintStatusTimings quick{.askAgain = 100ms, .reconnectFirst = 100ms,
-                                   .reconnectLongest = 400ms, .refusedAgain = 1000ms,
-                                   .gather = 20ms, .handshake = 300ms, .ping = 100ms,
+constexpr PrintStatusTimings quick{.askAgain = 100ms,
+                                   .reconnectFirst = 100ms,
+                                   .reconnectLongest = 400ms,
+                                   .refusedAgain = 1000ms,
+                                   .gather = 20ms,
+                                   .handshake = 300ms,
+                                   .ping = 100ms,
                                    .silence = 300ms};
 
 } // namespace
@@ -258,9 +264,9 @@ void PrintStatusTest::clientFollowsTheDemoPrinter()
     QCOMPARE(client.line().text(), u"Klipper gestoppt: MCU 'mcu' shutdown: Timer too close"_s);
     QCOMPARE(client.status().filename, u"kestrel-benchy.gcode"_s);
     QTRY_COMPARE_WITH_TIMEOUT(told.size(), 1, 20000);
-    QCOMPARE(told[0], (PrintEvent{u"Druckfehler"_s,
-                                  u"kestrel-benchy.gcode · MCU 'mcu' shutdown: Timer too close"_s,
-                                  true}));
+    QCOMPARE(told[0],
+             (PrintEvent{u"Druckfehler"_s,
+                         u"kestrel-benchy.gcode · MCU 'mcu' shutdown: Timer too close"_s, true}));
     // Probes that fail do not end a connection that works.
     QSignalSpy probes(&monitor, &PiStatusMonitor::reachabilityChanged);
     curl.replace(u"exit 7"_s);
@@ -295,10 +301,10 @@ void PrintStatusTest::brokenApis_data()
     const QString refused = u"Nicht autorisiert – API-Schlüssel in den Einstellungen eintragen"_s;
     QTest::newRow("calls refused") << Kind::refusesCalls << refused << 1 << 2;
     QTest::newRow("handshake refused") << Kind::refusesHandshake << refused << 1 << 2;
-    QTest::newRow("bad gateway") << Kind::badGateway
-                                 << u"Drucker-API antwortet nicht (HTTP 502)"_s << 3 << 6;
-    QTest::newRow("silent handshake") << Kind::silentHandshake
-                                      << u"Drucker-API antwortet nicht"_s << 2 << 5;
+    QTest::newRow("bad gateway") << Kind::badGateway << u"Drucker-API antwortet nicht (HTTP 502)"_s
+                                 << 3 << 6;
+    QTest::newRow("silent handshake")
+        << Kind::silentHandshake << u"Drucker-API antwortet nicht"_s << 2 << 5;
     QTest::newRow("silent socket") << Kind::silentSocket << QString() << 2 << 5;
 }
 
@@ -346,16 +352,29 @@ void PrintStatusTest::oneNotificationPerChange()
     const QString heater = u"Heater extruder not heating"_s;
     const QString mcu = u"MCU 'mcu' shutdown: Timer too close"_s;
     for (const auto &[state, message, file] :
-         {std::tuple{State::complete, heater, u"benchy.gcode"_s}, {State::printing, heater, {}},
-          {State::printing, heater, {}}, {State::paused, heater, {}}, {State::paused, heater, {}},
-          {State::printing, heater, {}}, {State::apiUnavailable, heater, {}},
+         {std::tuple{State::complete, heater, u"benchy.gcode"_s},
+          {State::printing, heater, {}},
+          {State::printing, heater, {}},
+          {State::paused, heater, {}},
+          {State::paused, heater, {}},
+          {State::printing, heater, {}},
+          {State::apiUnavailable, heater, {}},
           {State::complete, heater, {}},
-          {State::standby, heater, {}}, {State::printing, heater, {}},
-          {State::klippyNotReady, heater, {}}, {State::error, heater, {}},
-          {State::printing, heater, {}}, {State::error, heater, {}}, {State::standby, heater, {}},
-          {State::shutdown, mcu, {}}, {State::klippyNotReady, mcu, {}},
-          {State::printing, mcu, {}}, {State::shutdown, mcu, {}}, {State::shutdown, mcu, {}},
-          {State::klippyNotReady, mcu, {}}, {State::printing, mcu, {}}, {State::none, mcu, {}},
+          {State::standby, heater, {}},
+          {State::printing, heater, {}},
+          {State::klippyNotReady, heater, {}},
+          {State::error, heater, {}},
+          {State::printing, heater, {}},
+          {State::error, heater, {}},
+          {State::standby, heater, {}},
+          {State::shutdown, mcu, {}},
+          {State::klippyNotReady, mcu, {}},
+          {State::printing, mcu, {}},
+          {State::shutdown, mcu, {}},
+          {State::shutdown, mcu, {}},
+          {State::klippyNotReady, mcu, {}},
+          {State::printing, mcu, {}},
+          {State::none, mcu, {}},
           {State::complete, mcu, u"lid.gcode"_s}})
         notifier.follow(status(state, message, file.isEmpty() ? u"benchy.gcode"_s : file));
     QTRY_COMPARE_WITH_TIMEOUT(recorder.shown.size(), 4, 20000);

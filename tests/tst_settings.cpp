@@ -214,7 +214,8 @@ void SettingsTest::fileIsWrittenLateAndKeepsWhatItCannotRead()
     }
     // It may hold an API key: only its owner reads it, also where an older file let others.
     const auto ownerOnly = QFileDevice::ReadOwner | QFileDevice::WriteOwner;
-    QCOMPARE(QFile::permissions(path) & ~(QFileDevice::ReadUser | QFileDevice::WriteUser), ownerOnly);
+    QCOMPARE(QFile::permissions(path) & ~(QFileDevice::ReadUser | QFileDevice::WriteUser),
+             ownerOnly);
 
     // Larger than any settings file Kestrel writes: not even read.
     const QByteArray oversized = R"({"a": ")" + QByteArray(17 << 20, 'x') + R"("})";
@@ -231,8 +232,8 @@ void SettingsTest::fileIsWrittenLateAndKeepsWhatItCannotRead()
         QCOMPARE(stored(), (QVariantMap{{u"alwaysOnTop"_s, onTop}}));
         QCOMPARE(QFile::permissions(path) & ~(QFileDevice::ReadUser | QFileDevice::WriteUser),
                  ownerOnly);
-        QVERIFY(QFile::setPermissions(path, ownerOnly | QFileDevice::ReadGroup |
-                                                QFileDevice::ReadOther));
+        QVERIFY(QFile::setPermissions(path,
+                                      ownerOnly | QFileDevice::ReadGroup | QFileDevice::ReadOther));
     }
 }
 
@@ -275,7 +276,8 @@ void SettingsTest::camerasAreTakenOverFromThePrinter_data()
                "customSnapshotPaths": {"1": "/webcam/snapshot", "2": "/webcam2/snapshot"},
                "cameraMirroring": {}, "cameraStreamPaths": {"1": "/webcam/stream"}})");
     QTest::newRow("key refused")
-        << HttpReply{.statusLine = "HTTP/1.1 401 Unauthorized", .contentType = "application/json",
+        << HttpReply{.statusLine = "HTTP/1.1 401 Unauthorized",
+                     .contentType = "application/json",
                      .body = R"({"error": {"code": 401, "message": "Unauthorized"}})"}
         << u"Nicht autorisiert – API-Schlüssel in den Einstellungen eintragen"_s
         << QByteArray("{}");

@@ -16,8 +16,8 @@
 
 #include <QAction>
 #include <QApplication>
-#include <QLibraryInfo>
 #include <QDeadlineTimer>
+#include <QLibraryInfo>
 #include <QMenuBar>
 #include <QTimer>
 
@@ -39,14 +39,14 @@ KestrelApp::KestrelApp(KeyValueStore &store, const ExternalTools &tools, StartMo
           new PiStatusMonitor(*m_settings, this, PiStatusMonitor::defaultInterval, tools.curl)),
       m_printStatus(new PrintStatusClient(*m_settings, *m_piStatusMonitor, this)),
       m_printNotifier(new PrintNotifier(*m_settings, this)),
-      m_windowCoordinator(new WindowCoordinator(
-          *m_settings,
-          cameraWindowViews(
-              {*m_settings, *m_piStatusMonitor, *m_homeKitManager, tools.curl, m_printStatus}),
-          this)),
-      m_contentView(new ContentView(*m_settings, *m_homeKitManager, *m_piStatusMonitor,
-                                    *m_windowCoordinator, [this] { openSettings(); },
-                                    m_printStatus))
+      m_windowCoordinator(
+          new WindowCoordinator(*m_settings,
+                                cameraWindowViews({*m_settings, *m_piStatusMonitor,
+                                                   *m_homeKitManager, tools.curl, m_printStatus}),
+                                this)),
+      m_contentView(new ContentView(
+          *m_settings, *m_homeKitManager, *m_piStatusMonitor, *m_windowCoordinator,
+          [this] { openSettings(); }, m_printStatus))
 {
     connect(m_printStatus, &PrintStatusClient::statusChanged, m_printNotifier,
             &PrintNotifier::follow);

@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "camera/CameraWindowView.h"
 
+#include "camera/CameraMenuButton.h"
+#include "camera/PictureArea.h"
+#include "camera/PrintLineLabel.h"
 #include "monitor/PiStatusMonitor.h"
 #include "monitor/PrintStatusClient.h"
 #include "power/HomeKitManager.h"
 #include "power/PowerWords.h"
 #include "settings/AppSettings.h"
 #include "settings/SnapshotUrls.h"
-#include "camera/CameraMenuButton.h"
-#include "camera/PictureArea.h"
 #include "stream/PictureRate.h"
-#include "camera/PrintLineLabel.h"
 #include "stream/SnapshotLoader.h"
 #include "widgets/ConfirmationAlert.h"
 #include "widgets/LinkButton.h"
@@ -46,8 +46,7 @@ CameraWindowView::CameraWindowView(const Camera &camera, const CameraWindowEnvir
       m_statusDot(new StatusDot(10, this)),
       m_pictureArea(new PictureArea(environment.monitor, environment.curlPath, camera.fps, this)),
       m_footer(new LinkButton(systemColors::white(0.6), this)), m_caption(new QLabel(this)),
-      m_printLine(new PrintLineLabel(this)),
-      m_pictureRate(new QLabel(this)),
+      m_printLine(new PrintLineLabel(this)), m_pictureRate(new QLabel(this)),
       m_pictureRateTimer(new QTimer(this))
 {
     setMinimumSize(320, 220);
@@ -137,8 +136,8 @@ void CameraWindowView::refresh()
     const AppSettings &settings = m_environment.settings;
     const QString streamPath = settings.cameraStreamPaths().value(m_camera.id);
     m_streaming = !streamPath.isEmpty();
-    m_snapshotURLs = makeSnapshotURLs(settings.printerIP(),
-                                      m_streaming ? streamPath : m_camera.snapshotPath);
+    m_snapshotURLs =
+        makeSnapshotURLs(settings.printerIP(), m_streaming ? streamPath : m_camera.snapshotPath);
     m_caption->setText(caption(m_camera, m_streaming));
     m_pictureArea->setOrientation(settings.orientation(m_camera.id));
     m_pictureArea->setAddresses(m_snapshotURLs,

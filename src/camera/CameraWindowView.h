@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "settings/Camera.h"
 #include "camera/CameraWindowEnvironment.h"
+#include "settings/Camera.h"
 
 #include <QList>
 #include <QUrl>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "settings/CameraOrientation.h"
 #include "camera/SnapshotStreamView.h"
+#include "settings/CameraOrientation.h"
 
 #include <QList>
 #include <QUrl>

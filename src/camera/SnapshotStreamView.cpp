@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "camera/SnapshotStreamView.h"
 
+#include "camera/SnapshotErrorCard.h"
 #include "monitor/PiStatusMonitor.h"
 #include "settings/SnapshotUrls.h"
-#include "camera/SnapshotErrorCard.h"
 #include "stream/MjpegStreamReader.h"
 #include "stream/SnapshotLoader.h"
 #include "widgets/ProgressSpinner.h"
@@ -145,16 +145,16 @@ void SnapshotStreamView::paintEvent(QPaintEvent *)
     if (m_printProgress) {
         const QRectF bar(0, height() - printBarHeight, width(), printBarHeight);
         painter.fillRect(bar, systemColors::white(0.25));
-        painter.fillRect(QRectF(bar.topLeft(), QSizeF(bar.width() * *m_printProgress,
-                                                      bar.height())),
-                         systemColors::green());
+        painter.fillRect(
+            QRectF(bar.topLeft(), QSizeF(bar.width() * *m_printProgress, bar.height())),
+            systemColors::green());
     }
 }
 
 void SnapshotStreamView::drawPicture(QPainter &painter, const QImage &image)
 {
-    if (lcShownPictures().isDebugEnabled() && std::exchange(m_paintedKey, image.cacheKey()) !=
-                                                  image.cacheKey())
+    if (lcShownPictures().isDebugEnabled() &&
+        std::exchange(m_paintedKey, image.cacheKey()) != image.cacheKey())
         qCDebug(lcShownPictures).noquote() << absoluteString(m_urls.value(0));
     const QSizeF logicalSize = image.deviceIndependentSize();
     const QSizeF fitted = logicalSize.scaled(size(), Qt::KeepAspectRatio);

@@ -15,7 +15,7 @@ struct PrintStatus
 {
     enum class State
     {
-        none, // nothing known: no host API, or not connected
+        none,           // nothing known: no host API, or not connected
         unauthorized,   // the host's API wants another key than the one Kestrel has
         apiUnavailable, // the host's API does not answer (its web server does); `message` says how
         klippyNotReady,

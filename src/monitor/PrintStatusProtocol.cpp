@@ -86,8 +86,6 @@ QList<QByteArray> PrintStatusProtocol::opening(const QByteArray &apiKey)
     return {call(Call::identify, "server.connection.identify", introduction), askIfReady()};
 }
 
-
-
 QByteArray PrintStatusProtocol::askIfReady()
 {
     return call(Call::info, "server.info", {});

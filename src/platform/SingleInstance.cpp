@@ -42,8 +42,7 @@ QString lockPath()
 
 } // namespace
 
-SingleInstance::SingleInstance(QObject *parent)
-    : QObject(parent), m_lock(lockPath())
+SingleInstance::SingleInstance(QObject *parent) : QObject(parent), m_lock(lockPath())
 {
     // Two launches at once (a restored session and the autostart) would both find no socket and
     // both listen. The lock decides which one is first; a Kestrel that crashed leaves a lock

@@ -49,18 +49,14 @@ ShortcutExecutionResult shortcutResultFromProcess(const ProcessResult &process,
     const QString err = process.standardError.trimmed();
     return {.success = false,
             .output = out,
-            .errorMessage =
-                err.isEmpty()
-                    ? words.failed.arg(process.exitStatus)
-                    : err};
+            .errorMessage = err.isEmpty() ? words.failed.arg(process.exitStatus) : err};
 }
 
 HomeKitAccessoryState interpretStatusResult(const ShortcutExecutionResult &result,
                                             const PowerWords &said)
 {
     if (!result.success) {
-        return HomeKitAccessoryState::unknown(
-            result.errorMessage.value_or(said.statusFailed));
+        return HomeKitAccessoryState::unknown(result.errorMessage.value_or(said.statusFailed));
     }
     const QStringList found = words(result.output);
     if (containsAny(found, {u"on", u"ein", u"an", u"true", u"1"}))

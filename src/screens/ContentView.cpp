@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "screens/ContentView.h"
 
+#include "camera/PrintLineLabel.h"
 #include "monitor/PiStatusMonitor.h"
 #include "monitor/PrintStatusClient.h"
 #include "power/HomeKitManager.h"
@@ -8,7 +9,6 @@
 #include "power/StatusInterpretation.h"
 #include "screens/CameraCaption.h"
 #include "screens/StartupInfoView.h"
-#include "camera/PrintLineLabel.h"
 #include "settings/AppSettings.h"
 #include "widgets/ButtonStyles.h"
 #include "widgets/SecondaryText.h"

@@ -267,7 +267,8 @@ QWidget *SettingsView::camerasSection()
         block->addWidget(divider);
         block->addLayout(custom);
         blocks->addLayout(block);
-        m_cameras.append({id, shown, details, placement, customName, customPath, stream, orientation});
+        m_cameras.append(
+            {id, shown, details, placement, customName, customPath, stream, orientation});
     }
     auto *import = new WebcamImportRow(m_settings, box);
     connect(import, &WebcamImportRow::camerasTakenOver, this, &SettingsView::camerasTakenOver);
@@ -286,9 +287,9 @@ QWidget *SettingsView::homeKitSection()
     m_powerOnScene = boundField(tr("Szene fuer Einschalten"), form, [this](const QString &text) {
         m_settings.setHomeKitPowerOnSceneName(text);
     });
-    m_statusShortcut =
-        boundField(words.statusField, form,
-                   [this](const QString &text) { m_settings.setHomeKitStatusShortcutName(text); });
+    m_statusShortcut = boundField(words.statusField, form, [this](const QString &text) {
+        m_settings.setHomeKitStatusShortcutName(text);
+    });
     m_powerOffScene = boundField(tr("Szene fuer Ausschalten"), form, [this](const QString &text) {
         m_settings.setHomeKitPowerOffSceneName(text);
     });
@@ -309,10 +310,9 @@ QWidget *SettingsView::homeKitSection()
     connect(powerOn, &QPushButton::clicked, this,
             [this] { m_homeKitManager.runShortcut(m_settings.homeKitPowerOnSceneName()); });
     connect(powerOff, &QPushButton::clicked, this, [this, &words] {
-        confirmDestructive(this, tr("Klipper ausschalten?"), words.offQuestion, tr("Ausschalten"),
-                           [this] {
-                               m_homeKitManager.runShortcut(m_settings.homeKitPowerOffSceneName());
-                           });
+        confirmDestructive(
+            this, tr("Klipper ausschalten?"), words.offQuestion, tr("Ausschalten"),
+            [this] { m_homeKitManager.runShortcut(m_settings.homeKitPowerOffSceneName()); });
     });
     buttons->addWidget(refreshButton);
     buttons->addWidget(powerOn);

@@ -68,9 +68,8 @@ std::optional<std::optional<QString>> streamPathOf(const ListedWebcam &webcam,
             notes << tr("%1: Dienst %2, zeigt Einzelbilder").arg(camera.name, webcam.service);
         return std::optional<QString>();
     }
-    const PrinterPath stream =
-        pathOnPrinter(cameraStreamer ? mjpegBesideWebRtc(webcam.streamUrl) : webcam.streamUrl,
-                      printerIP);
+    const PrinterPath stream = pathOnPrinter(
+        cameraStreamer ? mjpegBesideWebRtc(webcam.streamUrl) : webcam.streamUrl, printerIP);
     if (!stream.otherHost.isEmpty()) {
         notes << tr("%1: Stream auf einem anderen Host (%2), zeigt Einzelbilder")
                      .arg(camera.name, stream.otherHost);
@@ -174,9 +173,13 @@ QFuture<WebcamTakeOver> importWebcams(AppSettings &settings, const QString &curl
     // curl refuses a list that announces its size as too large; the runner stops one that
     // does not announce it. The API key, if any, comes on standard input.
     const QByteArray keyConfig = printerApi::curlKeyConfig(settings.printerApiKey());
-    QStringList arguments{QStringLiteral("-sS"), QStringLiteral("--max-time"), QStringLiteral("5"),
-                          QStringLiteral("--max-filesize"), QString::number(largestProcessOutput),
-                          QStringLiteral("--fail"), QStringLiteral("--http1.1")};
+    QStringList arguments{QStringLiteral("-sS"),
+                          QStringLiteral("--max-time"),
+                          QStringLiteral("5"),
+                          QStringLiteral("--max-filesize"),
+                          QString::number(largestProcessOutput),
+                          QStringLiteral("--fail"),
+                          QStringLiteral("--http1.1")};
     if (!keyConfig.isEmpty())
         arguments << QStringLiteral("--config") << QStringLiteral("-");
     arguments << url->toString(QUrl::FullyEncoded);

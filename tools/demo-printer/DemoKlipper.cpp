@@ -41,8 +41,8 @@ QJsonObject rpcError(int code, const QString &message)
 
 DemoKlipper::DemoKlipper(LoopbackHttpServer &printer, std::chrono::seconds printLength,
                          KlipperFault fault, QByteArray apiKey, QObject *parent)
-    : QObject(parent), m_server(QStringLiteral("kestrel-demo-printer"),
-                                QWebSocketServer::NonSecureMode),
+    : QObject(parent),
+      m_server(QStringLiteral("kestrel-demo-printer"), QWebSocketServer::NonSecureMode),
       m_printLength(double(printLength.count())), m_fault(fault), m_apiKey(std::move(apiKey))
 {
     printer.setUpgradeHandler([this](QTcpSocket *socket) { m_server.handleConnection(socket); });
@@ -73,14 +73,16 @@ void DemoKlipper::accept()
 {
     while (QWebSocket *socket = m_server.nextPendingConnection()) {
         socket->setParent(this);
-        m_clients.append({socket, false,
-                          m_apiKey.isEmpty() || socket->request().rawHeader("X-Api-Key") == m_apiKey});
-        connect(socket, &QWebSocket::textMessageReceived, this, [this, socket](const QString &text) {
-            for (Client &client : m_clients) {
-                if (client.socket == socket)
-                    answer(client, text);
-            }
-        });
+        m_clients.append(
+            {socket, false,
+             m_apiKey.isEmpty() || socket->request().rawHeader("X-Api-Key") == m_apiKey});
+        connect(socket, &QWebSocket::textMessageReceived, this,
+                [this, socket](const QString &text) {
+                    for (Client &client : m_clients) {
+                        if (client.socket == socket)
+                            answer(client, text);
+                    }
+                });
         connect(socket, &QWebSocket::disconnected, this, [this, socket] {
             m_clients.removeIf([socket](const Client &client) { return client.socket == socket; });
             socket->deleteLater();
@@ -91,30 +93,31 @@ void DemoKlipper::accept()
 QJsonObject DemoKlipper::objects() const
 {
     const double duration = m_state == u"standby" ? 0 : m_progress * m_printLength;
-    return {{QStringLiteral("print_stats"),
-             QJsonObject{{QStringLiteral("state"), m_state},
-                         {QStringLiteral("filename"), m_state == u"standby" ? QString() : file},
-                         {QStringLiteral("print_duration"), duration},
-                         {QStringLiteral("total_duration"), duration},
-                         {QStringLiteral("message"), m_state == u"error"
-                                                          ? QStringLiteral("Heater extruder not "
-                                                                           "heating at expected rate")
-                                                          : QString()},
-                         {QStringLiteral("info"),
-                          QJsonObject{{QStringLiteral("total_layer"), layers},
-                                      {QStringLiteral("current_layer"),
-                                       std::min(layers, int(m_progress * layers) + 1)}}}}},
-            {QStringLiteral("display_status"), QJsonObject{{QStringLiteral("progress"), m_progress}}},
-            {QStringLiteral("webhooks"),
-             QJsonObject{{QStringLiteral("state"), m_shutdown.isValid() ? QStringLiteral("shutdown")
-                                                                        : QStringLiteral("ready")},
-                         {QStringLiteral("state_message"),
-                          m_shutdown.isValid() ? shutdownMessage
-                                               : QStringLiteral("Printer is ready")}}},
-            {QStringLiteral("virtual_sdcard"),
-             QJsonObject{{QStringLiteral("progress"), m_progress},
-                         {QStringLiteral("is_active"), m_state == u"printing"},
-                         {QStringLiteral("file_position"), int(m_progress * 4'000'000)}}}};
+    return {
+        {QStringLiteral("print_stats"),
+         QJsonObject{{QStringLiteral("state"), m_state},
+                     {QStringLiteral("filename"), m_state == u"standby" ? QString() : file},
+                     {QStringLiteral("print_duration"), duration},
+                     {QStringLiteral("total_duration"), duration},
+                     {QStringLiteral("message"), m_state == u"error"
+                                                     ? QStringLiteral("Heater extruder not "
+                                                                      "heating at expected rate")
+                                                     : QString()},
+                     {QStringLiteral("info"),
+                      QJsonObject{{QStringLiteral("total_layer"), layers},
+                                  {QStringLiteral("current_layer"),
+                                   std::min(layers, int(m_progress * layers) + 1)}}}}},
+        {QStringLiteral("display_status"), QJsonObject{{QStringLiteral("progress"), m_progress}}},
+        {QStringLiteral("webhooks"),
+         QJsonObject{{QStringLiteral("state"),
+                      m_shutdown.isValid() ? QStringLiteral("shutdown") : QStringLiteral("ready")},
+                     {QStringLiteral("state_message"), m_shutdown.isValid()
+                                                           ? shutdownMessage
+                                                           : QStringLiteral("Printer is ready")}}},
+        {QStringLiteral("virtual_sdcard"),
+         QJsonObject{{QStringLiteral("progress"), m_progress},
+                     {QStringLiteral("is_active"), m_state == u"printing"},
+                     {QStringLiteral("file_position"), int(m_progress * 4'000'000)}}}};
 }
 
 void DemoKlipper::answer(Client &client, const QString &text)
@@ -127,15 +130,16 @@ void DemoKlipper::answer(Client &client, const QString &text)
     if (!client.authorized && method == u"server.connection.identify" && key.isString()) {
         client.authorized = key.toString().toUtf8() == m_apiKey;
         if (!client.authorized) {
-            reply.insert(QStringLiteral("error"), rpcError(-32602, QStringLiteral("Invalid API Key")));
+            reply.insert(QStringLiteral("error"),
+                         rpcError(-32602, QStringLiteral("Invalid API Key")));
             client.socket->sendTextMessage(frame(reply));
             return;
         }
     }
-    const QJsonObject answer = client.authorized
-                                   ? answerAuthorized(client, method)
-                                   : QJsonObject{{QStringLiteral("error"),
-                                                  rpcError(-32602, QStringLiteral("Unauthorized"))}};
+    const QJsonObject answer =
+        client.authorized ? answerAuthorized(client, method)
+                          : QJsonObject{{QStringLiteral("error"),
+                                         rpcError(-32602, QStringLiteral("Unauthorized"))}};
     for (auto field = answer.begin(); field != answer.end(); ++field)
         reply.insert(field.key(), field.value());
     client.socket->sendTextMessage(frame(reply));
@@ -251,7 +255,8 @@ std::optional<HttpReply> DemoKlipper::refusal(const HttpRequest &request) const
 HttpReply DemoKlipper::metadata(const HttpRequest &request) const
 {
     // Decoded as the host's web framework decodes a query: "+" is a blank.
-    const QByteArray query = QUrl(QString::fromUtf8(request.path)).query(QUrl::FullyEncoded).toUtf8();
+    const QByteArray query =
+        QUrl(QString::fromUtf8(request.path)).query(QUrl::FullyEncoded).toUtf8();
     const QUrlQuery fields(QString::fromUtf8(QByteArray(query).replace('+', ' ')));
     if (fields.queryItemValue(QStringLiteral("filename"), QUrl::FullyDecoded) != file)
         return HttpReply::status("HTTP/1.1 404 Not Found");
