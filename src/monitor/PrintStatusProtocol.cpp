@@ -164,21 +164,24 @@ PrintStatusProtocol::Step PrintStatusProtocol::notified(const QString &method,
     return {};
 }
 
-PrintStatusProtocol::Step PrintStatusProtocol::notReady()
+// Nothing of the print is known in these states; true when the state is new.
+bool PrintStatusProtocol::knowOnly(PrintStatus::State state)
 {
     m_objects = {};
-    const bool changed = m_status.state != PrintStatus::State::klippyNotReady;
-    m_status = {.state = PrintStatus::State::klippyNotReady};
-    return {.statusChanged = changed, .askAgainLater = true};
+    const bool changed = m_status.state != state;
+    m_status = {.state = state};
+    return changed;
+}
+
+PrintStatusProtocol::Step PrintStatusProtocol::notReady()
+{
+    return {.statusChanged = knowOnly(PrintStatus::State::klippyNotReady), .askAgainLater = true};
 }
 
 PrintStatusProtocol::Step PrintStatusProtocol::refuse()
 {
     m_pending.clear();
-    m_objects = {};
-    const bool changed = m_status.state != PrintStatus::State::unauthorized;
-    m_status = {.state = PrintStatus::State::unauthorized};
-    return {.statusChanged = changed, .refused = true};
+    return {.statusChanged = knowOnly(PrintStatus::State::unauthorized), .refused = true};
 }
 
 PrintStatusProtocol::Step PrintStatusProtocol::failed(const QString &reason)

@@ -61,6 +61,7 @@ private:
     Step answered(Call kind, const QJsonObject &message);
     Step notified(const QString &method, const QJsonValue &params);
     Step notReady();
+    bool knowOnly(PrintStatus::State state);
     void merge(const QJsonObject &changes);
 
     const QString m_version;
