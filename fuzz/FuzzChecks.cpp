@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "FuzzChecks.h"
 
+#include "monitor/PrintStatusProtocol.h"
 #include "platform/FrameText.h"
 #include "platform/MemoryKeyValueStore.h"
-#include "monitor/PrintStatusProtocol.h"
 #include "settings/AppSettings.h"
 #include "settings/WebcamImport.h"
 #include "stream/MjpegPartReader.h"
@@ -25,13 +25,10 @@ void require(bool condition)
 
 } // namespace
 
-void checkSettingsDocument(const QByteArray &bytes)
+namespace {
+
+void checkPrinter(const PrinterSettings &settings)
 {
-    // A file that does not parse as an object is an empty store, which the file backend's own
-    // tests cover; everything that parses is loaded as the app loads it.
-    const QJsonDocument document = QJsonDocument::fromJson(bytes);
-    MemoryKeyValueStore store(document.object().toVariantMap());
-    AppSettings settings(store);
     for (const QString &name : settings.customCameraNames())
         require(!name.isEmpty());
     for (const QString &path : settings.customSnapshotPaths())
@@ -48,6 +45,55 @@ void checkSettingsDocument(const QByteArray &bytes)
                 it.value().rotation >= 0);
     for (const CameraId id : settings.cameraWindowFrames().keys())
         settings.frame(id);
+}
+
+// The further printers' array, without the ids given to entries that had none.
+QVariantList entriesWithoutIDs(const QVariant &stored)
+{
+    QVariantList entries = stored.toList();
+    for (QVariant &entry : entries) {
+        if (entry.metaType().id() == QMetaType::QVariantMap) {
+            QVariantMap object = entry.toMap();
+            object.remove(QStringLiteral("printerID"));
+            entry = object;
+        }
+    }
+    return entries;
+}
+
+} // namespace
+
+void checkSettingsDocument(const QByteArray &bytes)
+{
+    // A file that does not parse as an object is an empty store, which the file backend's own
+    // tests cover; everything that parses is loaded as the app loads it.
+    const QJsonDocument document = QJsonDocument::fromJson(bytes);
+    const QVariantMap stored = document.object().toVariantMap();
+    MemoryKeyValueStore store(stored);
+    AppSettings settings(store);
+    const QList<PrinterSettings *> printers = settings.printers();
+    QStringList ids;
+    for (const PrinterSettings *printer : printers) {
+        checkPrinter(*printer);
+        require(!ids.contains(printer->printerID()));
+        ids.append(printer->printerID());
+    }
+    // Writing a further printer's key changes that key and nothing the user wrote elsewhere.
+    const QString key = settings.additionalPrintersKey;
+    const QVariantList before = entriesWithoutIDs(store.value(key));
+    require(!stored.contains(key) || before == entriesWithoutIDs(stored.value(key)));
+    if (printers.size() > 1) {
+        printers.last()->setPrinterName(QStringLiteral("fuzz"));
+        const QVariantList after = entriesWithoutIDs(store.value(key));
+        require(after.size() == before.size());
+        for (qsizetype i = 0; i < after.size(); ++i) {
+            QVariantMap object = after.at(i).toMap();
+            object.remove(QStringLiteral("printerName"));
+            QVariantMap was = before.at(i).toMap();
+            was.remove(QStringLiteral("printerName"));
+            require(after.at(i).metaType() == before.at(i).metaType() && object == was);
+        }
+    }
 }
 
 void checkMjpegStream(const QByteArray &bytes)
@@ -104,10 +150,11 @@ void checkWebcamList(const QByteArray &bytes)
         return;
     }
     MemoryKeyValueStore store({{QStringLiteral("printerIP"), QStringLiteral("127.0.0.1:7125")}});
-    AppSettings settings(store);
+    AppSettings app(store);
+    PrinterSettings &settings = app.firstPrinter();
     require(!takeOverWebcams(settings, std::get<0>(parsed)).message().isEmpty());
-    for (const CameraTextMap &texts : {settings.customCameraNames(),
-                                       settings.customSnapshotPaths(), settings.cameraStreamPaths()}) {
+    for (const CameraTextMap &texts : {settings.customCameraNames(), settings.customSnapshotPaths(),
+                                       settings.cameraStreamPaths()}) {
         for (auto it = texts.cbegin(); it != texts.cend(); ++it)
             require(it.key() >= 1 && it.key() <= 3 && !it.value().isEmpty());
     }

@@ -75,11 +75,17 @@ start_demo_printer() {
 # Writes scenes into <work>/config that switch the demo printer through its plug, made from the
 # Tasmota templates as a user makes them: copied under the scene names that Kestrel's settings
 # name, and the plug's address in tasmota.conf.
+# Usage: write_demo_scenes <work folder> [<scene name prefix> <its config's name>]
+# The power scenes that switch the demo printer's plug: "Klipper einschalten", "… ausschalten"
+# and "… Status" by default; with a prefix, "<prefix> einschalten" and so on, each reading its
+# own copy of the plug's address, so that several printers' plugs stay apart.
 write_demo_scenes() {
-    local scenes=$1/config/Kestrel/scenes templates=src/power/scenes
+    local scenes=$1/config/Kestrel/scenes templates=src/power/scenes prefix=${2:-Klipper}
+    local conf=${3:-tasmota.conf}
     mkdir -p "$scenes"
-    cp "$templates/tasmota-an" "$scenes/Klipper einschalten"
-    cp "$templates/tasmota-aus" "$scenes/Klipper ausschalten"
-    cp "$templates/tasmota-status" "$scenes/Klipper Status"
-    sed "s|^ADRESSE=.*|ADRESSE=http://$plug_address|" "$templates/tasmota.conf" >"$scenes/tasmota.conf"
+    for pair in "an:$prefix einschalten" "aus:$prefix ausschalten" "status:$prefix Status"; do
+        sed "s|/tasmota.conf\"|/$conf\"|" "$templates/tasmota-${pair%%:*}" >"$scenes/${pair#*:}"
+        chmod +x "$scenes/${pair#*:}"
+    done
+    sed "s|^ADRESSE=.*|ADRESSE=http://$plug_address|" "$templates/tasmota.conf" >"$scenes/$conf"
 }

@@ -159,9 +159,11 @@ QString kestrelWindow(bool shownOnly, int from, int to)
     QStringList search{u"search"_s, u"--name"_s, u"^Kestrel$"_s};
     if (shownOnly)
         search.insert(1, u"--onlyvisible"_s);
-    const QStringList ids = run(u"xdotool"_s, search).value_or(QString()).split(u'\n', Qt::SkipEmptyParts);
+    const QStringList ids =
+        run(u"xdotool"_s, search).value_or(QString()).split(u'\n', Qt::SkipEmptyParts);
     for (const QString &id : ids) {
-        const QString geometry = run(u"xdotool"_s, {u"getwindowgeometry"_s, id}).value_or(QString());
+        const QString geometry =
+            run(u"xdotool"_s, {u"getwindowgeometry"_s, id}).value_or(QString());
         const int width = geometry.section(u"Geometry: "_s, 1).section(u'x', 0, 0).toInt();
         if (width >= from && width <= to)
             return id;
@@ -192,7 +194,8 @@ bool mainWindowShown()
 QString trayIcon()
 {
     const QString tree = run(u"xwininfo"_s, {u"-root"_s, u"-tree"_s}).value_or(QString());
-    const QRegularExpression icon(u"(0x[0-9a-f]+) \"Kestrel\": \\(\"kestrel\" \"Kestrel\"\\)\\s+(\\d+)x"_s);
+    const QRegularExpression icon(
+        u"(0x[0-9a-f]+) \"Kestrel\": \\(\"kestrel\" \"Kestrel\"\\)\\s+(\\d+)x"_s);
     for (const QRegularExpressionMatch &match : icon.globalMatch(tree)) {
         if (match.captured(2).toInt() <= 64)
             return match.captured(1);
@@ -270,7 +273,7 @@ void DesktopTest::cameraWindowsAsTheWindowManagerHasThem()
 void DesktopTest::settingsWindowFitsTheScreen()
 {
     CameraApp app({});
-    SettingsView view(app.settings, app.homeKit);
+    SettingsView view(app.printers);
     view.show();
     QTRY_VERIFY_WITH_TIMEOUT(managedFrame(&view).isValid(), 20000);
     QTRY_VERIFY_WITH_TIMEOUT(view.screen()->availableGeometry().contains(managedFrame(&view)),
@@ -398,7 +401,7 @@ void DesktopTest::theTrayKeepsCamerasWithoutTheMainWindow()
     QCOMPARE(kestrel.process.state(), QProcess::Running);
 
     QVERIFY(click(u"3"_s));
-    QTest::qWait(500); // the menu opens
+    QTest::qWait(500);                                  // the menu opens
     QVERIFY(xdotool({u"key"_s, u"Up"_s, u"Return"_s})); // its last entry, "Beenden"
     QTRY_COMPARE_WITH_TIMEOUT(kestrel.process.state(), QProcess::NotRunning, 20000);
     QCOMPARE(kestrel.process.exitCode(), 0);

@@ -76,7 +76,7 @@ void FaultSoakTest::screensFollowEveryFaultAndNothingIsLost()
     test::CameraApp app(
         {{u"printerIP"_s, address}, {u"selectedCameraIDs"_s, test::idList({1, 2, 3})}}, {}, 1s);
     auto coordinator = app.start();
-    ContentView mainWindow(app.settings, app.homeKit, app.monitor, *coordinator, [] {});
+    ContentView mainWindow(app.printers, *coordinator, [] {});
     mainWindow.show();
 
     // What the main window and each camera window show, in words.

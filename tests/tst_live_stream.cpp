@@ -103,8 +103,8 @@ void LiveStreamTest::partsAreCutHoweverTheBytesArrive_data()
     QTest::addColumn<QList<QByteArray>>("parts");
     const QByteArray a = "AAA--fram", b = "B\r\nB";
     QTest::newRow("with lengths") << part(a) + part(b) << QList<QByteArray>{a, b};
-    QTest::newRow("without lengths")
-        << part(a, false) + part(b, false) + "--frame--\r\n" << QList<QByteArray>{a, b};
+    QTest::newRow("without lengths") << part(a, false) + part(b, false) + "--frame--\r\n"
+                                     << QList<QByteArray>{a, b};
     QTest::newRow("mixed, bare line feeds, a preamble")
         << "preamble\n--frame\nContent-Length: 9\n\n" + a + "\n--frame\n\n" + b + "\n--frame\n"
         << QList<QByteArray>{a, b};
@@ -139,10 +139,11 @@ void LiveStreamTest::partsAreCutHoweverTheBytesArrive()
 void LiveStreamTest::brokenStreamsSayWhyAndComeBack_data()
 {
     QTest::addColumn<HttpReply>("reply");
-    QTest::addColumn<QString>("shown"); // before ": " and the address
+    QTest::addColumn<QString>("shown");   // before ": " and the address
     QTest::addColumn<bool>("reconnects"); // a stream of bad pictures is still a stream
     const QByteArray jpeg = test::testJpeg();
-    QTest::newRow("404") << HttpReply::status("HTTP/1.1 404 Not Found") << u"HTTP-Status 404"_s << true;
+    QTest::newRow("404") << HttpReply::status("HTTP/1.1 404 Not Found") << u"HTTP-Status 404"_s
+                         << true;
     QTest::newRow("redirect to another host")
         << HttpReply{.statusLine = "HTTP/1.1 302 Found",
                      .headers = "Location: http://127.0.0.1:9/webcam/?action=stream\r\n"}
@@ -155,8 +156,7 @@ void LiveStreamTest::brokenStreamsSayWhyAndComeBack_data()
         << HttpReply{.contentType = "multipart/x-mixed-replace;boundary=frame",
                      .body = part(jpeg).left(500)}
         << u"Stream vom Host beendet"_s << true;
-    QTest::newRow("no picture") << streamOf(part("kein JPEG"), 20ms) << u"JPEG ungültig"_s
-                                << false;
+    QTest::newRow("no picture") << streamOf(part("kein JPEG"), 20ms) << u"JPEG ungültig"_s << false;
     // Announced, not sent: building 70 MB takes longer than the stall time on a slow machine.
     QTest::newRow("part too large")
         << HttpReply{.contentType = "multipart/x-mixed-replace;boundary=frame",
@@ -294,7 +294,7 @@ void LiveStreamTest::cameraWindowThroughAPowerCut()
         QVERIFY(!streamOf(id)->source().errorText());
     }
 
-    app.settings.setStreamPath(std::nullopt, 2);
+    app.printer.setStreamPath(std::nullopt, 2);
     QCOMPARE(streamOf(2)->feed(), PictureFeed::snapshots);
     const QStringList captions = [&] {
         QStringList texts;

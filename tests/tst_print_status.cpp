@@ -13,6 +13,7 @@
 #include "monitor/PrintStatusClient.h"
 #include "platform/MemoryKeyValueStore.h"
 #include "settings/AppSettings.h"
+#include "settings/PrinterSettings.h"
 
 #include <QCryptographicHash>
 #include <QDBusConnection>
@@ -240,7 +241,7 @@ void PrintStatusTest::clientFollowsTheDemoPrinter()
     QTemporaryDir tools;
     test::FakeTool curl(tools.path(), u"curl"_s, u"echo 'HTTP/1.1 200 OK'"_s);
     MemoryKeyValueStore store({{u"printerIP"_s, printer.address()}});
-    AppSettings settings(store);
+    PrinterSettings settings(store);
     PiStatusMonitor monitor(settings, nullptr, 100ms, curl.path());
     PrintStatusClient client(settings, monitor, nullptr, quick);
     PrintEvents events;
@@ -316,7 +317,7 @@ void PrintStatusTest::brokenApis()
     QFETCH(int, most);
     BrokenApiHost host(kind);
     MemoryKeyValueStore store({{u"printerIP"_s, host.address()}});
-    AppSettings settings(store);
+    PrinterSettings settings(store);
     PiStatusMonitor monitor(settings, nullptr, 10s);
     PrintStatusClient client(settings, monitor, nullptr, quick);
     QTRY_VERIFY_WITH_TIMEOUT(host.connections > 0, 20000);
@@ -376,7 +377,8 @@ void PrintStatusTest::oneNotificationPerChange()
           {State::printing, mcu, {}},
           {State::none, mcu, {}},
           {State::complete, mcu, u"lid.gcode"_s}})
-        notifier.follow(status(state, message, file.isEmpty() ? u"benchy.gcode"_s : file));
+        notifier.follow(settings.firstPrinter(),
+                        status(state, message, file.isEmpty() ? u"benchy.gcode"_s : file));
     QTRY_COMPARE_WITH_TIMEOUT(recorder.shown.size(), 4, 20000);
     QCOMPARE(recorder.shown[0].title, u"Druck pausiert"_s);
     QCOMPARE(recorder.shown[1].title, u"Druck fertig"_s);
@@ -393,12 +395,12 @@ void PrintStatusTest::oneNotificationPerChange()
              QStringLiteral(KESTREL_APP_ID));
 
     settings.setNotifyPrintEvents(false);
-    notifier.follow(status(State::printing));
-    notifier.follow(status(State::cancelled));
+    notifier.follow(settings.firstPrinter(), status(State::printing));
+    notifier.follow(settings.firstPrinter(), status(State::cancelled));
     settings.setNotifyPrintEvents(true);
     QVERIFY(daemon.unregisterService(u"org.freedesktop.Notifications"_s));
-    notifier.follow(status(State::printing));
-    notifier.follow(status(State::paused));
+    notifier.follow(settings.firstPrinter(), status(State::printing));
+    notifier.follow(settings.firstPrinter(), status(State::paused));
     QVERIFY(undelivered.wait(20000));
     QCOMPARE(undelivered.first().at(0).toString(), u"Druck pausiert"_s);
     QCOMPARE(recorder.shown.size(), 4);

@@ -12,7 +12,7 @@
 #include "power/SceneFolder.h"
 #include "power/SceneTemplates.h"
 #include "power/StatusInterpretation.h"
-#include "settings/AppSettings.h"
+#include "settings/PrinterSettings.h"
 
 #include <QDirIterator>
 #include <QRegularExpression>
@@ -62,7 +62,7 @@ struct Power
     test::FakeTool tool;
     bool hasTool;
     MemoryKeyValueStore store;
-    AppSettings settings;
+    PrinterSettings settings;
 };
 
 void awaitSettled(const HomeKitManager &manager)
@@ -80,7 +80,7 @@ struct Fixture
     explicit Fixture(const QString &address) : store({{u"printerIP"_s, address}}), settings(store)
     {}
     MemoryKeyValueStore store;
-    AppSettings settings;
+    PrinterSettings settings;
 };
 
 // The first value published after the initial "checking".

@@ -155,11 +155,11 @@ void ScreensTest::promptOnAppearAndOnNewReasons()
     Environment environment(u"aus"_s);
     QVariantMap stored = noWindows;
     stored.insert(u"homeKitStatusShortcutName"_s, u"Status"_s);
-    CameraApp app(stored, environment.shortcuts.path());
-    PiStatusMonitor monitor(app.settings, nullptr, 30ms); // re-publishes the same reason often
+    CameraApp app(stored, environment.shortcuts.path(), 30ms); // the same reason again and again
+    const PiStatusMonitor &monitor = app.monitor;
     QTRY_VERIFY(monitor.reachability().isUnreachable());
     auto coordinator = app.start();
-    ContentView view(app.settings, app.homeKit, monitor, *coordinator, [] {});
+    ContentView view(app.printers, *coordinator, [] {});
 
     view.show();
     QVERIFY(view.showsStartupInfo());
@@ -174,8 +174,8 @@ void ScreensTest::promptOnAppearAndOnNewReasons()
     QVERIFY(!view.showsStartupInfo());
     // ... a new reason brings it back (the monitor takes an address one change late).
     const QString closedAddress = LoopbackHttpServer::closedAddress();
-    app.settings.setPrinterIP(closedAddress);
-    app.settings.setPrinterIP(closedAddress + u'/');
+    app.printer.setPrinterIP(closedAddress);
+    app.printer.setPrinterIP(closedAddress + u'/');
     QTRY_VERIFY_WITH_TIMEOUT(monitor.reachability().reason().startsWith(u"curl: (7)"), 20000);
     QVERIFY(view.showsStartupInfo());
 }
@@ -190,7 +190,7 @@ void ScreensTest::settingsWindowStoresAtOnceAndAsksBeforePowerOff()
                    {u"cameraPlacements"_s, QVariantMap{}},
                    {u"customCameraNames"_s, QVariantMap{{u"2"_s, u"Nozzle"_s}}}},
                   environment.shortcuts.path());
-    SettingsView view(app.settings, app.homeKit);
+    SettingsView view(app.printers);
     view.show();
 
     // Camera 2's name field: cleared, the entry goes and the catalogue name shows again.
@@ -298,8 +298,9 @@ void ScreensTest::settingsWindowStoresAtOnceAndAsksBeforePowerOff()
     QVERIFY(!view.isVisible());
 
     // Without the shortcuts tool the scene runner switches the printer, and the section says so.
-    HomeKitManager scenes(app.settings, nullptr, u"/kein/shortcuts"_s, u"/bin/true"_s);
-    SettingsView sceneView(app.settings, scenes);
+    PrinterList scenes(app.settings,
+                       {.shortcuts = u"/kein/shortcuts"_s, .sceneRunner = u"/bin/true"_s});
+    SettingsView sceneView(scenes);
     QStringList sections;
     for (const QGroupBox *box : sceneView.findChildren<QGroupBox *>())
         sections << box->title();
@@ -326,9 +327,9 @@ void ScreensTest::everyScreenShowsItsTextsWhole()
     view.resize(680, 560);
     QTRY_VERIFY_WITH_TIMEOUT(labelTexts(&view).contains(u"Raspberry Pi erreichbar"_s), 20000);
     QVERIFY(labelTexts(&view).filter(u"PiP-Fenster auf dem Desktop an."_s).size() == 1);
-    app.homeKitManager().runShortcut(u"Klipper einschalten"_s); // one line more
-    QTRY_VERIFY(app.homeKitManager().actionMessage().has_value());
-    QTRY_COMPARE(app.homeKitManager().accessoryState(), HomeKitAccessoryState::on());
+    app.printers().first().power().runShortcut(u"Klipper einschalten"_s); // one line more
+    QTRY_VERIFY(app.printers().first().power().actionMessage().has_value());
+    QTRY_COMPARE(app.printers().first().power().accessoryState(), HomeKitAccessoryState::on());
     // A camera row's caption stands under its name, beside the symbol.
     const auto left = [&view](const QString &text) {
         return childWithText<QLabel>(&view, text)->mapTo(&view, QPoint()).x();
@@ -348,7 +349,8 @@ void ScreensTest::everyScreenShowsItsTextsWhole()
     QCOMPARE(std::count_if(windows.begin(), windows.end(),
                            [](QWidget *window) { return qobject_cast<SettingsView *>(window); }),
              1);
-    QLineEdit *address = app.settingsWindow()->findChildren<QLineEdit *>().first();
+    QLineEdit *address =
+        childWithText<QLineEdit>(app.settingsWindow(), environment.printer.address());
     QCOMPARE(
         std::unique_ptr<QMenu>(address->createStandardContextMenu())->actions().first()->text(),
         u"&Rückgängig\tStrg+Z"_s);
@@ -426,7 +428,7 @@ void ScreensTest::cameraWindowFollowsAddressAndNames()
     QVERIFY(!view->findChild<SnapshotStreamView *>()); // nothing that could fetch
 
     QSignalSpy closes(window, &CameraWindow::closing);
-    app.settings.setPrinterIP(u"127.0.0.1:9"_s); // the same window gets new content
+    app.printer.setPrinterIP(u"127.0.0.1:9"_s); // the same window gets new content
     QCOMPARE(coordinator->window(1), window);
     QCOMPARE(closes.count(), 0);
     view = qobject_cast<CameraWindowView *>(window->content());
@@ -450,22 +452,22 @@ void ScreensTest::cameraWindowFollowsAddressAndNames()
     QCOMPARE(menuButton->text(), u"Übersichtscam"_s);
     QCOMPARE(labels(), (QStringList{u"Übersichtscam"_s, u"Nozzle"_s, u"Filamentcam"_s, QString(),
                                     u"Bildrate anzeigen"_s}));
-    app.settings.setCustomName(u"Rolle"_s, 3);
+    app.printer.setCustomName(u"Rolle"_s, 3);
     QCOMPARE(labels()[2], u"Rolle"_s);
 
     // Its own camera: nothing happens. Another takes the window's place; one that is open
     // already only closes this window.
-    QSignalSpy selections(&app.settings, &AppSettings::selectedCameraIDsWillChange);
+    QSignalSpy selections(&app.printer, &PrinterSettings::selectedCameraIDsWillChange);
     menuButton->menu()->actions()[0]->trigger();
     QCoreApplication::processEvents();
     QCOMPARE(selections.count(), 0);
     menuButton->menu()->actions()[1]->trigger();
-    QTRY_COMPARE(app.settings.selectedCameraIDs(), (CameraIdSet{2, 3}));
+    QTRY_COMPARE(app.printer.selectedCameraIDs(), (CameraIdSet{2, 3}));
     QCOMPARE(coordinator->openCameraIDs(), (QList<CameraId>{2, 3}));
     QCOMPARE(selections.count(), 1);
     view = qobject_cast<CameraWindowView *>(coordinator->window(2)->content());
     view->findChild<CameraMenuButton *>()->menu()->actions()[2]->trigger();
-    QTRY_COMPARE(app.settings.selectedCameraIDs(), CameraIdSet{3});
+    QTRY_COMPARE(app.printer.selectedCameraIDs(), CameraIdSet{3});
     QCOMPARE(coordinator->openCameraIDs(), QList<CameraId>{3});
 
     // Return asks before powering off; confirming runs the off scene named at that moment.
@@ -483,7 +485,7 @@ void ScreensTest::cameraWindowFollowsAddressAndNames()
     QTRY_VERIFY(!view->findChild<QMessageBox *>());
     view->findChild<QToolButton *>(u"powerButton"_s)->click();
     alert = openAlert(view);
-    app.settings.setHomeKitPowerOffSceneName(u"Alles aus"_s);
+    app.printer.setHomeKitPowerOffSceneName(u"Alles aus"_s);
     childWithText(alert, u"Bis du sicher?"_s)->click();
     const QList<QStringList> offScene{{u"run"_s, u"Alles aus"_s}};
     QTRY_COMPARE(environment.shortcuts.calls(), offScene);
@@ -529,7 +531,7 @@ void ScreensTest::cameraWindowInEveryState()
     auto coordinator = app.start();
     QTRY_VERIFY_WITH_TIMEOUT(app.monitor.reachability() == PiReachability::reachable(), 20000);
 
-    const CameraWindowEnvironment environment{app.settings, app.monitor, app.homeKit};
+    const CameraWindowEnvironment environment{app.settings, app.printers.first()};
     CameraWindowView live(cameraCatalogue()[0], environment);
     live.resize(436, 296);
     live.show();
@@ -570,14 +572,14 @@ void ScreensTest::cameraWindowInEveryState()
 
     // A camera mounted sideways: its picture arrives upright, fitted to the window.
     overviewFails = false;
-    app.settings.setOrientation({90, false, false}, 1);
+    app.printer.setOrientation({90, false, false}, 1);
     QTRY_COMPARE_WITH_TIMEOUT(stream->source().image().size(),
                               QSize(960, 1280).scaled(stream->size(), Qt::KeepAspectRatio), 20000);
 
     // The monitor takes an address one change late: the second change brings the first in.
     const QString closedAddress = LoopbackHttpServer::closedAddress();
-    app.settings.setPrinterIP(closedAddress);
-    app.settings.setPrinterIP(closedAddress + u'/');
+    app.printer.setPrinterIP(closedAddress);
+    app.printer.setPrinterIP(closedAddress + u'/');
     QTRY_VERIFY_WITH_TIMEOUT(app.monitor.reachability().isUnreachable(), 20000);
     CameraWindowView offline(cameraCatalogue()[2], environment);
     offline.resize(320, 220);
@@ -594,14 +596,22 @@ void ScreensTest::workedExampleAndWrappingRow()
     QList<LayoutWindow> windows;
     for (CameraId id : {3, 1, 4, 2}) // the order given does not matter, ids do
         windows.append({id, QSizeF(420, 308), P::topLeft});
-    const auto origins = layoutCornerWindows(windows, area);
-    QCOMPARE(origins, (QList<std::pair<CameraId, QPointF>>{
-                          {1, {24, 543}}, {2, {462, 543}}, {3, {900, 543}}, {4, {24, 217}}}));
+    QCOMPARE(layoutCornerWindows(windows, area),
+             (QList<LayoutOrigin>{
+                 {0, 1, {24, 543}}, {0, 2, {462, 543}}, {0, 3, {900, 543}}, {0, 4, {24, 217}}}));
+    // Two printers share the corner: the first printer's windows, then the second's.
+    windows = {{3, QSizeF(420, 308), P::topLeft, 0},
+               {2, QSizeF(420, 308), P::topLeft, 1},
+               {1, QSizeF(420, 308), P::topLeft, 1},
+               {1, QSizeF(420, 308), P::topLeft, 0}};
+    QCOMPARE(layoutCornerWindows(windows, area),
+             (QList<LayoutOrigin>{
+                 {0, 1, {24, 543}}, {0, 3, {462, 543}}, {1, 1, {900, 543}}, {1, 2, {24, 217}}}));
 
     // The same on the right and at the bottom: rows grow from their corner.
     windows = {{1, QSizeF(420, 308), P::bottomRight}, {2, QSizeF(420, 100), P::bottomRight}};
     QCOMPARE(layoutCornerWindows(windows, area),
-             (QList<std::pair<CameraId, QPointF>>{{1, {996, 49}}, {2, {558, 49}}}));
+             (QList<LayoutOrigin>{{0, 1, {996, 49}}, {0, 2, {558, 49}}}));
 
     // A window wider than the screen stands alone, one gap below its anchor; every further one
     // gets its own row.
@@ -609,9 +619,9 @@ void ScreensTest::workedExampleAndWrappingRow()
                                    {2, QSizeF(1400, 300), P::bottomRight},
                                    {3, QSizeF(1400, 200), P::topLeft}};
     QCOMPARE(layoutCornerWindows(wide, area),
-             (QList<std::pair<CameraId, QPointF>>{{1, {24, 851 - 18 - 300}},
-                                                  {3, {24, 851 - 18 - 300 - 18 - 200}},
-                                                  {2, {1416 - 1400, 49 + 18}}}));
+             (QList<LayoutOrigin>{{0, 1, {24, 851 - 18 - 300}},
+                                  {0, 3, {24, 851 - 18 - 300 - 18 - 200}},
+                                  {0, 2, {1416 - 1400, 49 + 18}}}));
 }
 
 void ScreensTest::startOpensTheSelectionInOrderAndLaysOut()
@@ -633,9 +643,9 @@ void ScreensTest::startOpensTheSelectionInOrderAndLaysOut()
     const auto origins = layoutCornerWindows(
         {{1, initialContentSize, P::topLeft}, {3, QSizeF(320, 420), P::topRight}},
         screenFrames::visibleFrame());
-    QCOMPARE(origins[0].second, QPointF(24, 900 - 24 - 280));
-    QCOMPARE(originOf(one), origins[0].second);
-    QCOMPARE(originOf(three), origins[1].second);
+    QCOMPARE(origins[0].origin, QPointF(24, 900 - 24 - 280));
+    QCOMPARE(originOf(one), origins[0].origin);
+    QCOMPARE(originOf(three), origins[1].origin);
     QVERIFY(qobject_cast<CameraWindowView *>(one->content()));
 }
 
@@ -651,21 +661,21 @@ void ScreensTest::closingDeselectsAndSavesTheFrame()
     CameraWindow *two = coordinator->window(2);
     const QRectF frame = screenFrames::frame(one);
     const QPointF secondBefore = originOf(two);
-    QSignalSpy selections(&app.settings, &AppSettings::selectedCameraIDsWillChange);
+    QSignalSpy selections(&app.printer, &PrinterSettings::selectedCameraIDsWillChange);
 
     one->close(); // as the title bar's close button does
     QCOMPARE(app.store.value(u"selectedCameraIDs"_s), idList({2, 3, 42}));
     QCOMPARE(coordinator->openCameraIDs(), (QList<CameraId>{2, 3}));
     QVERIFY(originOf(two) != secondBefore); // laid out again: now first in its corner
     QTRY_VERIFY(one.isNull());              // and the closed window is gone
-    QTRY_COMPARE(app.settings.frame(1), std::optional(frame));
+    QTRY_COMPARE(app.printer.frame(1), std::optional(frame));
 
     const QRectF thirdFrame = screenFrames::frame(coordinator->window(3));
-    app.settings.setCameraSelected(3, false);
+    app.printer.setCameraSelected(3, false);
     QCOMPARE(selections.count(), 2);
     QCOMPARE(coordinator->openCameraIDs(), QList<CameraId>{2});
-    QCOMPARE(app.settings.selectedCameraIDs(), (CameraIdSet{2, 42}));
-    QTRY_COMPARE(app.settings.frame(3), std::optional(thirdFrame));
+    QCOMPARE(app.printer.selectedCameraIDs(), (CameraIdSet{2, 42}));
+    QTRY_COMPARE(app.printer.frame(3), std::optional(thirdFrame));
 }
 
 // Only a window placed "free" opens at its saved frame; one with no placement at all takes the
@@ -686,7 +696,7 @@ void ScreensTest::savedFrameOnlyForFreeCornersSnapBack()
     CameraWindow *three = coordinator->window(3);
     const QPointF corner = originOf(three);
     screenFrames::setFrameOrigin(three, corner + QPointF(50, -30));
-    QTRY_COMPARE(app.settings.frame(3)->topLeft(), corner + QPointF(50, -30));
+    QTRY_COMPARE(app.printer.frame(3)->topLeft(), corner + QPointF(50, -30));
     app.settings.setAlwaysOnTop(true); // any watched setting
     QCOMPARE(originOf(three), corner);
 }

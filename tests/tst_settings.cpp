@@ -10,6 +10,7 @@
 #include "platform/JsonFileKeyValueStore.h"
 #include "platform/MemoryKeyValueStore.h"
 #include "settings/AppSettings.h"
+#include "settings/PrinterSettings.h"
 #include "settings/WebcamImport.h"
 
 #include <QDirIterator>
@@ -82,10 +83,15 @@ class SettingsTest : public QObject
 {
     Q_OBJECT
 
+private:
+    static void rewriteEveryKey(PrinterSettings &s);
+
 private slots:
     void oddValuesAreWrittenBackAsLoaded_data();
     void oddValuesAreWrittenBackAsLoaded();
     void eachOperationWritesOnlyItsOwnKey();
+    void printersShareOneFile_data();
+    void printersShareOneFile();
     void fileIsWrittenLateAndKeepsWhatItCannotRead();
     void camerasAreTakenOverFromThePrinter_data();
     void camerasAreTakenOverFromThePrinter();
@@ -131,16 +137,34 @@ frames: empty text kept | cameraWindowFrames | {"1": "", "y": "{{1, 2}, {3, 4}}"
             << row[1] << json(row[2].toUtf8()) << json(row[3].toUtf8());
 }
 
+// Every row holds for the first printer at the top level and, but for the global options, for a
+// further printer's entry in the array as well.
 void SettingsTest::oddValuesAreWrittenBackAsLoaded()
 {
     QFETCH(QString, key);
     QFETCH(QVariant, stored);
     QFETCH(QVariant, written);
-    MemoryKeyValueStore store({{key, stored}});
-    AppSettings s(store);
+    const bool global = key == u"alwaysOnTop";
+    for (const bool inEntry : {false, true}) {
+        if (inEntry && global)
+            continue;
+        MemoryKeyValueStore store(
+            inEntry
+                ? QVariantMap{{AppSettings::additionalPrintersKey,
+                               QVariantList{QVariantMap{{u"printerID"_s, u"p"_s}, {key, stored}}}}}
+                : QVariantMap{{key, stored}});
+        AppSettings app(store);
+        app.setAlwaysOnTop(app.alwaysOnTop());
+        rewriteEveryKey(inEntry ? *app.printer(u"p"_s) : app.firstPrinter());
+        const QVariant entry = store.value(AppSettings::additionalPrintersKey).toList().value(0);
+        QCOMPARE((inEntry ? entry.toMap() : store.values()).value(key), written);
+    }
+}
+
+void SettingsTest::rewriteEveryKey(PrinterSettings &s)
+{
     s.setPrinterIP(s.printerIP());
     s.setSelectedCameraIDs(s.selectedCameraIDs());
-    s.setAlwaysOnTop(s.alwaysOnTop());
     s.setCameraPlacements(s.cameraPlacements());
     s.setCameraWindowFrames(s.cameraWindowFrames());
     s.setHomeKitStatusShortcutName(s.homeKitStatusShortcutName());
@@ -148,7 +172,6 @@ void SettingsTest::oddValuesAreWrittenBackAsLoaded()
     s.setCustomSnapshotPaths(s.customSnapshotPaths());
     s.setCameraStreamPaths(s.cameraStreamPaths());
     s.setCameraOrientations(s.cameraOrientations());
-    QCOMPARE(store.value(key), written);
 }
 
 void SettingsTest::eachOperationWritesOnlyItsOwnKey()
@@ -156,34 +179,34 @@ void SettingsTest::eachOperationWritesOnlyItsOwnKey()
     struct Case
     {
         const char *name;
-        std::function<void(AppSettings &)> operation;
+        std::function<void(PrinterSettings &)> operation;
         QString key;
         QVariant written;
     };
     const QList<Case> cases{
-        {"select", [](AppSettings &s) { s.setCameraSelected(3, true); }, u"selectedCameraIDs"_s,
+        {"select", [](PrinterSettings &s) { s.setCameraSelected(3, true); }, u"selectedCameraIDs"_s,
          json("[1, 2, 3]")},
         {"deselect all",
-         [](AppSettings &s) { s.setCameraSelected(1, false), s.setCameraSelected(2, false); },
+         [](PrinterSettings &s) { s.setCameraSelected(1, false), s.setCameraSelected(2, false); },
          u"selectedCameraIDs"_s, json("[]")},
-        {"placement", [](AppSettings &s) { s.setPlacement(WindowPlacement::bottomRight, 3); },
+        {"placement", [](PrinterSettings &s) { s.setPlacement(WindowPlacement::bottomRight, 3); },
          u"cameraPlacements"_s, json(R"({"1": "free", "2": "topRight", "3": "bottomRight"})")},
-        {"clear name", [](AppSettings &s) { s.setCustomName(QString(), 2); },
+        {"clear name", [](PrinterSettings &s) { s.setCustomName(QString(), 2); },
          u"customCameraNames"_s, json(R"({"3": "Rolle"})")},
-        {"clear last path", [](AppSettings &s) { s.setCustomSnapshotPath(std::nullopt, 3); },
+        {"clear last path", [](PrinterSettings &s) { s.setCustomSnapshotPath(std::nullopt, 3); },
          u"customSnapshotPaths"_s, json("{}")},
-        {"stream", [](AppSettings &s) { s.setStreamPath(u"/stream"_s, 1); },
+        {"stream", [](PrinterSettings &s) { s.setStreamPath(u"/stream"_s, 1); },
          u"cameraStreamPaths"_s, json(R"({"1": "/stream", "2": "/webcam2/?action=stream"})")},
         // An orientation lives under two keys; this one changes the mirroring alone.
         {"orientation",
-         [](AppSettings &s) {
+         [](PrinterSettings &s) {
              s.setOrientation({90, false, true}, 1);
          },
          u"cameraMirroring"_s, json(R"({"1": "vertical"})")},
     };
     for (const Case &c : cases) {
         MemoryKeyValueStore store(fullyStored());
-        AppSettings settings(store);
+        PrinterSettings settings(store);
         c.operation(settings);
 
         QVariantMap expected = fullyStored();
@@ -194,6 +217,95 @@ void SettingsTest::eachOperationWritesOnlyItsOwnKey()
         for (const QVariant &id : actual.value(u"selectedCameraIDs"_s).toList())
             QCOMPARE(id.metaType().id(), QMetaType::LongLong);
     }
+}
+
+void SettingsTest::printersShareOneFile_data()
+{
+    QTest::addColumn<QVariant>("stored");
+    QTest::addColumn<QString>("operation");
+    QTest::addColumn<QStringList>("names");
+    QTest::addColumn<QVariant>("written"); // the whole store, with ids given by Kestrel as "new"
+    const QByteArray three = R"({"printerName": "Voron", "printerIP": "127.0.0.1:1",
+        "additionalPrinters": [{"printerID": "a", "printerName": "Prusa", "printerIP": "127.0.0.1:2"},
+                               {"printerID": "b", "printerIP": "127.0.0.1:3"}]})";
+    const auto row = [](const char *name, const QByteArray &stored, const QString &operation,
+                        const QString &names, const QByteArray &written) {
+        QTest::newRow(name) << json(stored) << operation << names.split(u',')
+                            << json(written.isEmpty() ? stored : written);
+    };
+    row("today's file", R"({"printerIP": "127.0.0.1:1", "selectedCameraIDs": [2]})", u"-"_s,
+        u"127.0.0.1:1"_s, {});
+    row("three printers", three, u"-"_s, u"Voron,Prusa,127.0.0.1:3"_s, {});
+    row("a name for the third", three, u"rename b"_s, u"Voron,Prusa,Mini"_s,
+        R"({"printerName": "Voron", "printerIP": "127.0.0.1:1",
+        "additionalPrinters": [{"printerID": "a", "printerName": "Prusa", "printerIP": "127.0.0.1:2"},
+            {"printerID": "b", "printerIP": "127.0.0.1:3", "printerName": "Mini"}]})");
+    row("broken entries kept", R"({"printerIP": "127.0.0.1:1", "additionalPrinters":
+        [5, "x", null, {"printerName": 7, "printerIP": "127.0.0.1:2", "selectedCameraIDs": "1"}, [1]]})",
+        u"-"_s, u"127.0.0.1:1,127.0.0.1:2"_s, R"({"printerIP": "127.0.0.1:1", "additionalPrinters":
+        [5, "x", null, {"printerName": 7, "printerIP": "127.0.0.1:2", "selectedCameraIDs": "1",
+        "printerID": "new"}, [1]]})");
+    row("unknown keys kept", R"({"printerIP": "127.0.0.1:1", "additionalPrinters":
+        [{"printerID": "b", "future": {"x": [1]}, "printerIP": "127.0.0.1:2"}]})",
+        u"rename b"_s, u"127.0.0.1:1,Mini"_s, R"({"printerIP": "127.0.0.1:1", "additionalPrinters":
+        [{"printerID": "b", "future": {"x": [1]}, "printerIP": "127.0.0.1:2", "printerName": "Mini"}]})");
+    row("one id twice", R"({"printerIP": "127.0.0.1:1", "additionalPrinters":
+        [{"printerID": "a"}, {"printerID": "a", "printerName": "Zwei"}]})",
+        u"-"_s, u"127.0.0.1:1,192.168.178.50,Zwei"_s,
+        R"({"printerIP": "127.0.0.1:1", "additionalPrinters":
+        [{"printerID": "a"}, {"printerID": "new", "printerName": "Zwei"}]})");
+    row("added to what is no array",
+        R"({"printerIP": "127.0.0.1:1", "additionalPrinters": {"a": 1}})", u"add"_s,
+        u"127.0.0.1:1,Neu"_s, R"({"printerIP": "127.0.0.1:1", "additionalPrinters":
+        [[{"a": 1}], {"printerID": "new", "printerName": "Neu", "printerIP": ""}]})");
+    row("removed", three, u"remove a"_s, u"Voron,127.0.0.1:3"_s,
+        R"({"printerName": "Voron", "printerIP": "127.0.0.1:1",
+        "additionalPrinters": [{"printerID": "b", "printerIP": "127.0.0.1:3"}]})");
+    row("the first stays", three, u"remove "_s, u"Voron,Prusa,127.0.0.1:3"_s, {});
+}
+
+// The top level stays the first printer as it always was; each further printer is one entry of
+// the array, found by its id, and whatever else the array or an entry holds is written back as
+// it was read.
+void SettingsTest::printersShareOneFile()
+{
+    QFETCH(QVariant, stored);
+    QFETCH(QString, operation);
+    QFETCH(QStringList, names);
+    QFETCH(QVariant, written);
+    MemoryKeyValueStore store(stored.toMap());
+    AppSettings settings(store);
+    const QStringList words = operation.split(u' ');
+    if (words[0] == u"rename")
+        settings.printer(words[1])->setPrinterName(u"Mini"_s);
+    else if (words[0] == u"add")
+        QCOMPARE(settings.addPrinter(u"Neu"_s).printerName(), u"Neu"_s);
+    else if (words[0] == u"remove")
+        settings.removePrinter(words[1]);
+    QStringList shown;
+    for (const PrinterSettings *printer : settings.printers())
+        shown.append(printer->displayName());
+    QCOMPARE(shown, names);
+
+    // An id that no entry had before was given by Kestrel.
+    const QString key = AppSettings::additionalPrintersKey;
+    const QVariantList before = stored.toMap().value(key).toList();
+    QVariantMap actual = store.values();
+    QVariantList entries = actual.value(key).toList();
+    for (QVariant &entry : entries) {
+        QVariantMap object = entry.toMap();
+        const QVariant id = object.value(u"printerID"_s);
+        if (id.isValid() && std::none_of(before.cbegin(), before.cend(), [&](const QVariant &old) {
+                return old.toMap().value(u"printerID"_s) == id;
+            })) {
+            object.insert(u"printerID"_s, u"new"_s);
+            entry = object;
+        }
+    }
+    if (actual.contains(key))
+        actual.insert(key, entries);
+    QCOMPARE(QJsonDocument(QJsonObject::fromVariantMap(actual)).toJson(),
+             QJsonDocument(QJsonObject::fromVariantMap(written.toMap())).toJson());
 }
 
 // A fresh machine has no settings folder. Reading writes nothing; a burst of changes reaches the
@@ -289,10 +401,11 @@ void SettingsTest::camerasAreTakenOverFromThePrinter_data()
     // 200 MB that announce no length: curl cannot refuse it up front, Kestrel stops it.
     auto sent = std::make_shared<int>(0);
     QTest::newRow("200 MB") << HttpReply{.contentType = "application/json",
-                                         .pieces = [sent] {
-                                             return ++*sent > 3200 ? QByteArray()
-                                                                   : QByteArray(64 * 1024, ' ');
-                                         }}
+                                         .pieces =
+                                             [sent] {
+                                                 return ++*sent > 3200 ? QByteArray()
+                                                                       : QByteArray(64 * 1024, ' ');
+                                             }}
                             << u"Ausgabe von curl zu groß (über 1 MB)"_s << QByteArray("{}");
     QTest::newRow("empty list") << HttpReply::content("application/json",
                                                       R"({"result": {"webcams": []}})")
@@ -324,7 +437,7 @@ void SettingsTest::camerasAreTakenOverFromThePrinter()
     // A key with a quote and a backslash, as curl's configuration must escape them.
     MemoryKeyValueStore store(
         {{u"printerIP"_s, printer.address()}, {u"printerApiKey"_s, u"k\"e\\y \n"_s}});
-    AppSettings settings(store);
+    PrinterSettings settings(store);
     QVariantMap expected = store.values();
     expected.insert(json(changed).toMap());
     const qint64 residentBefore = restartPeakResident();

@@ -5,13 +5,13 @@
 
 namespace kestrel {
 
-CameraViewFactory cameraWindowViews(const CameraWindowEnvironment &environment)
+CameraViewFactory cameraWindowViews(AppSettings &settings, const QString &curlPath)
 {
-    return [environment](const Camera &camera, WindowCoordinator &coordinator) {
-        auto *view = new CameraWindowView(camera, environment);
+    return [&settings, curlPath](Printer &printer, const Camera &camera, PrinterWindows &windows) {
+        auto *view = new CameraWindowView(camera, {settings, printer, curlPath});
         // Queued: switching replaces this very view, which must not happen inside its menu.
-        QObject::connect(view, &CameraWindowView::cameraSwitchRequested, &coordinator,
-                         &WindowCoordinator::replaceCamera, Qt::QueuedConnection);
+        QObject::connect(view, &CameraWindowView::cameraSwitchRequested, &windows,
+                         &PrinterWindows::replaceCamera, Qt::QueuedConnection);
         return view;
     };
 }

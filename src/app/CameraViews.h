@@ -1,13 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "camera/CameraWindowEnvironment.h"
-#include "windows/WindowCoordinator.h"
+#include "windows/PrinterWindows.h"
 
 namespace kestrel {
 
-// The contents of camera windows: a camera window view over the shared objects, whose camera
-// menu switches the window through the coordinator.
-CameraViewFactory cameraWindowViews(const CameraWindowEnvironment &environment);
+class AppSettings;
+
+// The contents of camera windows: a camera window view of its printer, whose camera menu
+// switches the window through that printer's windows.
+CameraViewFactory cameraWindowViews(AppSettings &settings,
+                                    const QString &curlPath = QStringLiteral("/usr/bin/curl"));
 
 } // namespace kestrel

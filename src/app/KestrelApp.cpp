@@ -4,10 +4,8 @@
 #include "app/CameraViews.h"
 #include "app/EventLoopProbe.h"
 #include "app/TrayIcon.h"
-#include "monitor/PiStatusMonitor.h"
 #include "monitor/PrintNotifier.h"
-#include "monitor/PrintStatusClient.h"
-#include "power/HomeKitManager.h"
+#include "printers/PrinterList.h"
 #include "screens/ContentView.h"
 #include "screens/SettingsView.h"
 #include "settings/AppSettings.h"
@@ -34,22 +32,15 @@ KestrelApp::QtGermanTexts::QtGermanTexts()
 KestrelApp::KestrelApp(KeyValueStore &store, const ExternalTools &tools, StartMode mode,
                        std::chrono::milliseconds trayWait)
     : m_settings(new AppSettings(store, this)),
-      m_homeKitManager(new HomeKitManager(*m_settings, this, tools.shortcuts, tools.sceneRunner)),
-      m_piStatusMonitor(
-          new PiStatusMonitor(*m_settings, this, PiStatusMonitor::defaultInterval, tools.curl)),
-      m_printStatus(new PrintStatusClient(*m_settings, *m_piStatusMonitor, this)),
+      m_printers(new PrinterList(*m_settings, tools, this)),
       m_printNotifier(new PrintNotifier(*m_settings, this)),
       m_windowCoordinator(
-          new WindowCoordinator(*m_settings,
-                                cameraWindowViews({*m_settings, *m_piStatusMonitor,
-                                                   *m_homeKitManager, tools.curl, m_printStatus}),
-                                this)),
-      m_contentView(new ContentView(
-          *m_settings, *m_homeKitManager, *m_piStatusMonitor, *m_windowCoordinator,
-          [this] { openSettings(); }, m_printStatus))
+          new WindowCoordinator(*m_printers, cameraWindowViews(*m_settings, tools.curl), this)),
+      m_contentView(new ContentView(*m_printers, *m_windowCoordinator, [this] { openSettings(); }))
 {
-    connect(m_printStatus, &PrintStatusClient::statusChanged, m_printNotifier,
-            &PrintNotifier::follow);
+    for (const Printer *printer : m_printers->printers())
+        notifyAbout(printer);
+    connect(m_printers, &PrinterList::printerAdded, this, &KestrelApp::notifyAbout);
     m_mainWindow.setWindowTitle(QStringLiteral("Kestrel"));
     m_mainWindow.setCentralWidget(m_contentView);
     addMenuCommands();
@@ -68,6 +59,14 @@ KestrelApp::KestrelApp(KeyValueStore &store, const ExternalTools &tools, StartMo
         waitForTray(mode, trayWait);
     if (mode == StartMode::shown)
         m_mainWindow.show();
+}
+
+void KestrelApp::notifyAbout(const Printer *printer)
+{
+    connect(&printer->printStatus(), &PrintStatusClient::statusChanged, m_printNotifier,
+            [this, printer](const PrintStatus &status) {
+                m_printNotifier->follow(printer->settings(), status);
+            });
 }
 
 // The icon goes into the tray as soon as there is one. Started into the tray, Kestrel shows its
@@ -120,22 +119,21 @@ void KestrelApp::addMenuCommands()
 
 void KestrelApp::addTrayIcon()
 {
-    m_tray = new TrayIcon(*m_piStatusMonitor, this);
+    m_tray = new TrayIcon(*m_printers, this);
     connect(m_tray, &TrayIcon::showMainWindowRequested, this, &KestrelApp::bringToFront);
     connect(m_tray, &TrayIcon::syncWindowsRequested, m_windowCoordinator,
             &WindowCoordinator::syncWindows);
     connect(m_tray, &TrayIcon::openSettingsRequested, this, &KestrelApp::openSettings);
-    connect(m_tray, &TrayIcon::quitRequested, qApp, &QCoreApplication::quit,
-            Qt::QueuedConnection);
+    connect(m_tray, &TrayIcon::quitRequested, qApp, &QCoreApplication::quit, Qt::QueuedConnection);
     // Where the desktop shows no notifications of its own, the tray says it.
-    connect(&m_printNotifier->notifications(), &DesktopNotifications::undelivered, m_tray,
-            [this](const QString &title, const QString &body,
-                   DesktopNotifications::Urgency urgency) {
-                m_tray->showMessage(title, body,
-                                    urgency == DesktopNotifications::Urgency::critical
-                                        ? QSystemTrayIcon::Critical
-                                        : QSystemTrayIcon::Information);
-            });
+    connect(
+        &m_printNotifier->notifications(), &DesktopNotifications::undelivered, m_tray,
+        [this](const QString &title, const QString &body, DesktopNotifications::Urgency urgency) {
+            m_tray->showMessage(title, body,
+                                urgency == DesktopNotifications::Urgency::critical
+                                    ? QSystemTrayIcon::Critical
+                                    : QSystemTrayIcon::Information);
+        });
     // Only "Beenden" ends Kestrel now, whichever windows are open or closed.
     QApplication::setQuitOnLastWindowClosed(false);
     m_tray->show();
@@ -178,10 +176,10 @@ SettingsView *KestrelApp::settingsWindow() const
 void KestrelApp::openSettings()
 {
     if (!m_settingsWindow) {
-        m_settingsWindow = new SettingsView(*m_settings, *m_homeKitManager);
+        m_settingsWindow = new SettingsView(*m_printers);
         m_settingsWindow->setAttribute(Qt::WA_QuitOnClose, false);
         connect(m_settingsWindow, &SettingsView::camerasTakenOver, m_windowCoordinator,
-                &WindowCoordinator::refreshCameras);
+                [this](const Printer *printer) { m_windowCoordinator->refreshCameras(*printer); });
     }
     m_settingsWindow->show();
     m_settingsWindow->raise();

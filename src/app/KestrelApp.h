@@ -15,18 +15,17 @@ namespace kestrel {
 
 class AppSettings;
 class ContentView;
-class HomeKitManager;
 class KeyValueStore;
-class PiStatusMonitor;
+class Printer;
+class PrinterList;
 class PrintNotifier;
-class PrintStatusClient;
 class SettingsView;
 class TrayIcon;
 class WindowCoordinator;
 
 // The application: creates the long-lived objects in their fixed order (settings first, since
-// everything reads them; the power manager before the host monitor; the coordinator, which opens
-// camera windows, once the main window exists), keeps them as its children for the life of the
+// everything reads them; then the printers; the coordinator, which opens camera windows, once the
+// main window exists), keeps them as its children for the life of the
 // process, and offers the menu commands. Where the desktop has a tray, Kestrel's icon stands there
 // and closing the main window only hides it: the camera windows float on until "Beenden".
 class KestrelApp : public QObject
@@ -57,9 +56,7 @@ public:
     void bringToFront();
 
     AppSettings &settings() const { return *m_settings; }
-    HomeKitManager &homeKitManager() const { return *m_homeKitManager; }
-    PiStatusMonitor &piStatusMonitor() const { return *m_piStatusMonitor; }
-    PrintStatusClient &printStatus() const { return *m_printStatus; }
+    PrinterList &printers() const { return *m_printers; }
     PrintNotifier &printNotifier() const { return *m_printNotifier; }
     WindowCoordinator &windowCoordinator() const { return *m_windowCoordinator; }
     QMainWindow &mainWindow() { return m_mainWindow; }
@@ -76,6 +73,7 @@ private:
     void addTrayIcon();
     void waitForTray(StartMode mode, std::chrono::milliseconds wait);
     void closeCameraWindowsForQuit();
+    void notifyAbout(const Printer *printer);
 
     struct QtGermanTexts : QTranslator
     {
@@ -85,9 +83,7 @@ private:
     GlyphRoom m_glyphRoom;   // before any label exists
     QtGermanTexts m_qtTexts; // before any widget exists
     AppSettings *m_settings;
-    HomeKitManager *m_homeKitManager;
-    PiStatusMonitor *m_piStatusMonitor;
-    PrintStatusClient *m_printStatus;
+    PrinterList *m_printers;
     PrintNotifier *m_printNotifier;
     QMainWindow m_mainWindow;
     WindowCoordinator *m_windowCoordinator;

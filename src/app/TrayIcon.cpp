@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/TrayIcon.h"
 
-#include "monitor/PiStatusMonitor.h"
+#include "printers/PrinterList.h"
 
 #include <QGuiApplication>
 
 namespace kestrel {
 
-TrayIcon::TrayIcon(const PiStatusMonitor &monitor, QObject *parent)
-    : QSystemTrayIcon(QGuiApplication::windowIcon(), parent)
+TrayIcon::TrayIcon(const PrinterList &printers, QObject *parent)
+    : QSystemTrayIcon(QGuiApplication::windowIcon(), parent), m_printers(printers)
 {
     m_menu.addAction(tr("Kestrel anzeigen"), this, &TrayIcon::showMainWindowRequested);
     m_menu.addAction(tr("Kamerafenster synchronisieren"), this, &TrayIcon::syncWindowsRequested);
@@ -20,9 +20,41 @@ TrayIcon::TrayIcon(const PiStatusMonitor &monitor, QObject *parent)
         if (reason == Trigger || reason == DoubleClick)
             emit showMainWindowRequested();
     });
-    const auto showState = [this](const PiReachability &state) { setToolTip(state.title()); };
-    connect(&monitor, &PiStatusMonitor::reachabilityChanged, this, showState);
-    showState(monitor.reachability());
+    for (const Printer *printer : printers.printers())
+        follow(printer);
+    connect(&printers, &PrinterList::printerAdded, this, [this](const Printer *printer) {
+        follow(printer);
+        refreshToolTip();
+    });
+    // Queued: the printer that goes is still in the list while it is announced.
+    connect(&printers, &PrinterList::printerRemoving, this, &TrayIcon::refreshToolTip,
+            Qt::QueuedConnection);
+    refreshToolTip();
+}
+
+void TrayIcon::follow(const Printer *printer)
+{
+    connect(&printer->monitor(), &PiStatusMonitor::reachabilityChanged, this,
+            &TrayIcon::refreshToolTip);
+    connect(&printer->printStatus(), &PrintStatusClient::statusChanged, this,
+            &TrayIcon::refreshToolTip);
+    connect(&printer->settings(), &PrinterSettings::changed, this, &TrayIcon::refreshToolTip);
+}
+
+void TrayIcon::refreshToolTip()
+{
+    QStringList lines;
+    for (const Printer *printer : m_printers.printers()) {
+        const QString print = printer->printStatus().line().text();
+        lines.append(printer->settings().displayName() + QStringLiteral(": ") +
+                     (print.isEmpty() ? printer->monitor().reachability().title() : print));
+    }
+    // The tray is told only of a new text: a print's updates mostly change nothing shown.
+    const QString text = m_printers.isSeveral()
+                             ? lines.join(u'\n')
+                             : m_printers.first().monitor().reachability().title();
+    if (toolTip() != text)
+        setToolTip(text);
 }
 
 void TrayIcon::tellStillRunning()

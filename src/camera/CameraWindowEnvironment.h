@@ -6,18 +6,15 @@
 namespace kestrel {
 
 class AppSettings;
-class HomeKitManager;
-class PiStatusMonitor;
-class PrintStatusClient;
+class Printer;
 
-// The shared objects every camera window's content works with.
+// What every camera window's content works with: the options for all printers, and the printer
+// whose camera it shows.
 struct CameraWindowEnvironment
 {
     AppSettings &settings;
-    const PiStatusMonitor &monitor;
-    HomeKitManager &homeKitManager;
+    Printer &printer;
     QString curlPath = QStringLiteral("/usr/bin/curl");
-    const PrintStatusClient *printStatus = nullptr; // where the printer host's API is followed
 };
 
 } // namespace kestrel

@@ -3,16 +3,13 @@
 
 #include "camera/CameraMenuButton.h"
 #include "camera/PictureArea.h"
+#include "camera/PowerOffQuestion.h"
 #include "camera/PrintLineLabel.h"
-#include "monitor/PiStatusMonitor.h"
-#include "monitor/PrintStatusClient.h"
-#include "power/HomeKitManager.h"
-#include "power/PowerWords.h"
+#include "printers/Printer.h"
 #include "settings/AppSettings.h"
 #include "settings/SnapshotUrls.h"
 #include "stream/PictureRate.h"
 #include "stream/SnapshotLoader.h"
-#include "widgets/ConfirmationAlert.h"
 #include "widgets/LinkButton.h"
 #include "widgets/StatusDot.h"
 #include "widgets/Symbols.h"
@@ -44,7 +41,8 @@ CameraWindowView::CameraWindowView(const Camera &camera, const CameraWindowEnvir
     : QWidget(parent), m_camera(camera), m_environment(environment),
       m_cameraMenuButton(new CameraMenuButton(camera.name, this)), m_cameraMenu(new QMenu(this)),
       m_statusDot(new StatusDot(10, this)),
-      m_pictureArea(new PictureArea(environment.monitor, environment.curlPath, camera.fps, this)),
+      m_pictureArea(
+          new PictureArea(environment.printer.monitor(), environment.curlPath, camera.fps, this)),
       m_footer(new LinkButton(systemColors::white(0.6), this)), m_caption(new QLabel(this)),
       m_printLine(new PrintLineLabel(this)), m_pictureRate(new QLabel(this)),
       m_pictureRateTimer(new QTimer(this))
@@ -71,11 +69,13 @@ CameraWindowView::CameraWindowView(const Camera &camera, const CameraWindowEnvir
     powerButton->setIconSize(QSize(18, 18));
     powerButton->setToolTip(tr("Drucker ausschalten"));
     powerButton->setAccessibleName(tr("Drucker ausschalten"));
-    connect(powerButton, &QToolButton::clicked, this, &CameraWindowView::askToPowerOff);
+    connect(powerButton, &QToolButton::clicked, this,
+            [this] { askToPowerOff(this, m_environment.printer); });
     // The window's default action: Return asks to switch the printer off.
     for (const auto key : {Qt::Key_Return, Qt::Key_Enter}) {
         auto *shortcut = new QShortcut(QKeySequence(key), this);
-        connect(shortcut, &QShortcut::activated, this, &CameraWindowView::askToPowerOff);
+        connect(shortcut, &QShortcut::activated, this,
+                [this] { askToPowerOff(this, m_environment.printer); });
     }
 
     auto *header = new QHBoxLayout;
@@ -101,12 +101,12 @@ CameraWindowView::CameraWindowView(const Camera &camera, const CameraWindowEnvir
     card->addLayout(footer);
 
     connect(&environment.settings, &AppSettings::changed, this, &CameraWindowView::refresh);
-    connect(&environment.monitor, &PiStatusMonitor::reachabilityChanged, this,
+    connect(&environment.printer.settings(), &PrinterSettings::changed, this,
+            &CameraWindowView::refresh);
+    connect(&environment.printer.monitor(), &PiStatusMonitor::reachabilityChanged, this,
             &CameraWindowView::refreshStatusDot);
-    if (const PrintStatusClient *client = environment.printStatus) {
-        connect(client, &PrintStatusClient::statusChanged, this,
-                &CameraWindowView::refreshPrintStatus);
-    }
+    connect(&environment.printer.printStatus(), &PrintStatusClient::statusChanged, this,
+            &CameraWindowView::refreshPrintStatus);
     refresh();
     refreshStatusDot();
     refreshPrintStatus();
@@ -114,8 +114,7 @@ CameraWindowView::CameraWindowView(const Camera &camera, const CameraWindowEnvir
 
 void CameraWindowView::refreshPrintStatus()
 {
-    const PrintStatusLine line =
-        m_environment.printStatus ? m_environment.printStatus->line() : PrintStatusLine{};
+    const PrintStatusLine line = m_environment.printer.printStatus().line();
     m_printLine->setLine(line);
     m_pictureArea->setPrintProgress(line.progress);
 }
@@ -133,7 +132,7 @@ QString CameraWindowView::caption(const Camera &camera, bool streaming)
 // and so does a camera switched between its stream and snapshots.
 void CameraWindowView::refresh()
 {
-    const AppSettings &settings = m_environment.settings;
+    const PrinterSettings &settings = m_environment.printer.settings();
     const QString streamPath = settings.cameraStreamPaths().value(m_camera.id);
     m_streaming = !streamPath.isEmpty();
     m_snapshotURLs =
@@ -171,7 +170,7 @@ void CameraWindowView::refreshPictureRate()
 
 void CameraWindowView::refreshStatusDot()
 {
-    switch (m_environment.monitor.reachability().kind()) {
+    switch (m_environment.printer.monitor().reachability().kind()) {
     case PiReachability::Kind::checking:
         m_statusDot->setColor(systemColors::yellow());
         break;
@@ -187,7 +186,7 @@ void CameraWindowView::refreshStatusDot()
 void CameraWindowView::rebuildCameraMenu()
 {
     m_cameraMenu->clear();
-    const CameraTextMap customNames = m_environment.settings.customCameraNames();
+    const CameraTextMap customNames = m_environment.printer.settings().customCameraNames();
     for (const Camera &entry : cameraCatalogue()) {
         QAction *action = m_cameraMenu->addAction(customNames.value(entry.id, entry.name));
         connect(action, &QAction::triggered, this,
@@ -202,22 +201,10 @@ void CameraWindowView::rebuildCameraMenu()
             Qt::QueuedConnection);
 }
 
-void CameraWindowView::askToPowerOff()
-{
-    AppSettings &settings = m_environment.settings;
-    HomeKitManager &homeKit = m_environment.homeKitManager;
-    confirmDestructive(this, tr("Bist du sicher?"), homeKit.words().switchesOff,
-                       tr("Bis du sicher?"), [&settings, &homeKit] {
-                           // The scene named at this moment; nobody waits for the outcome,
-                           // which the main window shows.
-                           homeKit.runShortcut(settings.homeKitPowerOffSceneName());
-                       });
-}
-
 // The link shows the snapshot address but leads to the host's own page, when there is one.
 void CameraWindowView::openHostPage()
 {
-    const QString host = m_environment.settings.printerIP().trimmed();
+    const QString host = m_environment.printer.settings().printerIP().trimmed();
     const auto page = strictHttpUrl(QStringLiteral("http://") + host + u'/');
     QDesktopServices::openUrl(page ? *page : m_snapshotURLs.value(0));
 }

@@ -52,7 +52,6 @@ private:
     void refreshPictureRate();
     void refreshPrintStatus();
     void rebuildCameraMenu();
-    void askToPowerOff();
     void openHostPage();
 
     const Camera m_camera;

@@ -2,7 +2,7 @@
 #include "monitor/PiStatusMonitor.h"
 
 #include "monitor/HostProbe.h"
-#include "settings/AppSettings.h"
+#include "settings/PrinterSettings.h"
 #include "settings/SnapshotUrls.h"
 
 #include <QNetworkAccessManager>
@@ -12,7 +12,7 @@
 
 namespace kestrel {
 
-PiStatusMonitor::PiStatusMonitor(AppSettings &settings, QObject *parent,
+PiStatusMonitor::PiStatusMonitor(PrinterSettings &settings, QObject *parent,
                                  std::chrono::milliseconds interval, QString curlPath)
     : QObject(parent), m_settings(settings), m_curlPath(std::move(curlPath)),
       m_network(new QNetworkAccessManager(this)), m_subscribedAddress(settings.printerIP())
@@ -24,7 +24,7 @@ PiStatusMonitor::PiStatusMonitor(AppSettings &settings, QObject *parent,
     // Follows the address as announced, before it is stored: restart() reads the store and so
     // probes the address from before the change. That lag is how the monitor has always
     // behaved; the next change, or the next start, catches up.
-    connect(&settings, &AppSettings::printerIPWillChange, this, [this](const QString &address) {
+    connect(&settings, &PrinterSettings::printerIPWillChange, this, [this](const QString &address) {
         if (address == m_subscribedAddress)
             return;
         m_subscribedAddress = address;

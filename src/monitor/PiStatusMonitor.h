@@ -12,7 +12,7 @@ class QNetworkAccessManager;
 
 namespace kestrel {
 
-class AppSettings;
+class PrinterSettings;
 
 // Probes the printer host every interval and publishes whether it answers HTTP.
 //
@@ -27,7 +27,7 @@ class PiStatusMonitor : public QObject
 public:
     static constexpr std::chrono::milliseconds defaultInterval{10'000};
 
-    explicit PiStatusMonitor(AppSettings &settings, QObject *parent = nullptr,
+    explicit PiStatusMonitor(PrinterSettings &settings, QObject *parent = nullptr,
                              std::chrono::milliseconds interval = defaultInterval,
                              QString curlPath = QStringLiteral("/usr/bin/curl"));
 
@@ -44,7 +44,7 @@ private:
     void sendWakeUpRequest(const QString &host);
     void publish(const PiReachability &reachability);
 
-    AppSettings &m_settings;
+    PrinterSettings &m_settings;
     const QString m_curlPath;
     QNetworkAccessManager *m_network;
     QTimer m_pause;

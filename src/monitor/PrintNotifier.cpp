@@ -7,15 +7,21 @@ namespace kestrel {
 
 PrintNotifier::PrintNotifier(const AppSettings &settings, QObject *parent)
     : QObject(parent), m_settings(settings)
-{}
+{
+    connect(&settings, &AppSettings::printerRemoving, this,
+            [this](const PrinterSettings *printer) { m_events.remove(printer->printerID()); });
+}
 
 // Events are counted also while notifications are off, so turning them on tells of nothing old.
-void PrintNotifier::follow(const PrintStatus &status)
+void PrintNotifier::follow(const PrinterSettings &printer, const PrintStatus &status)
 {
-    const std::optional<PrintEvent> event = m_events.next(status);
+    const std::optional<PrintEvent> event = m_events[printer.printerID()].next(status);
     if (!event || !m_settings.notifyPrintEvents())
         return;
-    m_notifications.notify(event->title, event->body,
+    const QString body = m_settings.printers().size() > 1
+                             ? printer.displayName() + QStringLiteral(" · ") + event->body
+                             : event->body;
+    m_notifications.notify(event->title, body,
                            event->isError ? DesktopNotifications::Urgency::critical
                                           : DesktopNotifications::Urgency::normal);
 }

@@ -4,13 +4,16 @@
 #include "monitor/PrintEvents.h"
 #include "platform/DesktopNotifications.h"
 
+#include <QHash>
 #include <QObject>
 
 namespace kestrel {
 
 class AppSettings;
+class PrinterSettings;
 
-// Tells the desktop when a print ends or pauses, unless the user turned that off.
+// Tells the desktop when a print ends or pauses, unless the user turned that off. With several
+// printers, each body begins with the name of the printer it happened on.
 class PrintNotifier : public QObject
 {
     Q_OBJECT
@@ -18,12 +21,12 @@ class PrintNotifier : public QObject
 public:
     explicit PrintNotifier(const AppSettings &settings, QObject *parent = nullptr);
 
-    void follow(const PrintStatus &status);
+    void follow(const PrinterSettings &printer, const PrintStatus &status);
     DesktopNotifications &notifications() { return m_notifications; }
 
 private:
     const AppSettings &m_settings;
-    PrintEvents m_events;
+    QHash<QString, PrintEvents> m_events; // by printer id
     DesktopNotifications m_notifications;
 };
 

@@ -2,8 +2,8 @@
 #include "monitor/PrintStatusClient.h"
 
 #include "monitor/PiStatusMonitor.h"
-#include "settings/AppSettings.h"
 #include "settings/PrinterApi.h"
+#include "settings/PrinterSettings.h"
 
 #include <QCoreApplication>
 #include <QJsonDocument>
@@ -44,8 +44,9 @@ QString handshakeFailure(std::optional<int> status)
 
 } // namespace
 
-PrintStatusClient::PrintStatusClient(const AppSettings &settings, const PiStatusMonitor &monitor,
-                                     QObject *parent, PrintStatusTimings timings)
+PrintStatusClient::PrintStatusClient(const PrinterSettings &settings,
+                                     const PiStatusMonitor &monitor, QObject *parent,
+                                     PrintStatusTimings timings)
     : QObject(parent), m_settings(settings), m_timings(timings),
       m_protocol(QStringLiteral(KESTREL_VERSION), QStringLiteral(KESTREL_HOMEPAGE)),
       m_network(new QNetworkAccessManager(this)), m_reconnectDelay(timings.reconnectFirst)
@@ -80,19 +81,18 @@ PrintStatusClient::PrintStatusClient(const AppSettings &settings, const PiStatus
     // Another host, or another key: what was refused may now be welcome, and the old connection
     // is to the wrong host or with the wrong key. A key changes with every keystroke, so the
     // connection follows once typing rests; the new address comes through the host monitor.
-    connect(&settings, &AppSettings::printerIPWillChange, this, [this] {
+    connect(&settings, &PrinterSettings::printerIPWillChange, this, [this] {
         m_refused = false;
         m_hostAnswers = false;
         disconnectFromHost();
     });
-    connect(&settings, &AppSettings::printerApiKeyWillChange, this, [this] {
+    connect(&settings, &PrinterSettings::printerApiKeyWillChange, this, [this] {
         m_refused = false;
         disconnectFromHost();
         m_reconnectDelay = m_timings.reconnectFirst;
         m_reconnect.start(m_timings.reconnectFirst);
     });
-    connect(&monitor, &PiStatusMonitor::reachabilityChanged, this,
-            &PrintStatusClient::followHost);
+    connect(&monitor, &PiStatusMonitor::reachabilityChanged, this, &PrintStatusClient::followHost);
     followHost(monitor.reachability());
 }
 

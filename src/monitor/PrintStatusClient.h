@@ -17,7 +17,7 @@ class QWebSocket;
 
 namespace kestrel {
 
-class AppSettings;
+class PrinterSettings;
 class PiStatusMonitor;
 class PiReachability;
 
@@ -49,7 +49,7 @@ class PrintStatusClient : public QObject
     Q_OBJECT
 
 public:
-    PrintStatusClient(const AppSettings &settings, const PiStatusMonitor &monitor,
+    PrintStatusClient(const PrinterSettings &settings, const PiStatusMonitor &monitor,
                       QObject *parent = nullptr, PrintStatusTimings timings = {});
     ~PrintStatusClient() override;
 
@@ -80,7 +80,7 @@ private:
     void askForEstimate();
     QNetworkRequest apiRequest(const QString &path) const;
 
-    const AppSettings &m_settings;
+    const PrinterSettings &m_settings;
     const PrintStatusTimings m_timings;
     PrintStatusProtocol m_protocol;
     QWebSocket *m_socket = nullptr;

@@ -4,7 +4,7 @@
 #include "platform/ProcessRunner.h"
 #include "power/PowerWords.h"
 #include "power/StatusInterpretation.h"
-#include "settings/AppSettings.h"
+#include "settings/PrinterSettings.h"
 
 #include <QFileInfo>
 #include <QPointer>
@@ -21,7 +21,7 @@ bool isExecutableFile(const QString &path)
 
 } // namespace
 
-HomeKitManager::HomeKitManager(AppSettings &settings, QObject *parent, QString shortcutsPath,
+HomeKitManager::HomeKitManager(PrinterSettings &settings, QObject *parent, QString shortcutsPath,
                                QString sceneRunnerPath)
     : QObject(parent), m_settings(settings), m_shortcutsPath(std::move(shortcutsPath)),
       m_sceneRunnerPath(std::move(sceneRunnerPath))
@@ -29,9 +29,9 @@ HomeKitManager::HomeKitManager(AppSettings &settings, QObject *parent, QString s
     // Follows the two names as announced, before they are stored: refreshStatus() reads the
     // store and so still queries with the name from before the edit; the next change or refresh
     // catches up. Kept as the manager has always behaved.
-    connect(&settings, &AppSettings::homeKitStatusShortcutNameWillChange, this,
+    connect(&settings, &PrinterSettings::homeKitStatusShortcutNameWillChange, this,
             &HomeKitManager::refreshStatus);
-    connect(&settings, &AppSettings::homeKitAccessoryNameWillChange, this,
+    connect(&settings, &PrinterSettings::homeKitAccessoryNameWillChange, this,
             &HomeKitManager::refreshStatus);
     // Once for the subscription's first delivery and once directly: with a status shortcut set,
     // the first query still runs, but only the second one's answer is used.

@@ -11,7 +11,7 @@
 
 namespace kestrel {
 
-class AppSettings;
+class PrinterSettings;
 struct PowerWords;
 
 // Switches the printer through named shortcuts and keeps its power state, as an optional status
@@ -26,7 +26,7 @@ class HomeKitManager : public QObject
 public:
     // Shortcuts run through the shortcuts tool when it is there, otherwise through the scene
     // runner (on Linux), with the same arguments.
-    explicit HomeKitManager(AppSettings &settings, QObject *parent = nullptr,
+    explicit HomeKitManager(PrinterSettings &settings, QObject *parent = nullptr,
                             QString shortcutsPath = QStringLiteral("/usr/bin/shortcuts"),
                             QString sceneRunnerPath = {});
 
@@ -60,7 +60,7 @@ private:
     void setAccessoryState(const HomeKitAccessoryState &state);
     void setActionMessage(const QString &message);
 
-    AppSettings &m_settings;
+    PrinterSettings &m_settings;
     const QString m_shortcutsPath;
     const QString m_sceneRunnerPath;
     HomeKitAccessoryState m_accessoryState;

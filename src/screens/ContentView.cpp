@@ -1,51 +1,25 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "screens/ContentView.h"
 
-#include "camera/PrintLineLabel.h"
-#include "monitor/PiStatusMonitor.h"
-#include "monitor/PrintStatusClient.h"
-#include "power/HomeKitManager.h"
-#include "power/PowerWords.h"
-#include "power/StatusInterpretation.h"
-#include "screens/CameraCaption.h"
-#include "screens/StartupInfoView.h"
-#include "settings/AppSettings.h"
-#include "widgets/ButtonStyles.h"
+#include "printers/PrinterList.h"
+#include "screens/PrinterPanel.h"
 #include "widgets/SecondaryText.h"
-#include "widgets/SymbolLabel.h"
-#include "widgets/SystemColors.h"
 #include "widgets/TextStyles.h"
 #include "windows/WindowCoordinator.h"
 
 #include <QCoreApplication>
+#include <QFrame>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
+#include <QScrollArea>
 #include <QVBoxLayout>
 
 namespace kestrel {
 
-namespace {
-
-QPushButton *smallButton(const QString &text, QWidget *parent)
-{
-    auto *button = new QPushButton(text, parent);
-    button->setFont(textStyles::caption());
-    return button;
-}
-
-} // namespace
-
-ContentView::ContentView(AppSettings &settings, HomeKitManager &homeKitManager,
-                         const PiStatusMonitor &monitor, WindowCoordinator &coordinator,
-                         std::function<void()> openSettings,
-                         const PrintStatusClient *printStatus, QWidget *parent)
-    : QWidget(parent), m_settings(settings), m_homeKitManager(homeKitManager), m_monitor(monitor),
-      m_coordinator(coordinator), m_printStatus(printStatus), m_address(new SymbolLabel(this)),
-      m_hostState(new SymbolLabel(this)), m_hostDetail(secondaryText(QString(), this)),
-      m_printLine(new PrintLineLabel(this)),
-      m_powerOnRow(new QWidget(this)), m_powerState(secondaryText(QString(), this)),
-      m_actionMessage(secondaryText(QString(), this)), m_lastReachability(monitor.reachability())
+ContentView::ContentView(PrinterList &printers, WindowCoordinator &coordinator,
+                         std::function<void()> openSettings, QWidget *parent)
+    : QWidget(parent), m_printers(printers), m_coordinator(coordinator), m_panels(new QVBoxLayout)
 {
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(24, 24, 24, 24);
@@ -64,38 +38,8 @@ ContentView::ContentView(AppSettings &settings, HomeKitManager &homeKitManager,
                             "an."));
 #endif
     layout->addWidget(description);
-
-    auto *status = new QVBoxLayout;
-    status->setSpacing(10);
-    status->addWidget(m_address);
-    status->addWidget(m_hostState);
-    status->addWidget(m_hostDetail);
-    m_printLine->setFont(textStyles::caption());
-    m_printLine->setForegroundRole(QPalette::PlaceholderText);
-    status->addWidget(m_printLine);
-
-    auto *powerOnLayout = new QHBoxLayout(m_powerOnRow);
-    powerOnLayout->setContentsMargins(0, 0, 0, 0);
-    QPushButton *powerOn = smallButton(tr("Ender einschalten"), m_powerOnRow);
-    buttonStyles::makeProminent(powerOn);
-    QPushButton *later = smallButton(tr("Später starten"), m_powerOnRow);
-    powerOnLayout->addWidget(powerOn);
-    powerOnLayout->addWidget(later);
-    powerOnLayout->addStretch();
-    connect(powerOn, &QPushButton::clicked, this, &ContentView::powerOn);
-    connect(later, &QPushButton::clicked, this, [this] { setShowStartupInfo(true); });
-    status->addWidget(m_powerOnRow);
-    status->addWidget(m_powerState);
-    status->addWidget(m_actionMessage);
-
-    for (qsizetype i = 0; i < cameraCatalogue().size(); ++i) {
-        auto *selection = new SymbolLabel(this);
-        auto *detail = secondaryText(QString(), this);
-        selection->addLineUnderText(detail);
-        status->addWidget(selection);
-        m_cameraRows.append({selection, detail});
-    }
-    layout->addLayout(status);
+    m_panels->setContentsMargins(0, 0, 0, 0);
+    layout->addLayout(m_panels, 1);
 
     auto *commands = new QHBoxLayout;
     commands->setSpacing(12);
@@ -109,138 +53,93 @@ ContentView::ContentView(AppSettings &settings, HomeKitManager &homeKitManager,
     connect(openWindows, &QPushButton::clicked, &coordinator, &WindowCoordinator::syncWindows);
     connect(openSettingsButton, &QPushButton::clicked, this, std::move(openSettings));
     connect(closeAll, &QPushButton::clicked, this, [this] {
-        m_settings.setSelectedCameraIDs({});
+        for (Printer *printer : m_printers.printers())
+            printer->settings().setSelectedCameraIDs({});
         m_coordinator.closeAllWindows();
     });
     connect(quit, &QPushButton::clicked, qApp, &QCoreApplication::quit, Qt::QueuedConnection);
     layout->addLayout(commands);
-    layout->addStretch();
 
-    connect(&settings, &AppSettings::changed, this, &ContentView::refresh);
-    connect(&homeKitManager, &HomeKitManager::accessoryStateChanged, this, &ContentView::refresh);
-    connect(&homeKitManager, &HomeKitManager::actionMessageChanged, this, &ContentView::refresh);
-    connect(&homeKitManager, &HomeKitManager::shortcutsAvailableChanged, this,
-            &ContentView::refresh);
-    connect(&monitor, &PiStatusMonitor::reachabilityChanged, this,
-            &ContentView::reachabilityChanged);
-    if (printStatus) {
-        connect(printStatus, &PrintStatusClient::statusChanged, this,
-                &ContentView::refreshPrintStatus);
-    }
-    refresh();
+    // Queued: a printer that goes is still in the list while it is announced.
+    connect(&printers, &PrinterList::printerAdded, this, &ContentView::rebuildPanels);
+    connect(&printers, &PrinterList::printerRemoving, this, &ContentView::rebuildPanels,
+            Qt::QueuedConnection);
+    rebuildPanels();
 }
 
-void ContentView::refreshPrintStatus()
+// A new printer or one less: every panel is made anew, since one printer and several look
+// different. Prompts that were open close with their panels.
+void ContentView::rebuildPanels()
 {
-    m_printLine->setLine(m_printStatus->line());
+    while (QLayoutItem *item = m_panels->takeAt(0))
+        delete item;
+    delete m_shownPanels;
+    m_panelList.clear();
+    if (!m_printers.isSeveral()) {
+        auto *panel = new PrinterPanel(m_printers.first(), m_printers, PrinterPanel::Style::full);
+        m_panelList.append(panel);
+        m_shownPanels = panel;
+    } else {
+        auto *cards = new QWidget;
+        auto *list = new QVBoxLayout(cards);
+        list->setSpacing(12);
+        for (Printer *printer : m_printers.printers()) {
+            auto *frame = new QFrame(cards);
+            frame->setFrameShape(QFrame::StyledPanel);
+            auto *inside = new QVBoxLayout(frame);
+            auto *panel = new PrinterPanel(*printer, m_printers, PrinterPanel::Style::card, frame);
+            inside->addWidget(panel);
+            list->addWidget(frame);
+            m_panelList.append(panel);
+        }
+        list->addStretch();
+        auto *scroll = new QScrollArea;
+        scroll->setWidget(cards);
+        scroll->setWidgetResizable(true);
+        scroll->setFrameShape(QFrame::NoFrame);
+        m_shownPanels = scroll;
+    }
+    m_panels->addWidget(m_shownPanels);
+    if (!m_printers.isSeveral())
+        m_panels->addStretch();
     updateGeometry();
+}
+
+PrinterPanel *ContentView::panel(const QString &printerID) const
+{
+    for (PrinterPanel *panel : m_panelList) {
+        if (panel->printer().id() == printerID)
+            return panel;
+    }
+    return nullptr;
+}
+
+bool ContentView::showsStartupInfo(const QString &printerID) const
+{
+    const PrinterPanel *shown = panel(printerID);
+    return shown && shown->showsStartupInfo();
+}
+
+void ContentView::setShowStartupInfo(bool show, const QString &printerID)
+{
+    if (PrinterPanel *shown = panel(printerID))
+        shown->setShowStartupInfo(show);
 }
 
 QSize ContentView::minimumSizeHint() const
 {
     constexpr QSize smallest(640, 360);
+    if (m_printers.isSeveral())
+        return smallest; // the cards scroll
     const int width = std::max(this->width(), smallest.width());
     return {smallest.width(), std::max(smallest.height(), layout()->totalHeightForWidth(width))};
 }
 
-void ContentView::refresh()
-{
-    m_address->set(QStringLiteral("network"), tr("Drucker-IP: ") + m_settings.printerIP());
-    const PiReachability reachability = m_monitor.reachability();
-    switch (reachability.kind()) {
-    case PiReachability::Kind::checking:
-        m_hostState->set(QStringLiteral("arrow.triangle.2.circlepath.circle"), reachability.title(),
-                         systemColors::orange());
-        break;
-    case PiReachability::Kind::reachable:
-        m_hostState->set(QStringLiteral("checkmark.circle.fill"), reachability.title(),
-                         systemColors::green());
-        break;
-    case PiReachability::Kind::unreachable:
-        m_hostState->set(QStringLiteral("xmark.circle.fill"), reachability.title(),
-                         systemColors::red());
-        break;
-    }
-    m_hostDetail->setText(reachability.detail());
-    m_powerOnRow->setVisible(reachability.isUnreachable() && m_homeKitManager.canPowerOn());
-    m_powerState->setText(m_homeKitManager.words().powerLine +
-                          statusText(m_homeKitManager.accessoryState()));
-    const auto message = m_homeKitManager.actionMessage();
-    m_actionMessage->setVisible(message.has_value());
-    m_actionMessage->setText(message.value_or(QString()));
-
-    const CameraIdSet selected = m_settings.selectedCameraIDs();
-    const CameraTextMap streams = m_settings.cameraStreamPaths();
-    for (qsizetype i = 0; i < m_cameraRows.size(); ++i) {
-        const Camera camera = m_settings.resolvedCamera(cameraCatalogue()[i]);
-        const auto &[selection, detail] = m_cameraRows[i];
-        if (selected.contains(camera.id))
-            selection->set(QStringLiteral("checkmark.circle.fill"), camera.name,
-                           systemColors::green(), SymbolLabel::Tint::symbolOnly);
-        else
-            selection->set(QStringLiteral("circle"), camera.name,
-                           palette().color(QPalette::PlaceholderText),
-                           SymbolLabel::Tint::symbolOnly);
-        detail->setText(cameraCaption(camera, streams.value(camera.id)));
-    }
-    updateGeometry(); // lines came or went: the window may need to grow
-}
-
-// Only a change to a different value counts: the monitor publishes every probe, and a prompt the
-// user closed stays closed while the host keeps failing for the same reason.
-void ContentView::reachabilityChanged(const PiReachability &reachability)
-{
-    refresh();
-    if (reachability == m_lastReachability)
-        return;
-    m_lastReachability = reachability;
-    if (reachability.isUnreachable())
-        setShowStartupInfo(true);
-}
-
 void ContentView::showEvent(QShowEvent *)
 {
-    m_homeKitManager.refreshStatus();
+    for (PrinterPanel *panel : std::as_const(m_panelList))
+        panel->appear();
     m_coordinator.syncWindows();
-    if (m_monitor.reachability().isUnreachable())
-        setShowStartupInfo(true);
-}
-
-bool ContentView::showsStartupInfo() const
-{
-    return m_startupInfo != nullptr;
-}
-
-void ContentView::setShowStartupInfo(bool show)
-{
-    if (show == showsStartupInfo())
-        return;
-    if (!show) {
-        m_startupInfo->disconnect(this);
-        m_startupInfo->close();
-        m_startupInfo->deleteLater();
-        m_startupInfo = nullptr;
-        return;
-    }
-    m_startupInfo = new StartupInfoView(
-        m_homeKitManager.words().startQuestion,
-        [this] {
-            // The sheet stays until the shortcut has finished, whether it worked or not.
-            m_homeKitManager.runShortcut(m_settings.homeKitPowerOnSceneName())
-                .then([self = QPointer(this)] {
-                    if (self)
-                        self->setShowStartupInfo(false);
-                });
-        },
-        [this] { setShowStartupInfo(false); }, this);
-    // Closed by the window system (Escape, the title bar): the same as cancelling.
-    connect(m_startupInfo, &QDialog::finished, this, [this] { setShowStartupInfo(false); });
-    m_startupInfo->show();
-}
-
-void ContentView::powerOn()
-{
-    m_homeKitManager.runShortcut(m_settings.homeKitPowerOnSceneName());
 }
 
 } // namespace kestrel

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "screens/OrientationRow.h"
 
-#include "settings/AppSettings.h"
+#include "settings/PrinterSettings.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -11,7 +11,7 @@
 
 namespace kestrel {
 
-OrientationRow::OrientationRow(AppSettings &settings, const Camera &camera, QWidget *parent)
+OrientationRow::OrientationRow(PrinterSettings &settings, const Camera &camera, QWidget *parent)
     : QWidget(parent), m_settings(settings), m_id(camera.id), m_rotation(new QComboBox(this)),
       m_mirrorHorizontal(new QCheckBox(tr("Horizontal spiegeln"), this)),
       m_mirrorVertical(new QCheckBox(tr("Vertikal spiegeln"), this))

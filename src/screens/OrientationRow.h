@@ -10,7 +10,7 @@ class QComboBox;
 
 namespace kestrel {
 
-class AppSettings;
+class PrinterSettings;
 
 // One camera's "Drehung" and its two mirror toggles; every change is stored at once and turns the
 // open window's next picture.
@@ -19,7 +19,7 @@ class OrientationRow : public QWidget
     Q_OBJECT
 
 public:
-    OrientationRow(AppSettings &settings, const Camera &camera, QWidget *parent = nullptr);
+    OrientationRow(PrinterSettings &settings, const Camera &camera, QWidget *parent = nullptr);
 
     // Shows the stored value; showing is no assignment.
     void showOrientation(const CameraOrientation &orientation);
@@ -27,7 +27,7 @@ public:
 private:
     void store();
 
-    AppSettings &m_settings;
+    PrinterSettings &m_settings;
     const CameraId m_id;
     QComboBox *m_rotation;
     QCheckBox *m_mirrorHorizontal;

@@ -1,79 +1,62 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "settings/Camera.h"
+#include "screens/PrinterPage.h"
 
+#include <QPointer>
 #include <QWidget>
 
-#include <functional>
-
 class QCheckBox;
-class QComboBox;
-class QFormLayout;
-class QLabel;
-class QLineEdit;
+class QHBoxLayout;
+class QListWidget;
+class QPushButton;
 
 namespace kestrel {
 
-class AppSettings;
-class HomeKitManager;
-class OrientationRow;
-class StreamRow;
+class Printer;
+class PrinterList;
 
-// Edits every setting directly: each keystroke, toggle and choice is assigned and written at
-// once, with no save step. It also offers the printer's power controls.
+// The settings window: the options for all printers on top, then the list of printers beside
+// the page of the one chosen in it. Every edit is assigned and written at once, with no save
+// step.
 class SettingsView : public QWidget
 {
     Q_OBJECT
 
 public:
-    SettingsView(AppSettings &settings, HomeKitManager &homeKitManager, QWidget *parent = nullptr);
+    explicit SettingsView(PrinterList &printers, QWidget *parent = nullptr);
+
+    // Shows the page of the printer with this id; the first printer's is empty.
+    void choosePrinter(const QString &printerID);
+    PrinterPage *page() const { return m_page; }
 
 signals:
-    // "Vom Drucker übernehmen" changed cameras: open windows should show them as they are now.
-    void camerasTakenOver();
+    // "Vom Drucker übernehmen" changed a printer's cameras: its open windows should show them as
+    // they are now.
+    void camerasTakenOver(kestrel::Printer *printer);
 
 protected:
     void showEvent(QShowEvent *event) override;
 
 private:
-    struct CameraControls
-    {
-        CameraId id;
-        QCheckBox *shown;
-        QLabel *caption;
-        QComboBox *placement;
-        QLineEdit *name;
-        QLineEdit *snapshotPath;
-        StreamRow *stream;
-        OrientationRow *orientation;
-    };
-
-    QWidget *printerSection();
-    QWidget *camerasSection();
-    QWidget *homeKitSection();
-    QLineEdit *boundField(const QString &label, QFormLayout *into,
-                          std::function<void(const QString &)> assign);
+    QWidget *globalSection();
+    QWidget *printerListColumn();
+    void showPage(Printer *printer);
+    void refreshList();
+    void refreshGlobals();
+    void askToRemove();
     void alignFieldColumns();
     void fitHeightToScreen();
-    void refresh();
-    void refreshPowerState();
     void showAutostart();
 
-    AppSettings &m_settings;
-    HomeKitManager &m_homeKitManager;
-    QLineEdit *m_printerIP = nullptr;
-    QLineEdit *m_apiKey = nullptr;
+    PrinterList &m_printers;
     QCheckBox *m_alwaysOnTop = nullptr;
     QCheckBox *m_notifyPrintEvents = nullptr;
     QCheckBox *m_autostart = nullptr; // only where desktops read an autostart folder
-    QList<CameraControls> m_cameras;
-    QLineEdit *m_accessoryName = nullptr;
-    QLineEdit *m_powerOnScene = nullptr;
-    QLineEdit *m_statusShortcut = nullptr;
-    QLineEdit *m_powerOffScene = nullptr;
-    QLabel *m_powerState = nullptr;
-    QLabel *m_actionMessage = nullptr;
+    QListWidget *m_list = nullptr;
+    QPushButton *m_remove = nullptr;
+    QHBoxLayout *m_pageRow = nullptr;
+    QPointer<PrinterPage> m_page;
     bool m_watchingFrame = false;
 };
 

@@ -12,23 +12,28 @@
 namespace kestrel {
 
 StartupInfoView::StartupInfoView(const QString &question, std::function<void()> onStart,
-                                 std::function<void()> onCancel, QWidget *parent)
+                                 std::function<void()> onCancel, QWidget *parent,
+                                 const QString &printerName)
     : QDialog(parent)
 {
+    const QString heading = printerName.isEmpty()
+                                ? tr("Der 3D-Drucker antwortet nicht")
+                                : tr("Der 3D-Drucker „%1“ antwortet nicht").arg(printerName);
     // It stands over the main window as a sheet does, but blocks nothing: a host that does not
     // answer is exactly when the menu and the settings are needed, to correct its address.
     setWindowModality(Qt::NonModal);
-    setWindowTitle(tr("Der 3D-Drucker antwortet nicht"));
+    setWindowTitle(heading);
     setMinimumWidth(320);
 
     auto *layout = new QVBoxLayout(this);
     layout->setSpacing(16);
     layout->setContentsMargins(20, 20, 20, 20);
-    auto *title = new QLabel(tr("Der 3D-Drucker antwortet nicht"), this);
+    auto *title = new QLabel(heading, this);
     QFont titleFont = textStyles::title3();
     titleFont.setBold(true);
     title->setFont(titleFont);
     title->setAlignment(Qt::AlignCenter);
+    title->setWordWrap(true);
     layout->addWidget(title);
     auto *message = new QLabel(question, this);
     message->setWordWrap(true);

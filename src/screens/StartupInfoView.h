@@ -15,9 +15,11 @@ class StartupInfoView : public QDialog
     Q_OBJECT
 
 public:
-    // The question names what switches the printer on.
+    // The question names what switches the printer on; with several printers, the heading
+    // names the printer.
     StartupInfoView(const QString &question, std::function<void()> onStart,
-                    std::function<void()> onCancel, QWidget *parent = nullptr);
+                    std::function<void()> onCancel, QWidget *parent = nullptr,
+                    const QString &printerName = {});
 };
 
 } // namespace kestrel

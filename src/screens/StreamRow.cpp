@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "screens/StreamRow.h"
 
-#include "settings/AppSettings.h"
+#include "settings/PrinterSettings.h"
 #include "widgets/SecondaryText.h"
 
 #include <QCheckBox>
-#include <QLabel>
 #include <QHBoxLayout>
+#include <QLabel>
 #include <QLineEdit>
 #include <QVBoxLayout>
 
@@ -24,7 +24,7 @@ QString streamCounterpart(const QString &snapshotPath, const QString &fallback)
 
 } // namespace
 
-StreamRow::StreamRow(AppSettings &settings, const Camera &camera, QWidget *parent)
+StreamRow::StreamRow(PrinterSettings &settings, const Camera &camera, QWidget *parent)
     : QWidget(parent), m_settings(settings), m_camera(camera),
       m_live(new QCheckBox(tr("Live-Stream (MJPEG)"), this)), m_path(new QLineEdit(this))
 {

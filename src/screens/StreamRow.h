@@ -10,7 +10,7 @@ class QLineEdit;
 
 namespace kestrel {
 
-class AppSettings;
+class PrinterSettings;
 
 // One camera's "Stream-Pfad" and "Live-Stream (MJPEG)": a camera with a stream path shows its
 // live stream, one without keeps its snapshots. Ticking the box with no path yet takes the
@@ -21,7 +21,7 @@ class StreamRow : public QWidget
     Q_OBJECT
 
 public:
-    StreamRow(AppSettings &settings, const Camera &camera, QWidget *parent = nullptr);
+    StreamRow(PrinterSettings &settings, const Camera &camera, QWidget *parent = nullptr);
 
     // Shows the stored path; showing is no assignment. Without one, the field keeps what it
     // shows, so unticking and ticking again brings the same path back.
@@ -30,7 +30,7 @@ public:
 private:
     void toggled(bool on);
 
-    AppSettings &m_settings;
+    PrinterSettings &m_settings;
     const Camera m_camera;
     QCheckBox *m_live;
     QLineEdit *m_path;

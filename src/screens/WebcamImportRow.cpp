@@ -10,7 +10,7 @@
 
 namespace kestrel {
 
-WebcamImportRow::WebcamImportRow(AppSettings &settings, QWidget *parent, QString curlPath)
+WebcamImportRow::WebcamImportRow(PrinterSettings &settings, QWidget *parent, QString curlPath)
     : QWidget(parent), m_settings(settings), m_curlPath(std::move(curlPath)),
       m_outcome(secondaryText(QString(), this))
 {

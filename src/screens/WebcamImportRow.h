@@ -7,7 +7,7 @@ class QLabel;
 
 namespace kestrel {
 
-class AppSettings;
+class PrinterSettings;
 
 // "Vom Drucker übernehmen": takes the cameras' names, snapshot paths, rotation and mirroring over
 // from the printer host's own webcam list, only on this click, and says what changed, which
@@ -17,7 +17,7 @@ class WebcamImportRow : public QWidget
     Q_OBJECT
 
 public:
-    explicit WebcamImportRow(AppSettings &settings, QWidget *parent = nullptr,
+    explicit WebcamImportRow(PrinterSettings &settings, QWidget *parent = nullptr,
                              QString curlPath = QStringLiteral("/usr/bin/curl"));
 
 signals:
@@ -27,7 +27,7 @@ signals:
 private:
     void takeOver();
 
-    AppSettings &m_settings;
+    PrinterSettings &m_settings;
     const QString m_curlPath;
     QLabel *m_outcome;
     bool m_running = false;

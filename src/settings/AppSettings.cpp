@@ -1,149 +1,167 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "settings/AppSettings.h"
 
-#include "platform/FrameText.h"
 #include "platform/KeyValueStore.h"
+#include "settings/PrinterEntryStore.h"
 #include "settings/SettingsCodec.h"
+
+#include <QUuid>
+#include <QVariantList>
 
 namespace kestrel {
 
 namespace keys {
-const QString printerIP = QStringLiteral("printerIP");
-const QString selectedCameraIDs = QStringLiteral("selectedCameraIDs");
 const QString alwaysOnTop = QStringLiteral("alwaysOnTop");
-const QString cameraPlacements = QStringLiteral("cameraPlacements");
-const QString cameraWindowFrames = QStringLiteral("cameraWindowFrames");
-const QString homeKitAccessoryName = QStringLiteral("homeKitAccessoryName");
-const QString homeKitPowerOnSceneName = QStringLiteral("homeKitPowerOnSceneName");
-const QString homeKitStatusShortcutName = QStringLiteral("homeKitStatusShortcutName");
-const QString customCameraNames = QStringLiteral("customCameraNames");
-const QString customSnapshotPaths = QStringLiteral("customSnapshotPaths");
-const QString homeKitPowerOffSceneName = QStringLiteral("homeKitPowerOffSceneName");
-const QString cameraRotations = QStringLiteral("cameraRotations");
-const QString cameraMirroring = QStringLiteral("cameraMirroring");
 const QString showPictureRate = QStringLiteral("showPictureRate");
-const QString cameraStreamPaths = QStringLiteral("cameraStreamPaths");
 const QString notifyPrintEvents = QStringLiteral("notifyPrintEvents");
-const QString printerApiKey = QStringLiteral("printerApiKey");
+const QString printerName = QStringLiteral("printerName");
+const QString printerIP = QStringLiteral("printerIP");
 } // namespace keys
 
-QString AppSettings::defaultPrinterIP()
-{
-    return QStringLiteral("192.168.178.50");
-}
+const QString AppSettings::additionalPrintersKey = QStringLiteral("additionalPrinters");
 
 AppSettings::AppSettings(KeyValueStore &store, QObject *parent) : QObject(parent), m_store(store)
 {
     using namespace codec;
-    m_printerIP = decodeString(store.value(keys::printerIP), defaultPrinterIP());
     m_alwaysOnTop = decodeBool(store.value(keys::alwaysOnTop), true);
-    m_homeKitAccessoryName =
-        decodeString(store.value(keys::homeKitAccessoryName), QStringLiteral("Ender"));
-    m_homeKitPowerOnSceneName = decodeString(store.value(keys::homeKitPowerOnSceneName),
-                                             QStringLiteral("Klipper einschalten"));
-    m_homeKitStatusShortcutName = decodeString(store.value(keys::homeKitStatusShortcutName), {});
-    m_homeKitPowerOffSceneName = decodeString(store.value(keys::homeKitPowerOffSceneName),
-                                              QStringLiteral("Klipper ausschalten"));
-    m_customCameraNames = decodeCameraTexts(store.value(keys::customCameraNames), EmptyTexts::skip);
-    m_customSnapshotPaths =
-        decodeCameraTexts(store.value(keys::customSnapshotPaths), EmptyTexts::skip);
-    m_cameraPlacements =
-        decodePlacements(store.value(keys::cameraPlacements), {{1, WindowPlacement::topLeft},
-                                                               {2, WindowPlacement::bottomLeft},
-                                                               {3, WindowPlacement::topRight}});
-    // Unlike names and paths, an empty frame text is kept as stored; frame() reads it as no frame.
-    m_cameraWindowFrames =
-        decodeCameraTexts(store.value(keys::cameraWindowFrames), EmptyTexts::keep);
-    m_selectedCameraIDs = decodeSelection(store.value(keys::selectedCameraIDs), {1});
     m_showPictureRate = decodeBool(store.value(keys::showPictureRate), false);
-    m_cameraStreamPaths =
-        decodeCameraTexts(store.value(keys::cameraStreamPaths), EmptyTexts::skip);
     m_notifyPrintEvents = decodeBool(store.value(keys::notifyPrintEvents), true);
-    m_printerApiKey = decodeString(store.value(keys::printerApiKey), {});
-    m_cameraOrientations =
-        decodeOrientations(store.value(keys::cameraRotations), store.value(keys::cameraMirroring));
+    m_printers.push_back({nullptr, new PrinterSettings(store, {}, this)});
+    loadAdditionalPrinters();
 }
 
-template <typename T, typename WillChange>
-void AppSettings::assign(T &field, T value, WillChange willChange, const QString &key)
+AppSettings::~AppSettings() = default;
+
+// An entry without an id of its own, as a person may write one, or with another entry's id, gets
+// a new one at once: windows and window rules are told apart by it from now on.
+void AppSettings::loadAdditionalPrinters()
 {
-    emit(this->*willChange)(value);
-    field = std::move(value);
-    m_store.setValue(key, codec::encode(field));
+    const QVariant stored = m_store.value(additionalPrintersKey);
+    if (stored.metaType().id() != QMetaType::QVariantList)
+        return;
+    QVariantList entries = stored.toList();
+    QStringList ids;
+    bool renamed = false;
+    for (QVariant &entry : entries) {
+        if (entry.metaType().id() != QMetaType::QVariantMap)
+            continue;
+        QVariantMap object = entry.toMap();
+        QString id = codec::decodeString(object.value(PrinterEntryStore::printerIDKey), {});
+        if (id.isEmpty() || ids.contains(id)) {
+            id = unusedPrinterID(ids);
+            object.insert(PrinterEntryStore::printerIDKey, id);
+            entry = object;
+            renamed = true;
+        }
+        ids.append(id);
+    }
+    if (renamed)
+        m_store.setValue(additionalPrintersKey, entries);
+    for (const QString &id : std::as_const(ids))
+        appendPrinter(id);
+}
+
+QString AppSettings::unusedPrinterID(const QStringList &taken)
+{
+    QString id;
+    do
+        id = QUuid::createUuid().toString(QUuid::Id128).left(8);
+    while (taken.contains(id));
+    return id;
+}
+
+void AppSettings::appendPrinter(const QString &printerID)
+{
+    auto scope = std::make_unique<PrinterEntryStore>(m_store, additionalPrintersKey, printerID);
+    auto *settings = new PrinterSettings(*scope, printerID, this);
+    m_printers.push_back({std::move(scope), settings});
+}
+
+QList<PrinterSettings *> AppSettings::printers() const
+{
+    QList<PrinterSettings *> printers;
+    for (const Entry &entry : m_printers)
+        printers.append(entry.settings);
+    return printers;
+}
+
+PrinterSettings *AppSettings::printer(const QString &printerID) const
+{
+    for (const Entry &entry : m_printers) {
+        if (entry.settings->printerID() == printerID)
+            return entry.settings;
+    }
+    return nullptr;
+}
+
+qsizetype AppSettings::indexOf(const PrinterSettings &printer) const
+{
+    for (size_t i = 0; i < m_printers.size(); ++i) {
+        if (m_printers[i].settings == &printer)
+            return qsizetype(i);
+    }
+    return -1;
+}
+
+// A new printer starts without an address: the example one would reach into the user's network
+// before they have said which printer they mean.
+PrinterSettings &AppSettings::addPrinter(const QString &name)
+{
+    const QVariant stored = m_store.value(additionalPrintersKey);
+    // Whatever else stood under the key before stays, wrapped as the array's first entry: an
+    // entry that is no object, so it never reads as a printer of its own.
+    QVariantList entries = stored.metaType().id() == QMetaType::QVariantList ? stored.toList()
+                           : stored.isValid() ? QVariantList{QVariant(QVariantList{stored})}
+                                              : QVariantList{};
+    QStringList taken;
+    for (const PrinterSettings *printer : printers())
+        taken.append(printer->printerID());
+    const QString id = unusedPrinterID(taken);
+    entries.append(QVariantMap{{PrinterEntryStore::printerIDKey, id},
+                               {keys::printerName, name},
+                               {keys::printerIP, QString()}});
+    m_store.setValue(additionalPrintersKey, entries);
+    appendPrinter(id);
+    PrinterSettings &added = *m_printers.back().settings;
+    emit printerAdded(&added);
+    emit changed();
+    return added;
+}
+
+void AppSettings::removePrinter(const QString &printerID)
+{
+    const auto entry = std::find_if(m_printers.begin() + 1, m_printers.end(), [&](const Entry &e) {
+        return e.settings->printerID() == printerID;
+    });
+    if (entry == m_printers.end())
+        return;
+    emit printerRemoving(entry->settings);
+    QVariantList entries = m_store.value(additionalPrintersKey).toList();
+    entries.removeIf([&](const QVariant &stored) {
+        return stored.metaType().id() == QMetaType::QVariantMap &&
+               stored.toMap().value(PrinterEntryStore::printerIDKey) == printerID;
+    });
+    m_store.setValue(additionalPrintersKey, entries);
+    // Whoever was told may still be on the stack with the printer in hand.
+    entry->settings->deleteLater();
+    QObject::connect(entry->settings, &QObject::destroyed,
+                     [scope = entry->scope.release()] { delete scope; });
+    m_printers.erase(entry);
     emit changed();
 }
 
-void AppSettings::setPrinterIP(QString value)
+template <typename WillChange>
+void AppSettings::assign(bool &field, bool value, WillChange willChange, const QString &key)
 {
-    assign(m_printerIP, std::move(value), &AppSettings::printerIPWillChange, keys::printerIP);
-}
-
-void AppSettings::setSelectedCameraIDs(CameraIdSet value)
-{
-    assign(m_selectedCameraIDs, std::move(value), &AppSettings::selectedCameraIDsWillChange,
-           keys::selectedCameraIDs);
+    emit(this->*willChange)(value);
+    field = value;
+    m_store.setValue(key, codec::encode(field));
+    emit changed();
 }
 
 void AppSettings::setAlwaysOnTop(bool value)
 {
     assign(m_alwaysOnTop, value, &AppSettings::alwaysOnTopWillChange, keys::alwaysOnTop);
-}
-
-void AppSettings::setCameraPlacements(PlacementMap value)
-{
-    assign(m_cameraPlacements, std::move(value), &AppSettings::cameraPlacementsWillChange,
-           keys::cameraPlacements);
-}
-
-void AppSettings::setCameraWindowFrames(CameraTextMap value)
-{
-    assign(m_cameraWindowFrames, std::move(value), &AppSettings::cameraWindowFramesWillChange,
-           keys::cameraWindowFrames);
-}
-
-void AppSettings::setHomeKitAccessoryName(QString value)
-{
-    assign(m_homeKitAccessoryName, std::move(value), &AppSettings::homeKitAccessoryNameWillChange,
-           keys::homeKitAccessoryName);
-}
-
-void AppSettings::setHomeKitPowerOnSceneName(QString value)
-{
-    assign(m_homeKitPowerOnSceneName, std::move(value),
-           &AppSettings::homeKitPowerOnSceneNameWillChange, keys::homeKitPowerOnSceneName);
-}
-
-void AppSettings::setHomeKitStatusShortcutName(QString value)
-{
-    assign(m_homeKitStatusShortcutName, std::move(value),
-           &AppSettings::homeKitStatusShortcutNameWillChange, keys::homeKitStatusShortcutName);
-}
-
-void AppSettings::setCustomCameraNames(CameraTextMap value)
-{
-    assign(m_customCameraNames, std::move(value), &AppSettings::customCameraNamesWillChange,
-           keys::customCameraNames);
-}
-
-void AppSettings::setCustomSnapshotPaths(CameraTextMap value)
-{
-    assign(m_customSnapshotPaths, std::move(value), &AppSettings::customSnapshotPathsWillChange,
-           keys::customSnapshotPaths);
-}
-
-void AppSettings::setHomeKitPowerOffSceneName(QString value)
-{
-    assign(m_homeKitPowerOffSceneName, std::move(value),
-           &AppSettings::homeKitPowerOffSceneNameWillChange, keys::homeKitPowerOffSceneName);
-}
-
-void AppSettings::setCameraOrientations(OrientationMap value)
-{
-    emit cameraOrientationsWillChange(value);
-    m_cameraOrientations = std::move(value);
-    m_store.setValue(keys::cameraRotations, codec::encodeRotations(m_cameraOrientations));
-    m_store.setValue(keys::cameraMirroring, codec::encodeMirroring(m_cameraOrientations));
-    emit changed();
 }
 
 void AppSettings::setShowPictureRate(bool value)
@@ -152,109 +170,10 @@ void AppSettings::setShowPictureRate(bool value)
            keys::showPictureRate);
 }
 
-void AppSettings::setCameraStreamPaths(CameraTextMap value)
-{
-    assign(m_cameraStreamPaths, std::move(value), &AppSettings::cameraStreamPathsWillChange,
-           keys::cameraStreamPaths);
-}
-
 void AppSettings::setNotifyPrintEvents(bool value)
 {
     assign(m_notifyPrintEvents, value, &AppSettings::notifyPrintEventsWillChange,
            keys::notifyPrintEvents);
-}
-
-void AppSettings::setPrinterApiKey(QString value)
-{
-    assign(m_printerApiKey, std::move(value), &AppSettings::printerApiKeyWillChange,
-           keys::printerApiKey);
-}
-
-void AppSettings::setOrientation(const CameraOrientation &orientation, CameraId id)
-{
-    OrientationMap orientations = m_cameraOrientations;
-    if (orientation.isUnchanged())
-        orientations.remove(id);
-    else
-        orientations.insert(id, orientation);
-    setCameraOrientations(std::move(orientations));
-}
-
-Camera AppSettings::resolvedCamera(const Camera &camera) const
-{
-    Camera resolved = camera;
-    resolved.name = m_customCameraNames.value(camera.id, camera.name);
-    resolved.snapshotPath = m_customSnapshotPaths.value(camera.id, camera.snapshotPath);
-    return resolved;
-}
-
-void AppSettings::setCameraSelected(CameraId id, bool selected)
-{
-    CameraIdSet ids = m_selectedCameraIDs;
-    if (selected)
-        ids.insert(id);
-    else
-        ids.erase(id);
-    setSelectedCameraIDs(std::move(ids));
-}
-
-void AppSettings::setPlacement(WindowPlacement placement, CameraId id)
-{
-    PlacementMap placements = m_cameraPlacements;
-    placements.insert(id, placement);
-    setCameraPlacements(std::move(placements));
-}
-
-void AppSettings::setOverride(CameraTextMap &overrides, const std::optional<QString> &text,
-                              CameraId id)
-{
-    if (text && !text->isEmpty())
-        overrides.insert(id, *text);
-    else
-        overrides.remove(id);
-}
-
-void AppSettings::setCustomName(const std::optional<QString> &name, CameraId id)
-{
-    CameraTextMap names = m_customCameraNames;
-    setOverride(names, name, id);
-    setCustomCameraNames(std::move(names));
-}
-
-void AppSettings::setCustomSnapshotPath(const std::optional<QString> &path, CameraId id)
-{
-    CameraTextMap paths = m_customSnapshotPaths;
-    setOverride(paths, path, id);
-    setCustomSnapshotPaths(std::move(paths));
-}
-
-void AppSettings::setStreamPath(const std::optional<QString> &path, CameraId id)
-{
-    CameraTextMap paths = m_cameraStreamPaths;
-    setOverride(paths, path, id);
-    setCameraStreamPaths(std::move(paths));
-}
-
-std::optional<QRectF> AppSettings::frame(CameraId id) const
-{
-    const auto text = m_cameraWindowFrames.constFind(id);
-    if (text == m_cameraWindowFrames.cend())
-        return std::nullopt;
-    const QRectF rect = rectFromString(*text);
-    const bool zero = rect.x() == 0 && rect.y() == 0 && rect.width() == 0 && rect.height() == 0;
-    return zero ? std::nullopt : std::optional(rect);
-}
-
-void AppSettings::saveFrame(const QRectF &frame, CameraId id)
-{
-    QMetaObject::invokeMethod(
-        this,
-        [this, id, text = stringFromRect(frame)] {
-            CameraTextMap frames = m_cameraWindowFrames;
-            frames.insert(id, text);
-            setCameraWindowFrames(std::move(frames));
-        },
-        Qt::QueuedConnection);
 }
 
 } // namespace kestrel

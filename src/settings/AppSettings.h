@@ -1,142 +1,91 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "settings/SettingsTypes.h"
+#include "settings/PrinterSettings.h"
 
+#include <QList>
 #include <QObject>
-#include <QRectF>
 
-#include <optional>
+#include <memory>
+#include <vector>
 
 namespace kestrel {
 
 class KeyValueStore;
+class PrinterEntryStore;
 
-// Everything the user can choose, loaded once from the key-value store and written back key by
-// key on every assignment; there is no separate save step.
+// The options that hold for every printer, and the printers themselves in the file's order.
 //
-// Every assignment first emits <field>WillChange(newValue), while the old value is still in
-// place (readers see the old value), then stores and writes the field, then emits changed().
-// Long-lived objects follow single fields through the WillChange signals; screens redraw on
-// changed(). Both fire on every assignment, even when the value is the same.
+// The first printer lives at the top level of the store, key for key as a single printer always
+// has, so a file with one printer reads the same either way. Each further printer is an object
+// in the "additionalPrinters" array with the same keys and a stable "printerID". An array entry
+// that is no object is no printer, but stays in the array as it was.
+//
+// Every assignment of a global option first emits <field>WillChange(newValue) while the old value
+// is still in place, then stores and writes it, then emits changed(), as each printer's own
+// settings do.
 class AppSettings : public QObject
 {
     Q_OBJECT
 
 public:
-    // A typical home-router address; also shown as the example in the settings screen.
-    static QString defaultPrinterIP();
+    static const QString additionalPrintersKey;
 
-    // Reads every field from the store at once; the store must outlive the settings.
+    // Reads every printer and option from the store at once; the store must outlive the settings.
     explicit AppSettings(KeyValueStore &store, QObject *parent = nullptr);
+    ~AppSettings() override;
 
-    QString printerIP() const { return m_printerIP; }
-    CameraIdSet selectedCameraIDs() const { return m_selectedCameraIDs; }
     bool alwaysOnTop() const { return m_alwaysOnTop; }
-    PlacementMap cameraPlacements() const { return m_cameraPlacements; }
-    CameraTextMap cameraWindowFrames() const { return m_cameraWindowFrames; }
-    QString homeKitAccessoryName() const { return m_homeKitAccessoryName; }
-    QString homeKitPowerOnSceneName() const { return m_homeKitPowerOnSceneName; }
-    QString homeKitStatusShortcutName() const { return m_homeKitStatusShortcutName; }
-    CameraTextMap customCameraNames() const { return m_customCameraNames; }
-    CameraTextMap customSnapshotPaths() const { return m_customSnapshotPaths; }
-    QString homeKitPowerOffSceneName() const { return m_homeKitPowerOffSceneName; }
-    OrientationMap cameraOrientations() const { return m_cameraOrientations; }
     bool showPictureRate() const { return m_showPictureRate; }
-    // A camera with a stream path shows its live MJPEG stream instead of snapshots.
-    CameraTextMap cameraStreamPaths() const { return m_cameraStreamPaths; }
     // A desktop notification when a print ends or pauses.
     bool notifyPrintEvents() const { return m_notifyPrintEvents; }
-    // What the printer host's API asks of a client outside its trusted networks; empty for none.
-    QString printerApiKey() const { return m_printerApiKey; }
 
-    void setPrinterIP(QString value);
-    void setSelectedCameraIDs(CameraIdSet value);
     void setAlwaysOnTop(bool value);
-    void setCameraPlacements(PlacementMap value);
-    void setCameraWindowFrames(CameraTextMap value);
-    void setHomeKitAccessoryName(QString value);
-    void setHomeKitPowerOnSceneName(QString value);
-    void setHomeKitStatusShortcutName(QString value);
-    void setCustomCameraNames(CameraTextMap value);
-    void setCustomSnapshotPaths(CameraTextMap value);
-    void setHomeKitPowerOffSceneName(QString value);
-    // Kept under two keys, "cameraRotations" and "cameraMirroring".
-    void setCameraOrientations(OrientationMap value);
     void setShowPictureRate(bool value);
-    void setCameraStreamPaths(CameraTextMap value);
     void setNotifyPrintEvents(bool value);
-    void setPrinterApiKey(QString value);
 
-    // The catalogue camera with the user's name and snapshot path, taken as they are.
-    Camera resolvedCamera(const Camera &camera) const;
+    // Never empty: the first printer is always there.
+    QList<PrinterSettings *> printers() const;
+    PrinterSettings &firstPrinter() const { return *m_printers.front().settings; }
+    PrinterSettings *printer(const QString &printerID) const;
+    qsizetype indexOf(const PrinterSettings &printer) const;
 
-    void setCameraSelected(CameraId id, bool selected);
-    void setPlacement(WindowPlacement placement, CameraId id);
-    // No text, or an empty one, removes the override.
-    void setCustomName(const std::optional<QString> &name, CameraId id);
-    void setCustomSnapshotPath(const std::optional<QString> &path, CameraId id);
-    // No text, or an empty one, goes back to snapshots.
-    void setStreamPath(const std::optional<QString> &path, CameraId id);
-
-    CameraOrientation orientation(CameraId id) const { return m_cameraOrientations.value(id); }
-    void setOrientation(const CameraOrientation &orientation, CameraId id);
-
-    // The remembered frame of a camera window; none when there is no entry or it reads as the
-    // zero rectangle (an empty or unreadable text).
-    std::optional<QRectF> frame(CameraId id) const;
-
-    // Window notifications may arrive in the middle of the window machinery's own work, so the
-    // frame is turned into text now but stored on the next turn of the event loop (and not at
-    // all if the settings are gone by then).
-    void saveFrame(const QRectF &frame, CameraId id);
+    // A further printer at the end of the list, with `name` and an address still to be given.
+    PrinterSettings &addPrinter(const QString &name);
+    // Announces the printer's going, then takes it out of the store and deletes it later. The
+    // first printer stays: it is the top level of the store.
+    void removePrinter(const QString &printerID);
 
 signals:
-    void printerIPWillChange(const QString &newValue);
-    void selectedCameraIDsWillChange(const kestrel::CameraIdSet &newValue);
     void alwaysOnTopWillChange(bool newValue);
-    void cameraPlacementsWillChange(const kestrel::PlacementMap &newValue);
-    void cameraWindowFramesWillChange(const kestrel::CameraTextMap &newValue);
-    void homeKitAccessoryNameWillChange(const QString &newValue);
-    void homeKitPowerOnSceneNameWillChange(const QString &newValue);
-    void homeKitStatusShortcutNameWillChange(const QString &newValue);
-    void customCameraNamesWillChange(const kestrel::CameraTextMap &newValue);
-    void customSnapshotPathsWillChange(const kestrel::CameraTextMap &newValue);
-    void homeKitPowerOffSceneNameWillChange(const QString &newValue);
-    void cameraOrientationsWillChange(const kestrel::OrientationMap &newValue);
     void showPictureRateWillChange(bool newValue);
-    void cameraStreamPathsWillChange(const kestrel::CameraTextMap &newValue);
     void notifyPrintEventsWillChange(bool newValue);
-    void printerApiKeyWillChange(const QString &newValue);
+    void printerAdded(kestrel::PrinterSettings *printer);
+    // While the printer and its settings are still whole.
+    void printerRemoving(kestrel::PrinterSettings *printer);
 
-    // After any field has been stored and written.
+    // After any option has been stored and written, or a printer added or removed.
     void changed();
 
 private:
-    template <typename T, typename WillChange>
-    void assign(T &field, T value, WillChange willChange, const QString &key);
+    struct Entry
+    {
+        std::unique_ptr<PrinterEntryStore> scope; // none for the first printer
+        PrinterSettings *settings = nullptr;
+    };
 
-    static void setOverride(CameraTextMap &overrides, const std::optional<QString> &text,
-                            CameraId id);
+    void loadAdditionalPrinters();
+    static QString unusedPrinterID(const QStringList &taken);
+    void appendPrinter(const QString &printerID);
+
+    template <typename WillChange>
+    void assign(bool &field, bool value, WillChange willChange, const QString &key);
 
     KeyValueStore &m_store;
-
-    QString m_printerIP;
-    CameraIdSet m_selectedCameraIDs;
+    std::vector<Entry> m_printers;
     bool m_alwaysOnTop = true;
-    PlacementMap m_cameraPlacements;
-    CameraTextMap m_cameraWindowFrames;
-    QString m_homeKitAccessoryName;
-    QString m_homeKitPowerOnSceneName;
-    QString m_homeKitStatusShortcutName;
-    CameraTextMap m_customCameraNames;
-    CameraTextMap m_customSnapshotPaths;
-    QString m_homeKitPowerOffSceneName;
-    OrientationMap m_cameraOrientations;
     bool m_showPictureRate = false;
-    CameraTextMap m_cameraStreamPaths;
     bool m_notifyPrintEvents = true;
-    QString m_printerApiKey;
 };
 
 } // namespace kestrel

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "settings/PrinterApi.h"
 
-#include "settings/AppSettings.h"
+#include "settings/PrinterSettings.h"
 #include "settings/SnapshotUrls.h"
 
 #include <QCoreApplication>
 
 namespace kestrel::printerApi {
 
-std::optional<QUrl> url(const AppSettings &settings, const QString &path)
+std::optional<QUrl> url(const PrinterSettings &settings, const QString &path)
 {
     return strictHttpUrl(QStringLiteral("http://") + settings.printerIP().trimmed() + path);
 }

@@ -9,14 +9,14 @@
 
 namespace kestrel {
 
-class AppSettings;
+class PrinterSettings;
 
 // How Kestrel speaks to the printer host's API: at the printer address, and with the user's API
 // key where the host wants one.
 namespace printerApi {
 
 // "http://" + printer address + path, or none when the address is no valid one.
-std::optional<QUrl> url(const AppSettings &settings, const QString &path);
+std::optional<QUrl> url(const PrinterSettings &settings, const QString &path);
 
 // The key as it goes into the X-Api-Key header: its visible ASCII characters only, so that a
 // blank or line break pasted along with it can neither spoil the request nor add a header of its

@@ -2,8 +2,8 @@
 #include "settings/WebcamImport.h"
 
 #include "platform/ProcessRunner.h"
-#include "settings/AppSettings.h"
 #include "settings/PrinterApi.h"
+#include "settings/PrinterSettings.h"
 #include "settings/SnapshotUrls.h"
 
 #include <QCoreApplication>
@@ -33,7 +33,8 @@ PrinterPath pathOnPrinter(const QString &listed, const QString &printerIP)
 {
     const QUrl url(listed);
     const QString path = url.path(QUrl::FullyEncoded);
-    const QString pathAndQuery = url.hasQuery() ? path + u'?' + url.query(QUrl::FullyEncoded) : path;
+    const QString pathAndQuery =
+        url.hasQuery() ? path + u'?' + url.query(QUrl::FullyEncoded) : path;
     const QUrl printer(QStringLiteral("http://") + printerIP.trimmed());
     if (url.host().isEmpty() || (url.host() == printer.host() && url.port(80) == printer.port(80)))
         return {pathAndQuery, {}};
@@ -56,8 +57,8 @@ QString mjpegBesideWebRtc(const QString &listed)
 // every front-end, and HLS and the like are no MJPEG at all. A host that names no service leaves
 // the camera as it is.
 std::optional<std::optional<QString>> streamPathOf(const ListedWebcam &webcam,
-                                                  const QString &printerIP, const Camera &camera,
-                                                  QStringList &notes)
+                                                   const QString &printerIP, const Camera &camera,
+                                                   QStringList &notes)
 {
     if (webcam.service.isEmpty())
         return std::nullopt;
@@ -131,7 +132,7 @@ QString WebcamTakeOver::message() const
     return lines.join(u'\n');
 }
 
-WebcamTakeOver takeOverWebcams(AppSettings &settings, const QList<ListedWebcam> &webcams)
+WebcamTakeOver takeOverWebcams(PrinterSettings &settings, const QList<ListedWebcam> &webcams)
 {
     WebcamTakeOver outcome;
     for (qsizetype i = 0; i < std::min<qsizetype>(webcams.size(), cameraCatalogue().size()); ++i) {
@@ -140,7 +141,7 @@ WebcamTakeOver takeOverWebcams(AppSettings &settings, const QList<ListedWebcam> 
         const PrinterPath snapshot = pathOnPrinter(webcam.snapshotUrl, settings.printerIP());
         if (!snapshot.otherHost.isEmpty()) {
             outcome.notes << tr("%1: Adresse auf einem anderen Host (%2), nicht übernommen")
-                                    .arg(camera.name, snapshot.otherHost);
+                                 .arg(camera.name, snapshot.otherHost);
             continue;
         }
         const Camera before = settings.resolvedCamera(camera);
@@ -163,7 +164,7 @@ WebcamTakeOver takeOverWebcams(AppSettings &settings, const QList<ListedWebcam> 
     return outcome;
 }
 
-QFuture<WebcamTakeOver> importWebcams(AppSettings &settings, const QString &curlPath,
+QFuture<WebcamTakeOver> importWebcams(PrinterSettings &settings, const QString &curlPath,
                                       QObject *owner)
 {
     const auto failed = [](const QString &why) { return WebcamTakeOver{.notes = {why}}; };

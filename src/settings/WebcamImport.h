@@ -12,7 +12,7 @@ class QObject;
 
 namespace kestrel {
 
-class AppSettings;
+class PrinterSettings;
 
 // One webcam as the printer host lists it.
 struct ListedWebcam
@@ -42,11 +42,11 @@ struct WebcamTakeOver
 // snapshot paths, rotation and mirroring, and their MJPEG stream where the host serves one.
 // A camera whose address names another host or port than the printer address is not taken
 // over: Kestrel asks the printer address for every picture, so only a path on it can be shown.
-WebcamTakeOver takeOverWebcams(AppSettings &settings, const QList<ListedWebcam> &webcams);
+WebcamTakeOver takeOverWebcams(PrinterSettings &settings, const QList<ListedWebcam> &webcams);
 
 // Fetches the list from the printer host's web server with curl and takes it over; on any
 // failure nothing changes and the outcome's message says why.
-QFuture<WebcamTakeOver> importWebcams(AppSettings &settings, const QString &curlPath,
+QFuture<WebcamTakeOver> importWebcams(PrinterSettings &settings, const QString &curlPath,
                                       QObject *owner);
 
 } // namespace kestrel

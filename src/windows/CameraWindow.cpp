@@ -14,12 +14,16 @@ namespace {
 constexpr int resizeSettleMs = 250;
 } // namespace
 
-CameraWindow::CameraWindow(CameraId id) : QWidget(nullptr, Qt::Window), m_id(id)
+CameraWindow::CameraWindow(CameraId id, const QString &printerID)
+    : QWidget(nullptr, Qt::Window), m_id(id)
 {
     setAttribute(Qt::WA_QuitOnClose, false); // only the main window ends the application
     // Lets window-manager rules tell camera windows apart from the main window, and one camera
-    // from another, across restarts.
-    setWindowRole(QStringLiteral("kestrel-camera-%1").arg(id));
+    // from another, across restarts. The first printer's windows keep the roles they had before
+    // there were others, so rules written then still hold.
+    setWindowRole(printerID.isEmpty()
+                      ? QStringLiteral("kestrel-camera-%1").arg(id)
+                      : QStringLiteral("kestrel-camera-%1-%2").arg(printerID).arg(id));
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     m_resizeSettled.setSingleShot(true);

@@ -19,7 +19,8 @@ class CameraWindow : public QWidget
     Q_OBJECT
 
 public:
-    explicit CameraWindow(CameraId id);
+    // `printerID` is empty for the first printer.
+    explicit CameraWindow(CameraId id, const QString &printerID = {});
 
     CameraId cameraID() const { return m_id; }
 

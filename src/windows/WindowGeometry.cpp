@@ -76,20 +76,20 @@ QRectF initialContentRect(CameraId id)
     return {qreal(x), qreal(y), initialContentSize.width(), initialContentSize.height()};
 }
 
-QList<std::pair<CameraId, QPointF>> layoutCornerWindows(const QList<LayoutWindow> &windows,
-                                                        const QRectF &area)
+QList<LayoutOrigin> layoutCornerWindows(const QList<LayoutWindow> &windows, const QRectF &area)
 {
     const qreal minX = area.left();
     const qreal maxX = area.left() + area.width();
-    QList<std::pair<CameraId, QPointF>> origins;
+    QList<LayoutOrigin> origins;
     for (const WindowPlacement corner : allWindowPlacements) {
         if (corner == WindowPlacement::free)
             continue;
         QList<LayoutWindow> group;
         std::copy_if(windows.cbegin(), windows.cend(), std::back_inserter(group),
                      [corner](const LayoutWindow &window) { return window.placement == corner; });
-        std::stable_sort(group.begin(), group.end(),
-                         [](const auto &a, const auto &b) { return a.cameraID < b.cameraID; });
+        std::stable_sort(group.begin(), group.end(), [](const auto &a, const auto &b) {
+            return std::pair(a.printerIndex, a.cameraID) < std::pair(b.printerIndex, b.cameraID);
+        });
         if (group.isEmpty())
             continue;
 
@@ -110,8 +110,9 @@ QList<std::pair<CameraId, QPointF>> layoutCornerWindows(const QList<LayoutWindow
                                 : cursor.y() + rowHeight + windowGap);
                 rowHeight = 0;
             }
-            origins.append({window.cameraID, QPointF(left ? cursor.x() : cursor.x() - w,
-                                                     top ? cursor.y() - h : cursor.y())});
+            origins.append(
+                {window.printerIndex, window.cameraID,
+                 QPointF(left ? cursor.x() : cursor.x() - w, top ? cursor.y() - h : cursor.y())});
             rowHeight = std::max(rowHeight, h);
             cursor.setX(left ? cursor.x() + w + windowGap : cursor.x() - w - windowGap);
         }

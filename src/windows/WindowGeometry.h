@@ -37,14 +37,25 @@ struct LayoutWindow
     CameraId cameraID = 0;
     QSizeF frameSize;
     WindowPlacement placement = WindowPlacement::free;
+    int printerIndex = 0; // the printer's place in the list
 };
 
-// Snaps corner windows into rows along their corner: each group sorted by id, a row wrapping
+// Where the layout puts one corner window's frame.
+struct LayoutOrigin
+{
+    int printerIndex = 0;
+    CameraId cameraID = 0;
+    QPointF origin;
+
+    friend bool operator==(const LayoutOrigin &, const LayoutOrigin &) = default;
+};
+
+// Snaps corner windows into rows along their corner: each group sorted by printer, then by
+// camera id, a row wrapping
 // when the next window would cross the inner margin, rows stacking away from the corner by the
 // tallest window of the row before plus the gap. Free windows are left alone. Returns the new
 // frame origin of every corner window; sizes never change.
-QList<std::pair<CameraId, QPointF>> layoutCornerWindows(const QList<LayoutWindow> &windows,
-                                                        const QRectF &area);
+QList<LayoutOrigin> layoutCornerWindows(const QList<LayoutWindow> &windows, const QRectF &area);
 
 // Between our screen coordinates and Qt's (origin top left, y down); `primaryHeight` is the
 // height of the primary screen's full geometry. The same formula works both ways.

@@ -2,9 +2,8 @@
 #pragma once
 
 #include "app/CameraViews.h"
-#include "monitor/PiStatusMonitor.h"
 #include "platform/MemoryKeyValueStore.h"
-#include "power/HomeKitManager.h"
+#include "printers/PrinterList.h"
 #include "settings/AppSettings.h"
 #include "windows/WindowCoordinator.h"
 
@@ -36,23 +35,28 @@ struct CameraApp
                   stored.insert(QStringLiteral("printerIP"), QString());
               return stored;
           }()),
-          settings(store),
-          homeKit(settings, nullptr,
-                  shortcutsPath.isEmpty() ? tools.filePath(QStringLiteral("shortcuts"))
-                                          : shortcutsPath),
-          monitor(settings, nullptr, probeInterval)
+          settings(store), printers(settings,
+                                    {.shortcuts = shortcutsPath.isEmpty()
+                                                      ? tools.filePath(QStringLiteral("shortcuts"))
+                                                      : shortcutsPath,
+                                     .sceneRunner = {}},
+                                    nullptr, {.probeInterval = probeInterval}),
+          printer(settings.firstPrinter()), homeKit(printers.first().power()),
+          monitor(printers.first().monitor())
     {}
     std::unique_ptr<WindowCoordinator> start()
     {
-        return std::make_unique<WindowCoordinator>(settings,
-                                                   cameraWindowViews({settings, monitor, homeKit}));
+        return std::make_unique<WindowCoordinator>(printers, cameraWindowViews(settings));
     }
 
     QTemporaryDir tools;
     MemoryKeyValueStore store;
     AppSettings settings;
-    HomeKitManager homeKit;
-    PiStatusMonitor monitor;
+    PrinterList printers;
+    // The first printer's parts
+    PrinterSettings &printer;
+    HomeKitManager &homeKit;
+    const PiStatusMonitor &monitor;
 };
 
 } // namespace kestrel::test

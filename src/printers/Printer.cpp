@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "printers/Printer.h"
+
+namespace kestrel {
+
+Printer::Printer(PrinterSettings &settings, const ExternalTools &tools, QObject *parent,
+                 const PrinterTimings &timings)
+    : QObject(parent), m_settings(settings),
+      m_power(settings, nullptr, tools.shortcuts, tools.sceneRunner),
+      m_monitor(settings, nullptr, timings.probeInterval, tools.curl),
+      m_printStatus(settings, m_monitor, nullptr, timings.printStatus)
+{}
+
+} // namespace kestrel

@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "printers/PrinterList.h"
+
+#include "settings/AppSettings.h"
+
+namespace kestrel {
+
+PrinterList::PrinterList(AppSettings &settings, ExternalTools tools, QObject *parent,
+                         PrinterTimings timings)
+    : QObject(parent), m_settings(settings), m_tools(std::move(tools)), m_timings(timings)
+{
+    for (PrinterSettings *printer : settings.printers())
+        m_printers.append(new Printer(*printer, m_tools, this, m_timings));
+    connect(&settings, &AppSettings::printerAdded, this, &PrinterList::add);
+    connect(&settings, &AppSettings::printerRemoving, this, &PrinterList::remove);
+}
+
+Printer *PrinterList::printer(const QString &id) const
+{
+    for (Printer *printer : m_printers) {
+        if (printer->id() == id)
+            return printer;
+    }
+    return nullptr;
+}
+
+void PrinterList::add(PrinterSettings *settings)
+{
+    auto *printer = new Printer(*settings, m_tools, this, m_timings);
+    m_printers.append(printer);
+    emit printerAdded(printer);
+}
+
+void PrinterList::remove(PrinterSettings *settings)
+{
+    Printer *printer = this->printer(settings->printerID());
+    if (!printer)
+        return;
+    emit printerRemoving(printer);
+    m_printers.removeOne(printer);
+    printer->deleteLater();
+}
+
+} // namespace kestrel
