@@ -2,24 +2,33 @@
 // What the printer is doing, from its host's API: the line every window shows and the time left
 // as the front-ends estimate it, the client against the demo printer through a wanted key, a
 // Klipper shutdown, failed probes and a power cut, against hosts whose API refuses or breaks,
-// and the desktop notifications, one per change of state, through a real session bus of the
-// test's own.
+// the desktop notifications, one per change of state, through a real session bus of the test's
+// own, and two printers side by side, each with its own windows, notifications and power.
 #include "DemoPrinter.h"
 #include "FakeTool.h"
+#include "app/CameraViews.h"
+#include "camera/SnapshotErrorCard.h"
 #include "Helpers.h"
 #include "LoopbackHttpServer.h"
 #include "monitor/PiStatusMonitor.h"
 #include "monitor/PrintNotifier.h"
 #include "monitor/PrintStatusClient.h"
 #include "platform/MemoryKeyValueStore.h"
+#include "printers/PrinterList.h"
 #include "settings/AppSettings.h"
 #include "settings/PrinterSettings.h"
+#include "windows/CameraWindow.h"
+#include "windows/ScreenFrames.h"
+#include "windows/WindowCoordinator.h"
 
 #include <QCryptographicHash>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QJsonDocument>
+#include <QMessageBox>
 #include <QProcess>
+#include <QPushButton>
+#include <QToolButton>
 #include <QSignalSpy>
 #include <QTcpSocket>
 #include <QTemporaryDir>
@@ -156,6 +165,13 @@ class PrintStatusTest : public QObject
 {
     Q_OBJECT
 
+public:
+    // Two printers' windows side by side in one corner need a known screen: 1440 x 900.
+    static void initMain()
+    {
+        qputenv("QT_QPA_PLATFORM", "offscreen:configfile=" KESTREL_OFFSCREEN_CONFIG);
+    }
+
 private slots:
     void initTestCase();
     void cleanupTestCase();
@@ -165,6 +181,7 @@ private slots:
     void brokenApis_data();
     void brokenApis();
     void oneNotificationPerChange();
+    void twoPrintersKeepToThemselves();
 
 private:
     QProcess m_bus;
@@ -407,5 +424,85 @@ void PrintStatusTest::oneNotificationPerChange()
     QDBusConnection::disconnectFromBus(u"daemon"_s);
 }
 
-QTEST_GUILESS_MAIN(PrintStatusTest)
+// Voron's print ends soon, Prusa's later. Each printer's windows carry its name and a role of
+// their own, share the corner in the printers' order, and follow only their own host; the end of
+// Voron's print is told once, naming Voron; Prusa's power button runs Prusa's scene.
+void PrintStatusTest::twoPrintersKeepToThemselves()
+{
+    const QString demo = QStringLiteral(KESTREL_DEMO_PRINTER_PATH);
+    const test::DemoPrinter voron(demo, {u"--boot-ms"_s, u"100"_s, u"--print-seconds"_s, u"10"_s});
+    const test::DemoPrinter prusa(demo, {u"--boot-ms"_s, u"100"_s, u"--print-seconds"_s, u"600"_s});
+    QVERIFY(!voron.address().isEmpty() && !prusa.address().isEmpty());
+    QTemporaryDir tools;
+    const test::FakeTool shortcuts(tools.path(), u"shortcuts"_s, {});
+    const QVariantMap corner{{u"1"_s, u"topLeft"_s}, {u"2"_s, u"topLeft"_s}};
+    MemoryKeyValueStore store(QVariantMap{
+        {u"printerName"_s, u"Voron"_s},
+        {u"printerIP"_s, voron.address()},
+        {u"selectedCameraIDs"_s, QVariantList{1}},
+        {u"cameraPlacements"_s, corner},
+        {u"homeKitPowerOffSceneName"_s, u"Voron aus"_s},
+        {AppSettings::additionalPrintersKey,
+         QVariantList{QVariantMap{{u"printerID"_s, u"p2"_s},
+                                  {u"printerName"_s, u"Prusa"_s},
+                                  {u"printerIP"_s, prusa.address()},
+                                  {u"selectedCameraIDs"_s, QVariantList{1, 2}},
+                                  {u"cameraPlacements"_s, corner},
+                                  {u"homeKitPowerOffSceneName"_s, u"Prusa aus"_s}}}}});
+    AppSettings settings(store);
+    PrinterList printers(settings, {.shortcuts = shortcuts.path(), .sceneRunner = {}}, nullptr,
+                         {.probeInterval = 100ms, .printStatus = quick});
+    NotificationRecorder recorder;
+    QDBusConnection daemon = QDBusConnection::connectToBus(m_busAddress, u"two"_s);
+    QVERIFY(daemon.registerObject(u"/org/freedesktop/Notifications"_s, &recorder,
+                                  QDBusConnection::ExportAllSlots));
+    QVERIFY(daemon.registerService(u"org.freedesktop.Notifications"_s));
+    PrintNotifier notifier(settings);
+    for (const Printer *printer : printers.printers()) {
+        connect(&printer->printStatus(), &PrintStatusClient::statusChanged, &notifier,
+                [&notifier, printer](const PrintStatus &status) {
+                    notifier.follow(printer->settings(), status);
+                });
+    }
+    WindowCoordinator windows(printers, cameraWindowViews(settings));
+
+    CameraWindow *voronCam = windows.window(1);
+    CameraWindow *prusaCam = windows.window(1, u"p2"_s);
+    QCOMPARE(windows.openCameraIDs(u"p2"_s), (QList<CameraId>{1, 2}));
+    QCOMPARE(voronCam->windowTitle(), u"Voron · Übersichtscam"_s);
+    QCOMPARE(windows.window(2, u"p2"_s)->windowTitle(), u"Prusa · Düsencam"_s);
+    QCOMPARE(voronCam->windowRole(), u"kestrel-camera-1"_s);
+    QCOMPARE(prusaCam->windowRole(), u"kestrel-camera-p2-1"_s);
+    const qreal voronX = screenFrames::frame(voronCam).x();
+    QVERIFY(voronX < screenFrames::frame(prusaCam).x());
+    QVERIFY(screenFrames::frame(prusaCam).x() < screenFrames::frame(windows.window(2, u"p2"_s)).x());
+
+    QTRY_COMPARE_WITH_TIMEOUT(recorder.shown.size(), 1, 30000);
+    QCOMPARE(recorder.shown[0].title, u"Druck fertig"_s);
+    QVERIFY2(recorder.shown[0].body.startsWith(u"Voron · kestrel-benchy.gcode · "_s),
+             qPrintable(recorder.shown[0].body));
+
+    prusaCam->content()->findChild<QToolButton *>(u"powerButton"_s)->click();
+    QMessageBox *alert = nullptr;
+    QTRY_VERIFY((alert = prusaCam->content()->findChild<QMessageBox *>()));
+    for (QAbstractButton *button : alert->buttons()) {
+        if (alert->buttonRole(button) == QMessageBox::DestructiveRole)
+            button->click();
+    }
+    QTRY_COMPARE_WITH_TIMEOUT(shortcuts.calls().value(0), (QStringList{u"run"_s, u"Prusa aus"_s}),
+                              20000);
+    QCOMPARE(shortcuts.calls().size(), 1);
+
+    QVERIFY(prusa.switchPower(false));
+    const auto offline = [](const CameraWindow *window) {
+        const auto *card = window->content()->findChild<SnapshotErrorCard *>();
+        return card->isVisible() && card->title() == u"Raspberry Pi offline"_s;
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(offline(prusaCam) && offline(windows.window(2, u"p2"_s)), 20000);
+    QVERIFY(!offline(voronCam));
+    QCOMPARE(recorder.shown.size(), 1);
+    QVERIFY(daemon.unregisterService(u"org.freedesktop.Notifications"_s));
+}
+
+QTEST_MAIN(PrintStatusTest)
 #include "tst_print_status.moc"
