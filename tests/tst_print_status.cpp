@@ -6,10 +6,10 @@
 // own, and two printers side by side, each with its own windows, notifications and power.
 #include "DemoPrinter.h"
 #include "FakeTool.h"
-#include "app/CameraViews.h"
-#include "camera/SnapshotErrorCard.h"
 #include "Helpers.h"
 #include "LoopbackHttpServer.h"
+#include "app/CameraViews.h"
+#include "camera/SnapshotErrorCard.h"
 #include "monitor/PiStatusMonitor.h"
 #include "monitor/PrintNotifier.h"
 #include "monitor/PrintStatusClient.h"
@@ -28,11 +28,11 @@
 #include <QMessageBox>
 #include <QProcess>
 #include <QPushButton>
-#include <QToolButton>
 #include <QSignalSpy>
 #include <QTcpSocket>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QToolButton>
 #include <QWebSocket>
 #include <QWebSocketServer>
 
@@ -436,19 +436,19 @@ void PrintStatusTest::twoPrintersKeepToThemselves()
     QTemporaryDir tools;
     const test::FakeTool shortcuts(tools.path(), u"shortcuts"_s, {});
     const QVariantMap corner{{u"1"_s, u"topLeft"_s}, {u"2"_s, u"topLeft"_s}};
-    MemoryKeyValueStore store(QVariantMap{
-        {u"printerName"_s, u"Voron"_s},
-        {u"printerIP"_s, voron.address()},
-        {u"selectedCameraIDs"_s, QVariantList{1}},
-        {u"cameraPlacements"_s, corner},
-        {u"homeKitPowerOffSceneName"_s, u"Voron aus"_s},
-        {AppSettings::additionalPrintersKey,
-         QVariantList{QVariantMap{{u"printerID"_s, u"p2"_s},
-                                  {u"printerName"_s, u"Prusa"_s},
-                                  {u"printerIP"_s, prusa.address()},
-                                  {u"selectedCameraIDs"_s, QVariantList{1, 2}},
-                                  {u"cameraPlacements"_s, corner},
-                                  {u"homeKitPowerOffSceneName"_s, u"Prusa aus"_s}}}}});
+    MemoryKeyValueStore store(
+        QVariantMap{{u"printerName"_s, u"Voron"_s},
+                    {u"printerIP"_s, voron.address()},
+                    {u"selectedCameraIDs"_s, QVariantList{1}},
+                    {u"cameraPlacements"_s, corner},
+                    {u"homeKitPowerOffSceneName"_s, u"Voron aus"_s},
+                    {AppSettings::additionalPrintersKey,
+                     QVariantList{QVariantMap{{u"printerID"_s, u"p2"_s},
+                                              {u"printerName"_s, u"Prusa"_s},
+                                              {u"printerIP"_s, prusa.address()},
+                                              {u"selectedCameraIDs"_s, QVariantList{1, 2}},
+                                              {u"cameraPlacements"_s, corner},
+                                              {u"homeKitPowerOffSceneName"_s, u"Prusa aus"_s}}}}});
     AppSettings settings(store);
     PrinterList printers(settings, {.shortcuts = shortcuts.path(), .sceneRunner = {}}, nullptr,
                          {.probeInterval = 100ms, .printStatus = quick});
@@ -475,7 +475,8 @@ void PrintStatusTest::twoPrintersKeepToThemselves()
     QCOMPARE(prusaCam->windowRole(), u"kestrel-camera-p2-1"_s);
     const qreal voronX = screenFrames::frame(voronCam).x();
     QVERIFY(voronX < screenFrames::frame(prusaCam).x());
-    QVERIFY(screenFrames::frame(prusaCam).x() < screenFrames::frame(windows.window(2, u"p2"_s)).x());
+    QVERIFY(screenFrames::frame(prusaCam).x() <
+            screenFrames::frame(windows.window(2, u"p2"_s)).x());
 
     QTRY_COMPARE_WITH_TIMEOUT(recorder.shown.size(), 1, 30000);
     QCOMPARE(recorder.shown[0].title, u"Druck fertig"_s);

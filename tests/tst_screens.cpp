@@ -143,6 +143,7 @@ private slots:
     void startOpensTheSelectionInOrderAndLaysOut();
     void closingDeselectsAndSavesTheFrame();
     void savedFrameOnlyForFreeCornersSnapBack();
+    void printersComeAndGoThroughTheSettings();
 
 private:
     QList<QUrl> m_opened;
@@ -699,6 +700,52 @@ void ScreensTest::savedFrameOnlyForFreeCornersSnapBack()
     QTRY_COMPARE(app.printer.frame(3)->topLeft(), corner + QPointF(50, -30));
     app.settings.setAlwaysOnTop(true); // any watched setting
     QCOMPARE(originOf(three), corner);
+}
+
+// A printer added in the settings gets its page, its windows and a card in the main window, and
+// every window says whose it is; removing it asks first, by its name, and takes its windows and
+// its entry in the file with it.
+void ScreensTest::printersComeAndGoThroughTheSettings()
+{
+    Environment environment(u"ein"_s);
+    MemoryKeyValueStore store({{u"printerName"_s, u"Voron"_s},
+                               {u"printerIP"_s, environment.printer.address()},
+                               {u"selectedCameraIDs"_s, idList({1})}});
+    KestrelApp app(store, {.shortcuts = environment.shortcuts.path()});
+    app.mainWindow().resize(680, 720);
+    const WindowCoordinator &windows = app.windowCoordinator();
+    QCOMPARE(windows.window(1)->windowTitle(), u"Übersichtscam"_s);
+    app.openSettings();
+    SettingsView *settings = app.settingsWindow();
+    QVERIFY(!childWithText(settings, u"Drucker entfernen…"_s)->isEnabled());
+
+    childWithText(settings, u"Drucker hinzufügen"_s)->click();
+    const QString id = app.printers().printers().last()->id();
+    QLineEdit *name = childWithText<QLineEdit>(settings, u"Drucker 2"_s);
+    name->selectAll();
+    QTest::keyClicks(name, u"Prusa"_s);
+    QCOMPARE(windows.window(1)->windowTitle(), u"Voron · Übersichtscam"_s);
+    QCOMPARE(windows.window(1, id)->windowTitle(), u"Prusa · Übersichtscam"_s);
+    QCOMPARE(windows.window(1, id)->windowRole(), u"kestrel-camera-%1-1"_s.arg(id));
+    const auto cards = [&app] { return labelTexts(&app.mainWindow()); };
+    QTRY_VERIFY(cards().contains(u"Voron"_s) && cards().contains(u"Prusa"_s));
+    QCOMPARE(cards().count(u"Keine Drucker-IP eingetragen"_s), 1); // the new one's, not Voron's
+    app.mainWindow().grab().save(u"main-window-printers.png"_s);
+    settings->grab().save(u"settings-window-printers.png"_s);
+
+    const auto answerRemoval = [settings](const QString &button) {
+        childWithText(settings, u"Drucker entfernen…"_s)->click();
+        QMessageBox *alert = openAlert(settings);
+        QCOMPARE(alert->text(), u"Drucker „Prusa“ entfernen?"_s);
+        childWithText(alert, button)->click();
+    };
+    answerRemoval(u"Abbrechen"_s);
+    QCOMPARE(app.printers().printers().size(), 2);
+    answerRemoval(u"Entfernen"_s);
+    QTRY_VERIFY(!windows.window(1, id));
+    QTRY_COMPARE(windows.window(1)->windowTitle(), u"Übersichtscam"_s);
+    QCOMPARE(store.value(AppSettings::additionalPrintersKey), QVariant(QVariantList{}));
+    QTRY_VERIFY(!cards().contains(u"Prusa"_s));
 }
 
 QTEST_MAIN(ScreensTest)

@@ -141,6 +141,8 @@ void SettingsView::showPage(Printer *printer)
     connect(m_page, &PrinterPage::camerasTakenOver, this,
             [this, printer] { emit camerasTakenOver(printer); });
     m_pageRow->addWidget(m_page, 0, Qt::AlignTop);
+    m_page->show(); // now, so that the height below is the new page's
+
     // The first printer stays: it is the one Kestrel always had.
     m_remove->setEnabled(printer != &m_printers.first());
     alignFieldColumns();
