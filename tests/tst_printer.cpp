@@ -6,6 +6,7 @@
 #include "FakeTool.h"
 #include "Helpers.h"
 #include "LoopbackHttpServer.h"
+#include "monitor/HostProbeBatch.h"
 #include "monitor/PiStatusMonitor.h"
 #include "platform/MemoryKeyValueStore.h"
 #include "power/HomeKitManager.h"
@@ -104,6 +105,7 @@ private slots:
     void addressIsOneArgumentWhateverItHolds_data();
     void addressIsOneArgumentWhateverItHolds();
     void changeProbesThePreviouslyStoredAddressOnly();
+    void probesDueTogetherShareOneRun();
     void statusAnswerBecomesState_data();
     void statusAnswerBecomesState();
     void onlyTheNewestQueryPublishes();
@@ -157,6 +159,41 @@ void PrinterTest::verdictFollowsTheHostsAnswer()
         QCOMPARE(probes.size(), 1);
         QCOMPARE(probes[0].method + ' ' + probes[0].path, QByteArray("HEAD /"));
     }
+
+    // Asked in one curl run together with a host that answers, each gets its own verdict.
+    LoopbackHttpServer other;
+    HostProbeBatch batch;
+    const QFuture<PiReachability> together =
+        batch.probe(fixture.settings.printerIP().trimmed(), 0ms);
+    const QFuture<PiReachability> beside = batch.probe(other.address(), 0ms);
+    QTRY_VERIFY_WITH_TIMEOUT(together.isFinished() && beside.isFinished(), 20000);
+    QCOMPARE(batch.runs(), 1);
+    QVERIFY2(together.result().reason().startsWith(reason) &&
+                 together.result().isUnreachable() != reason.isEmpty(),
+             qPrintable(together.result().reason()));
+    QCOMPARE(beside.result(), PiReachability::reachable());
+}
+
+// Probes that fall due within half a pause of each other share one curl run; one host alone is
+// asked as a single printer's host always was.
+void PrinterTest::probesDueTogetherShareOneRun()
+{
+    QTemporaryDir tools;
+    const test::FakeTool curl(tools.path(), u"curl"_s, u"exec /usr/bin/curl \"$@\""_s);
+    LoopbackHttpServer first;
+    LoopbackHttpServer second;
+    HostProbeBatch batch(curl.path());
+    const QFuture<PiReachability> early = batch.probe(first.address(), 400ms);
+    const QFuture<PiReachability> joining = batch.probe(second.address(), 500ms);
+    const QFuture<PiReachability> alone = batch.probe(second.address(), 100ms);
+    QTRY_VERIFY_WITH_TIMEOUT(early.isFinished() && joining.isFinished() && alone.isFinished(),
+                             20000);
+    for (const auto &future : {early, joining, alone})
+        QCOMPARE(future.result(), PiReachability::reachable());
+    const QList<QStringList> runs = curl.calls();
+    QCOMPARE(runs.size(), 2);
+    QVERIFY(!runs[0].contains(u"--parallel"_s) && runs[0].last().contains(second.address()));
+    QVERIFY(runs[1].contains(u"--parallel"_s) && runs[1].filter(u"http://"_s).size() == 2);
 }
 
 void PrinterTest::addressIsOneArgumentWhateverItHolds_data()

@@ -2,6 +2,7 @@
 #include "monitor/PiStatusMonitor.h"
 
 #include "monitor/HostProbe.h"
+#include "monitor/HostProbeBatch.h"
 #include "settings/PrinterSettings.h"
 #include "settings/SnapshotUrls.h"
 
@@ -13,8 +14,9 @@
 namespace kestrel {
 
 PiStatusMonitor::PiStatusMonitor(PrinterSettings &settings, QObject *parent,
-                                 std::chrono::milliseconds interval, QString curlPath)
-    : QObject(parent), m_settings(settings), m_curlPath(std::move(curlPath)),
+                                 std::chrono::milliseconds interval, QString curlPath,
+                                 HostProbeBatch *batch)
+    : QObject(parent), m_settings(settings), m_curlPath(std::move(curlPath)), m_batch(batch),
       m_network(new QNetworkAccessManager(this)), m_subscribedAddress(settings.printerIP())
 {
     m_pause.setSingleShot(true);
@@ -57,13 +59,23 @@ void PiStatusMonitor::startLoop(quint64 loop, const QString &host)
 
 void PiStatusMonitor::probeRound()
 {
+    probeAfter(std::chrono::milliseconds(0));
+}
+
+// Alone, the monitor probes and then pauses; sharing probes, it leaves the pause to the batch,
+// which may end it a little early to ask this host together with others.
+void PiStatusMonitor::probeAfter(std::chrono::milliseconds pause)
+{
     const quint64 loop = m_loop;
-    probePrinterHost(m_curlPath, m_host, this)
+    (m_batch ? m_batch->probe(m_host, pause) : probePrinterHost(m_curlPath, m_host, this))
         .then([this, self = QPointer(this), loop](const PiReachability &result) {
             if (!self || loop != m_loop)
                 return;
             publish(result);
-            m_pause.start();
+            if (m_batch)
+                probeAfter(m_pause.intervalAsDuration());
+            else
+                m_pause.start();
         });
 }
 

@@ -12,6 +12,7 @@ class QNetworkAccessManager;
 
 namespace kestrel {
 
+class HostProbeBatch;
 class PrinterSettings;
 
 // Probes the printer host every interval and publishes whether it answers HTTP.
@@ -29,7 +30,8 @@ public:
 
     explicit PiStatusMonitor(PrinterSettings &settings, QObject *parent = nullptr,
                              std::chrono::milliseconds interval = defaultInterval,
-                             QString curlPath = QStringLiteral("/usr/bin/curl"));
+                             QString curlPath = QStringLiteral("/usr/bin/curl"),
+                             HostProbeBatch *batch = nullptr);
 
     PiReachability reachability() const { return m_reachability; }
 
@@ -41,11 +43,13 @@ private:
     void restart();
     void startLoop(quint64 loop, const QString &host);
     void probeRound();
+    void probeAfter(std::chrono::milliseconds pause);
     void sendWakeUpRequest(const QString &host);
     void publish(const PiReachability &reachability);
 
     PrinterSettings &m_settings;
     const QString m_curlPath;
+    HostProbeBatch *const m_batch; // where the probes of several hosts are shared, if anywhere
     QNetworkAccessManager *m_network;
     QTimer m_pause;
     PiReachability m_reachability = PiReachability::checking();

@@ -26,8 +26,9 @@ class Printer : public QObject
     Q_OBJECT
 
 public:
+    // `probes`, where given, shares the host probes with other printers.
     Printer(PrinterSettings &settings, const ExternalTools &tools, QObject *parent = nullptr,
-            const PrinterTimings &timings = {});
+            const PrinterTimings &timings = {}, HostProbeBatch *probes = nullptr);
 
     QString id() const { return m_settings.printerID(); }
     PrinterSettings &settings() const { return m_settings; }

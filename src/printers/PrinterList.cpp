@@ -7,10 +7,11 @@ namespace kestrel {
 
 PrinterList::PrinterList(AppSettings &settings, ExternalTools tools, QObject *parent,
                          PrinterTimings timings)
-    : QObject(parent), m_settings(settings), m_tools(std::move(tools)), m_timings(timings)
+    : QObject(parent), m_settings(settings), m_tools(std::move(tools)), m_timings(timings),
+      m_probes(m_tools.curl)
 {
     for (PrinterSettings *printer : settings.printers())
-        m_printers.append(new Printer(*printer, m_tools, this, m_timings));
+        add(printer);
     connect(&settings, &AppSettings::printerAdded, this, &PrinterList::add);
     connect(&settings, &AppSettings::printerRemoving, this, &PrinterList::remove);
 }
@@ -26,7 +27,7 @@ Printer *PrinterList::printer(const QString &id) const
 
 void PrinterList::add(PrinterSettings *settings)
 {
-    auto *printer = new Printer(*settings, m_tools, this, m_timings);
+    auto *printer = new Printer(*settings, m_tools, this, m_timings, &m_probes);
     m_printers.append(printer);
     emit printerAdded(printer);
 }

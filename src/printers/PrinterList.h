@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "monitor/HostProbeBatch.h"
 #include "printers/Printer.h"
 
 #include <QList>
@@ -41,6 +42,7 @@ private:
     AppSettings &m_settings;
     const ExternalTools m_tools;
     const PrinterTimings m_timings;
+    HostProbeBatch m_probes; // one curl run asks every host that is due
     QList<Printer *> m_printers;
 };
 

@@ -193,14 +193,15 @@ void PrinterPanel::refreshCameras()
     }
 }
 
-// Only a change to a different value counts: the monitor publishes every probe, and a prompt the
-// user closed stays closed while the host keeps failing for the same reason.
+// Only a change to a different value counts: the monitor publishes every probe, which mostly
+// repeats what is shown, and a prompt the user closed stays closed while the host keeps failing
+// for the same reason.
 void PrinterPanel::reachabilityChanged(const PiReachability &reachability)
 {
-    refresh();
     if (reachability == m_lastReachability)
         return;
     m_lastReachability = reachability;
+    refresh();
     if (reachability.isUnreachable())
         setShowStartupInfo(true);
 }

@@ -28,7 +28,12 @@ void SymbolLabel::set(const QString &symbol, const QString &text, const QColor &
 {
     const QColor plain = palette().color(QPalette::WindowText);
     const QColor shown = color.isValid() ? color : plain;
+    // Drawing the symbol is the costly part, and most callers repeat what is shown.
+    if (symbol == m_symbolName && text == m_text->text() && shown == m_color && tint == m_tint)
+        return;
     m_symbolName = symbol;
+    m_color = shown;
+    m_tint = tint;
     const int size = m_text->fontMetrics().height();
     m_symbol->setPixmap(symbols::pixmap(symbol, shown, size, devicePixelRatioF()));
     m_text->setText(text);

@@ -36,6 +36,8 @@ private:
     QLabel *m_text;
     QVBoxLayout *m_lines;
     QString m_symbolName;
+    QColor m_color;
+    Tint m_tint = Tint::symbolAndText;
 };
 
 } // namespace kestrel
