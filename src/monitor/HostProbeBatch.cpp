@@ -83,12 +83,6 @@ QFuture<PiReachability> HostProbeBatch::probe(const QString &host, std::chrono::
     auto promise = std::make_shared<QPromise<PiReachability>>();
     promise->start();
     QFuture<PiReachability> future = promise->future();
-    if (host.isEmpty()) {
-        promise->addResult(
-            PiReachability::unreachable(QStringLiteral("Keine Drucker-IP eingetragen")));
-        promise->finish();
-        return future;
-    }
     // A run that is due already but has not started yet takes the probe too.
     const qint64 current = now();
     const qint64 latest = current + after.count();
@@ -113,25 +107,31 @@ void HostProbeBatch::start(std::list<Run>::iterator run)
     const QList<Probe> probes = run->probes;
     run->timer->deleteLater();
     m_scheduled.erase(run);
-    ++m_runs;
     QStringList hosts;
     for (const Probe &probe : probes) {
-        if (!hosts.contains(probe.host))
+        if (!probe.host.isEmpty() && !hosts.contains(probe.host))
             hosts.append(probe.host);
     }
     const auto report = [this, probes, hosts](const QList<PiReachability> &outcomes) {
         QList<PiReachability> byProbe;
-        for (const Probe &probe : probes)
-            byProbe.append(outcomes.value(hosts.indexOf(probe.host)));
+        for (const Probe &probe : probes) {
+            byProbe.append(probe.host.isEmpty() ? PiReachability::unreachable(QStringLiteral(
+                                                      "Keine Drucker-IP eingetragen"))
+                                                : outcomes.value(hosts.indexOf(probe.host)));
+        }
         finish(probes, byProbe);
     };
+    if (hosts.isEmpty()) {
+        report({});
+        return;
+    }
+    ++m_runs;
     // One host is asked exactly as a single printer's host always has been.
-    if (hosts.size() == 1) {
+    if (hosts.size() == 1)
         probePrinterHost(m_curlPath, hosts.first(), this)
             .then(this, [report](const PiReachability &outcome) { report({outcome}); });
-    } else {
+    else
         probePrinterHosts(m_curlPath, hosts, this).then(this, report);
-    }
 }
 
 void HostProbeBatch::finish(const QList<Probe> &probes, const QList<PiReachability> &outcomes)
