@@ -85,20 +85,13 @@ def status_run(kestrel, demo_printer, count, seconds, warmup):
         entries = [{"printerID": f"status{i}", "printerName": f"Drucker {i + 1}",
                     "printerIP": address, "selectedCameraIDs": [99]}
                    for i, (_, address) in enumerate(printers)]
-        first = dict(entries[0])
-        del first["printerID"]
-        process, work, _ = start_kestrel(kestrel, first, entries[1:], "")
-        time.sleep(warmup)
-        start = app_bench.sample(process.pid, work)["cpu"]
-        time.sleep(seconds)
-        end = app_bench.sample(process.pid, work)["cpu"]
-        process.send_signal(signal.SIGTERM)
-        process.wait(timeout=30)
+        first = {key: value for key, value in entries[0].items() if key != "printerID"}
+        return status_bench.kestrel_cpu(kestrel, dict(first, additionalPrinters=entries[1:]),
+                                        seconds, warmup)
     finally:
         for printer, _ in printers:
             printer.terminate()
             printer.wait(timeout=30)
-    return (end - start) / seconds * 100
 
 
 def main():

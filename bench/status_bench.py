@@ -27,11 +27,12 @@ def demo_printer(binary, *arguments):
     raise SystemExit("the demo printer did not start")
 
 
-def kestrel_cpu(kestrel, address, seconds, warmup):
+def kestrel_cpu(kestrel, settings, seconds, warmup):
+    """Kestrel's CPU in percent of one core with these settings, after the warm-up."""
     work = tempfile.mkdtemp(prefix="kestrel-bench-status-")
     os.makedirs(os.path.join(work, "config", "Kestrel"))
     with open(os.path.join(work, "config", "Kestrel", "settings.json"), "w") as file:
-        json.dump({"printerIP": address, "selectedCameraIDs": [99]}, file)
+        json.dump(settings, file)
     process = subprocess.Popen([kestrel], env=dict(os.environ, XDG_CONFIG_HOME=work + "/config",
                                                    TMPDIR=work),
                                stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
@@ -52,11 +53,15 @@ def main():
     parser.add_argument("--seconds", type=float, default=60)
     args = parser.parse_args()
 
-    rows = [("host without the API", kestrel_cpu(args.kestrel, args.plain_host, args.seconds, 5))]
+    def alone(address):
+        return {"printerIP": address, "selectedCameraIDs": [99]}
+
+    rows = [("host without the API",
+             kestrel_cpu(args.kestrel, alone(args.plain_host), args.seconds, 5))]
     for name, arguments in (("demo printer, idle", ["--fault", "idle"]),
                             ("demo printer, printing", ["--print-seconds", "3600"])):
         printer, address = demo_printer(args.demo_printer, *arguments)
-        rows.append((name, kestrel_cpu(args.kestrel, address, args.seconds, 5)))
+        rows.append((name, kestrel_cpu(args.kestrel, alone(address), args.seconds, 5)))
         printer.terminate()
         printer.wait(timeout=30)
     print(f"Printer status, Kestrel without camera windows, {args.seconds:.0f} s each")

@@ -14,8 +14,6 @@ namespace keys {
 const QString alwaysOnTop = QStringLiteral("alwaysOnTop");
 const QString showPictureRate = QStringLiteral("showPictureRate");
 const QString notifyPrintEvents = QStringLiteral("notifyPrintEvents");
-const QString printerName = QStringLiteral("printerName");
-const QString printerIP = QStringLiteral("printerIP");
 } // namespace keys
 
 const QString AppSettings::additionalPrintersKey = QStringLiteral("additionalPrinters");
@@ -117,12 +115,12 @@ PrinterSettings &AppSettings::addPrinter(const QString &name)
     for (const PrinterSettings *printer : printers())
         taken.append(printer->printerID());
     const QString id = unusedPrinterID(taken);
-    entries.append(QVariantMap{{PrinterEntryStore::printerIDKey, id},
-                               {keys::printerName, name},
-                               {keys::printerIP, QString()}});
+    entries.append(QVariantMap{{PrinterEntryStore::printerIDKey, id}});
     m_store.setValue(additionalPrintersKey, entries);
     appendPrinter(id);
     PrinterSettings &added = *m_printers.back().settings;
+    added.setPrinterName(name);
+    added.setPrinterIP({});
     emit printerAdded(&added);
     emit changed();
     return added;
