@@ -5,6 +5,7 @@
 #include "platform/ProcessRunner.h"
 
 #include <QDeadlineTimer>
+#include <QPointer>
 #include <QTimer>
 
 namespace kestrel {
@@ -126,12 +127,21 @@ void HostProbeBatch::start(std::list<Run>::iterator run)
         return;
     }
     ++m_runs;
-    // One host is asked exactly as a single printer's host always has been.
-    if (hosts.size() == 1)
+    // One host is asked exactly as a single printer's host always has been. A run still going
+    // when the batch goes reports nothing: the probes' owners are going too.
+    if (hosts.size() == 1) {
         probePrinterHost(m_curlPath, hosts.first(), this)
-            .then(this, [report](const PiReachability &outcome) { report({outcome}); });
-    else
-        probePrinterHosts(m_curlPath, hosts, this).then(this, report);
+            .then([self = QPointer(this), report](const PiReachability &outcome) {
+                if (self)
+                    report({outcome});
+            });
+    } else {
+        probePrinterHosts(m_curlPath, hosts, this)
+            .then([self = QPointer(this), report](const QList<PiReachability> &outcomes) {
+                if (self)
+                    report(outcomes);
+            });
+    }
 }
 
 void HostProbeBatch::finish(const QList<Probe> &probes, const QList<PiReachability> &outcomes)

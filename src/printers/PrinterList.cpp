@@ -16,6 +16,12 @@ PrinterList::PrinterList(AppSettings &settings, ExternalTools tools, QObject *pa
     connect(&settings, &AppSettings::printerRemoving, this, &PrinterList::remove);
 }
 
+// The printers go before the probe batch they share.
+PrinterList::~PrinterList()
+{
+    qDeleteAll(m_printers);
+}
+
 Printer *PrinterList::printer(const QString &id) const
 {
     for (Printer *printer : m_printers) {

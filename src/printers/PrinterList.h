@@ -20,6 +20,7 @@ class PrinterList : public QObject
 public:
     PrinterList(AppSettings &settings, ExternalTools tools, QObject *parent = nullptr,
                 PrinterTimings timings = {});
+    ~PrinterList() override;
 
     AppSettings &settings() const { return m_settings; }
     // Never empty.
