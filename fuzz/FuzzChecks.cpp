@@ -137,6 +137,10 @@ void checkPrintStatusFrames(const QByteArray &bytes)
         if (const auto left = secondsLeft(status, 100.0))
             require(std::isfinite(*left) && *left >= 0);
         printStatusLine(status, 100.0);
+        for (const auto &heater : {status.nozzle, status.secondNozzle, status.bed})
+            require(!heater || (std::isfinite(heater->temperature) &&
+                                std::isfinite(heater->target) && heater->target >= 0));
+        temperatureText(status);
         if (step.send.size() == 1)
             require(protocol.handle(step.send.first()).send.isEmpty());
     }

@@ -208,29 +208,32 @@ void PrintStatusTest::lineAndTimeLeft_data()
     QTest::addColumn<QByteArray>("objects");
     QTest::addColumn<double>("slicerEstimate"); // 0: none
     QTest::addColumn<QString>("line");
-    // Row | print_stats | virtual_sdcard progress | display progress | slicer | line
+    QTest::addColumn<QString>("temperatures");
+    // Row | print_stats | virtual_sdcard progress | display progress | slicer | line | heaters |
+    // their text
     for (const QStringList &row : test::tableRows(uR"(
-        from the file      | "state": "printing", "print_duration": 3000 | 0.42 | 0 | 0 | Druckt · benchy.gcode · 42 % · noch 1 h 10 min
-        with the slicer    | "state": "printing", "print_duration": 3000 | 0.42 | 0 | 9000 | Druckt · benchy.gcode · 42 % · noch 1 h 25 min
-        slicer's M73 shown | "state": "printing", "print_duration": 3000 | 0.42 | 0.5 | 0 | Druckt · benchy.gcode · 50 % · noch 1 h 10 min
-        under 1 %          | "state": "printing", "print_duration": 30 | 0.005 | 0 | 0 | Druckt · benchy.gcode · 0 %
-        under 1 %, slicer  | "state": "printing", "print_duration": 30 | 0.005 | 0 | 600 | Druckt · benchy.gcode · 0 % · noch 10 min
-        layers             | "state": "printing", "print_duration": 60, "info": {"current_layer": 14, "total_layer": 120} | 0.5 | 0 | 0 | Druckt · benchy.gcode · 50 % · noch 1 min · Schicht 14/120
-        paused             | "state": "paused", "print_duration": 600 | 0.25 | 0 | 0 | Pausiert · benchy.gcode · 25 % · noch 30 min
-        complete           | "state": "complete", "print_duration": 4980 | 1 | 1 | 0 | Fertig · benchy.gcode · 1 h 23 min
-        cancelled          | "state": "cancelled", "print_duration": 480 | 0.1 | 0 | 0 | Abgebrochen · benchy.gcode · 8 min
-        error              | "state": "error", "message": "Heater extruder not heating" | 0.5 | 0 | 0 | Fehler: Heater extruder not heating
-        slicer overrun     | "state": "printing", "print_duration": 4200 | 0.5 | 0 | 3600 | Druckt · benchy.gcode · 50 % · noch 1 h 10 min
-        heating            | "state": "printing", "print_duration": 0 | 0 | 0 | 600 | Druckt · benchy.gcode · 0 %
-        shut down          | "state": "printing", "print_duration": 60}, "webhooks": {"state": "shutdown", "state_message": "MCU 'mcu' shutdown: Timer too close\nThis often indicates a host computer overload." | 0.5 | 0 | 0 | Klipper gestoppt: MCU 'mcu' shutdown: Timer too close
-        standby            | "state": "standby" | 0 | 0 | 0 | -
-        wrong types        | "state": 5, "print_duration": "x", "info": [] | "x" | null | 0 | -
+        from the file      | "state": "printing", "print_duration": 3000 | 0.42 | 0 | 0 | Druckt · benchy.gcode · 42 % · noch 1 h 10 min | - | -
+        with the slicer    | "state": "printing", "print_duration": 3000 | 0.42 | 0 | 9000 | Druckt · benchy.gcode · 42 % · noch 1 h 25 min | - | -
+        slicer's M73 shown | "state": "printing", "print_duration": 3000 | 0.42 | 0.5 | 0 | Druckt · benchy.gcode · 50 % · noch 1 h 10 min | - | -
+        under 1 %          | "state": "printing", "print_duration": 30 | 0.005 | 0 | 0 | Druckt · benchy.gcode · 0 % | - | -
+        under 1 %, slicer  | "state": "printing", "print_duration": 30 | 0.005 | 0 | 600 | Druckt · benchy.gcode · 0 % · noch 10 min | - | -
+        layers             | "state": "printing", "print_duration": 60, "info": {"current_layer": 14, "total_layer": 120} | 0.5 | 0 | 0 | Druckt · benchy.gcode · 50 % · noch 1 min · Schicht 14/120 | - | -
+        paused             | "state": "paused", "print_duration": 600 | 0.25 | 0 | 0 | Pausiert · benchy.gcode · 25 % · noch 30 min | - | -
+        complete           | "state": "complete", "print_duration": 4980 | 1 | 1 | 0 | Fertig · benchy.gcode · 1 h 23 min | - | -
+        cancelled          | "state": "cancelled", "print_duration": 480 | 0.1 | 0 | 0 | Abgebrochen · benchy.gcode · 8 min | - | -
+        error              | "state": "error", "message": "Heater extruder not heating" | 0.5 | 0 | 0 | Fehler: Heater extruder not heating | - | -
+        slicer overrun     | "state": "printing", "print_duration": 4200 | 0.5 | 0 | 3600 | Druckt · benchy.gcode · 50 % · noch 1 h 10 min | - | -
+        heating            | "state": "printing", "print_duration": 0 | 0 | 0 | 600 | Druckt · benchy.gcode · 0 % | "extruder": {"temperature": 150.4, "target": 215}, "heater_bed": {"temperature": 59.6, "target": 60} | Düse 150/215 °C · Bett 60/60 °C
+        shut down          | "state": "printing", "print_duration": 60}, "webhooks": {"state": "shutdown", "state_message": "MCU 'mcu' shutdown: Timer too close\nThis often indicates a host computer overload." | 0.5 | 0 | 0 | Klipper gestoppt: MCU 'mcu' shutdown: Timer too close | - | -
+        standby            | "state": "standby" | 0 | 0 | 0 | - | "extruder": {"temperature": 215.2, "target": 215}, "extruder1": {"temperature": 24.4, "target": 0} | Düse 215/215 °C · Düse 2 24 °C
+        wrong types        | "state": 5, "print_duration": "x", "info": [] | "x" | null | 0 | - | "extruder": {"temperature": "hot", "target": 200}, "heater_bed": [] | -
     )"_s)) {
         const QByteArray objects = R"({"print_stats": {"filename": "benchy.gcode", )" +
                                    row[1].toUtf8() + R"(}, "virtual_sdcard": {"progress": )" +
                                    row[2].toUtf8() + R"(}, "display_status": {"progress": )" +
-                                   row[3].toUtf8() + "}}";
-        QTest::newRow(qPrintable(row[0])) << objects << row[4].toDouble() << row[5];
+                                   row[3].toUtf8() + "}" +
+                                   (row[6].isEmpty() ? QByteArray() : ", " + row[6].toUtf8()) + "}";
+        QTest::newRow(qPrintable(row[0])) << objects << row[4].toDouble() << row[5] << row[7];
     }
 }
 
@@ -239,9 +242,15 @@ void PrintStatusTest::lineAndTimeLeft()
     QFETCH(QByteArray, objects);
     QFETCH(double, slicerEstimate);
     QFETCH(QString, line);
+    QFETCH(QString, temperatures);
     const PrintStatus status = PrintStatus::fromObjects(QJsonDocument::fromJson(objects).object());
     const auto estimate = slicerEstimate > 0 ? std::optional(slicerEstimate) : std::nullopt;
-    QCOMPARE(printStatusLine(status, estimate).text(), line);
+    const PrintStatusLine shown = printStatusLine(status, estimate);
+    QCOMPARE(shown.text(), line);
+    QCOMPARE(temperatureText(status), temperatures);
+    // A camera window's line carries them while a print is under way.
+    QCOMPARE(shown.temperatures,
+             status.isUnderWay() && !temperatures.isEmpty() ? u" · "_s + temperatures : QString());
 }
 
 // The demo printer wants a key and prints twenty seconds; a third of the way in, Klipper shuts

@@ -33,14 +33,25 @@ void PrintLineLabel::resizeEvent(QResizeEvent *event)
     fit();
 }
 
+// The temperatures come only where the whole file name fits beside them; then the layers go,
+// and last the file name is shortened in the middle.
 void PrintLineLabel::fit()
 {
     const QFontMetrics metrics = fontMetrics();
     const int room = contentsRect().width();
-    for (const QString &rest : {m_line.tail + m_line.layers, m_line.tail}) {
+    const struct
+    {
+        QString rest;
+        bool wholeName;
+    } choices[] = {{m_line.tail + m_line.temperatures + m_line.layers, true},
+                   {m_line.tail + m_line.layers, false},
+                   {m_line.tail, false}};
+    for (const auto &[rest, wholeName] : choices) {
+        if (wholeName && m_line.temperatures.isEmpty())
+            continue;
         const int forName = room - metrics.horizontalAdvance(m_line.lead + rest);
         if (metrics.horizontalAdvance(m_line.filename) <= forName ||
-            (!m_line.filename.isEmpty() && forName >= shortestFilename)) {
+            (!wholeName && !m_line.filename.isEmpty() && forName >= shortestFilename)) {
             setText(m_line.lead + metrics.elidedText(m_line.filename, Qt::ElideMiddle, forName) +
                     rest);
             return;

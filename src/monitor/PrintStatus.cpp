@@ -40,11 +40,30 @@ QString firstLine(const QString &text)
 PrintStatus::State stateNamed(const QString &name)
 {
     using State = PrintStatus::State;
-    static const QHash<QString, State> states{
-        {QStringLiteral("standby"), State::standby},     {QStringLiteral("printing"), State::printing},
-        {QStringLiteral("paused"), State::paused},       {QStringLiteral("complete"), State::complete},
-        {QStringLiteral("cancelled"), State::cancelled}, {QStringLiteral("error"), State::error}};
+    static const QHash<QString, State> states{{QStringLiteral("standby"), State::standby},
+                                              {QStringLiteral("printing"), State::printing},
+                                              {QStringLiteral("paused"), State::paused},
+                                              {QStringLiteral("complete"), State::complete},
+                                              {QStringLiteral("cancelled"), State::cancelled},
+                                              {QStringLiteral("error"), State::error}};
     return states.value(name, State::standby);
+}
+
+std::optional<HeaterReading> heater(const QJsonObject &objects, QStringView name)
+{
+    const QJsonObject object = objects.value(name).toObject();
+    const QJsonValue temperature = object.value(u"temperature");
+    if (!temperature.isDouble() || !std::isfinite(temperature.toDouble()))
+        return std::nullopt;
+    return HeaterReading{temperature.toDouble(), std::max(0.0, number(object, u"target"))};
+}
+
+QString heaterText(const QString &name, const HeaterReading &reading)
+{
+    const QString now = QString::number(qRound(reading.temperature));
+    return name + u' ' +
+           (reading.target > 0 ? now + u'/' + QString::number(qRound(reading.target)) : now) +
+           QStringLiteral(" °C");
 }
 
 } // namespace
@@ -64,6 +83,9 @@ PrintStatus PrintStatus::fromObjects(const QJsonObject &objects)
     status.currentLayer = layer(info, u"current_layer");
     status.totalLayers = layer(info, u"total_layer");
     status.message = stats.value(u"message").toString();
+    status.nozzle = heater(objects, u"extruder");
+    status.secondNozzle = heater(objects, u"extruder1");
+    status.bed = heater(objects, u"heater_bed");
     // Klipper leaves the print "printing" when it shuts down; only its own state tells.
     const QJsonObject klipper = objects.value(u"webhooks").toObject();
     if (klipper.value(u"state").toString() == u"shutdown") {
@@ -121,8 +143,7 @@ PrintStatusLine printStatusLine(const PrintStatus &status, std::optional<double>
     case State::complete:
         return {tr("Fertig") + dot, status.filename, dot + durationText(status.printDuration)};
     case State::cancelled:
-        return {tr("Abgebrochen") + dot, status.filename,
-                dot + durationText(status.printDuration)};
+        return {tr("Abgebrochen") + dot, status.filename, dot + durationText(status.printDuration)};
     case State::printing:
     case State::paused:
         break;
@@ -134,8 +155,25 @@ PrintStatusLine printStatusLine(const PrintStatus &status, std::optional<double>
     QString layers;
     if (status.currentLayer && status.totalLayers && *status.totalLayers > 0)
         layers = dot + tr("Schicht %1/%2").arg(*status.currentLayer).arg(*status.totalLayers);
+    const QString heaters = temperatureText(status);
     return {(status.state == State::printing ? tr("Druckt") : tr("Pausiert")) + dot,
-            status.filename, tail, layers, progress};
+            status.filename,
+            tail,
+            layers,
+            heaters.isEmpty() ? QString() : dot + heaters,
+            progress};
+}
+
+QString temperatureText(const PrintStatus &status)
+{
+    QStringList heaters;
+    if (status.nozzle)
+        heaters.append(heaterText(tr("Düse"), *status.nozzle));
+    if (status.secondNozzle)
+        heaters.append(heaterText(tr("Düse 2"), *status.secondNozzle));
+    if (status.bed)
+        heaters.append(heaterText(tr("Bett"), *status.bed));
+    return heaters.join(QStringLiteral(" · "));
 }
 
 } // namespace kestrel

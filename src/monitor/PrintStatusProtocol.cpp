@@ -8,7 +8,8 @@ namespace kestrel {
 
 namespace {
 
-// The objects and fields that make the status line; nothing else the host sends is kept.
+// The objects and fields that make the status line and the temperatures; nothing else the host
+// sends is kept.
 const QHash<QString, QStringList> &shownFields()
 {
     static const QHash<QString, QStringList> fields{
@@ -19,7 +20,10 @@ const QHash<QString, QStringList> &shownFields()
         {QStringLiteral("virtual_sdcard"),
          {QStringLiteral("progress"), QStringLiteral("is_active"),
           QStringLiteral("file_position")}},
-        {QStringLiteral("webhooks"), {QStringLiteral("state"), QStringLiteral("state_message")}}};
+        {QStringLiteral("webhooks"), {QStringLiteral("state"), QStringLiteral("state_message")}},
+        {QStringLiteral("extruder"), {QStringLiteral("temperature"), QStringLiteral("target")}},
+        {QStringLiteral("extruder1"), {QStringLiteral("temperature"), QStringLiteral("target")}},
+        {QStringLiteral("heater_bed"), {QStringLiteral("temperature"), QStringLiteral("target")}}};
     return fields;
 }
 
@@ -33,6 +37,11 @@ QJsonObject subscription()
                               QStringLiteral("file_position")});
     objects.insert(QStringLiteral("webhooks"),
                    QJsonArray{QStringLiteral("state"), QStringLiteral("state_message")});
+    // A host without a second nozzle or a heated bed answers those with nothing.
+    for (const char *heater : {"extruder", "extruder1", "heater_bed"}) {
+        objects.insert(QString::fromLatin1(heater),
+                       QJsonArray{QStringLiteral("temperature"), QStringLiteral("target")});
+    }
     return {{QStringLiteral("objects"), objects}};
 }
 
@@ -204,8 +213,9 @@ void PrintStatusProtocol::merge(const QJsonObject &changes)
         for (const QString &field : *fields) {
             if (!changed.contains(field))
                 continue;
-            kept.insert(field, field == u"info" ? mergedInfo(kept.value(field), changed.value(field))
-                                                : changed.value(field));
+            kept.insert(field, field == u"info"
+                                   ? mergedInfo(kept.value(field), changed.value(field))
+                                   : changed.value(field));
         }
         m_objects.insert(object.key(), kept);
     }

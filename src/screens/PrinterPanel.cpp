@@ -37,7 +37,8 @@ PrinterPanel::PrinterPanel(Printer &printer, const PrinterList &printers, Style 
     : QWidget(parent), m_printer(printer), m_printers(printers), m_style(style),
       m_address(new SymbolLabel(this)), m_hostState(new SymbolLabel(this)),
       m_hostDetail(secondaryText(QString(), this)), m_printLine(new PrintLineLabel(this)),
-      m_powerState(secondaryText(QString(), this)), m_actionMessage(secondaryText(QString(), this)),
+      m_temperatures(secondaryText(QString(), this)), m_powerState(secondaryText(QString(), this)),
+      m_actionMessage(secondaryText(QString(), this)),
       m_lastReachability(printer.monitor().reachability())
 {
     auto *layout = new QVBoxLayout(this);
@@ -54,6 +55,8 @@ PrinterPanel::PrinterPanel(Printer &printer, const PrinterList &printers, Style 
     m_printLine->setFont(textStyles::caption());
     m_printLine->setForegroundRole(QPalette::PlaceholderText);
     layout->addWidget(m_printLine);
+    m_temperatures->setVisible(false);
+    layout->addWidget(m_temperatures);
     layout->addWidget(makePowerOnRow());
     if (style == Style::full) {
         layout->addWidget(m_powerState);
@@ -119,13 +122,17 @@ void PrinterPanel::addCameraRows()
 
 // Most updates of a print change nothing that is shown: the line is only set, and the window
 // only laid out again, when its text changes.
-void PrinterPanel::refreshPrintStatus(const PrintStatus &)
+void PrinterPanel::refreshPrintStatus(const PrintStatus &status)
 {
-    const PrintStatusLine line = m_printer.printStatus().line();
-    if (line.text() == m_printText)
+    PrintStatusLine line = m_printer.printStatus().line();
+    line.temperatures.clear(); // they have a line of their own here
+    const QString heaters = temperatureText(status);
+    if (line.text() == m_printText && heaters == m_temperatures->text())
         return;
     m_printText = line.text();
     m_printLine->setLine(line);
+    m_temperatures->setText(heaters);
+    m_temperatures->setVisible(!heaters.isEmpty());
     updateGeometry();
 }
 

@@ -64,6 +64,7 @@ private:
     QLabel *m_hostDetail;
     PrintLineLabel *m_printLine;
     QString m_printText;
+    QLabel *m_temperatures;
     QWidget *m_powerOnRow = nullptr;
     QLabel *m_powerState;
     QPushButton *m_powerOff = nullptr;

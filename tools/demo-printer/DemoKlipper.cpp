@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "DemoKlipper.h"
 
+#include <cmath>
+
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QTcpSocket>
@@ -30,6 +32,19 @@ const QString shutdownMessage =
 QString frame(const QJsonObject &message)
 {
     return QString::fromUtf8(QJsonDocument(message).toJson(QJsonDocument::Compact));
+}
+
+constexpr double room = 22;
+
+// A heater on its way from room temperature to its target (or back, with no target), as a
+// first-order approach with the time constant `seconds`, holding once it is there.
+QJsonObject heater(double target, double heated, double elapsed, double seconds)
+{
+    const double approach = 1 - std::exp(-elapsed / seconds);
+    const double temperature =
+        target > 0 ? room + (target - room) * approach : heated - (heated - room) * approach;
+    return {{QStringLiteral("temperature"), std::round(temperature * 100) / 100},
+            {QStringLiteral("target"), target}};
 }
 
 QJsonObject rpcError(int code, const QString &message)
@@ -93,6 +108,9 @@ void DemoKlipper::accept()
 QJsonObject DemoKlipper::objects() const
 {
     const double duration = m_state == u"standby" ? 0 : m_progress * m_printLength;
+    // Heating from the start of a print, cooling from its end or a shutdown.
+    const bool heating = m_state == u"printing" && !m_shutdown.isValid();
+    const double elapsed = m_clock.elapsed() / 1000.0;
     return {
         {QStringLiteral("print_stats"),
          QJsonObject{{QStringLiteral("state"), m_state},
@@ -108,6 +126,8 @@ QJsonObject DemoKlipper::objects() const
                                   {QStringLiteral("current_layer"),
                                    std::min(layers, int(m_progress * layers) + 1)}}}}},
         {QStringLiteral("display_status"), QJsonObject{{QStringLiteral("progress"), m_progress}}},
+        {QStringLiteral("extruder"), heater(heating ? 215 : 0, 215, elapsed, 4)},
+        {QStringLiteral("heater_bed"), heater(heating ? 60 : 0, 60, elapsed, 8)},
         {QStringLiteral("webhooks"),
          QJsonObject{{QStringLiteral("state"),
                       m_shutdown.isValid() ? QStringLiteral("shutdown") : QStringLiteral("ready")},
