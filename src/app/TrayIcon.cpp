@@ -43,16 +43,17 @@ void TrayIcon::follow(const Printer *printer)
 
 void TrayIcon::refreshToolTip()
 {
-    QStringList lines;
-    for (const Printer *printer : m_printers.printers()) {
-        const QString print = printer->printStatus().line().text();
-        lines.append(printer->settings().displayName() + QStringLiteral(": ") +
-                     (print.isEmpty() ? printer->monitor().reachability().title() : print));
+    QString text = m_printers.first().monitor().reachability().title();
+    if (m_printers.isSeveral()) {
+        QStringList lines;
+        for (const Printer *printer : m_printers.printers()) {
+            const QString print = printer->printStatus().line().text();
+            lines.append(printer->settings().displayName() + QStringLiteral(": ") +
+                         (print.isEmpty() ? printer->monitor().reachability().title() : print));
+        }
+        text = lines.join(u'\n');
     }
     // The tray is told only of a new text: a print's updates mostly change nothing shown.
-    const QString text = m_printers.isSeveral()
-                             ? lines.join(u'\n')
-                             : m_printers.first().monitor().reachability().title();
     if (toolTip() != text)
         setToolTip(text);
 }

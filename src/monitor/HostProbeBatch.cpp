@@ -79,7 +79,8 @@ HostProbeBatch::HostProbeBatch(QString curlPath, QObject *parent)
 // Whoever still waits is told nothing: their owners are going too.
 HostProbeBatch::~HostProbeBatch() = default;
 
-QFuture<PiReachability> HostProbeBatch::probe(const QString &host, std::chrono::milliseconds after)
+QFuture<PiReachability> HostProbeBatch::probe(const QString &host, std::chrono::milliseconds after,
+                                              const QObject *owner)
 {
     auto promise = std::make_shared<QPromise<PiReachability>>();
     promise->start();
@@ -90,14 +91,15 @@ QFuture<PiReachability> HostProbeBatch::probe(const QString &host, std::chrono::
     const qint64 earliest = current + after.count() / 2;
     for (Run &run : m_scheduled) {
         if (run.due <= latest && (run.due >= earliest || run.due <= current)) {
-            run.probes.append({host, promise});
+            run.probes.append({host, promise, owner, owner != nullptr});
             return future;
         }
     }
     auto *timer = new QTimer(this);
     timer->setSingleShot(true);
     timer->setTimerType(Qt::PreciseTimer);
-    const auto run = m_scheduled.insert(m_scheduled.end(), {latest, {{host, promise}}, timer});
+    const auto run = m_scheduled.insert(
+        m_scheduled.end(), {latest, {{host, promise, owner, owner != nullptr}}, timer});
     connect(timer, &QTimer::timeout, this, [this, run] { start(run); });
     timer->start(after);
     return future;
@@ -105,9 +107,12 @@ QFuture<PiReachability> HostProbeBatch::probe(const QString &host, std::chrono::
 
 void HostProbeBatch::start(std::list<Run>::iterator run)
 {
-    const QList<Probe> probes = run->probes;
+    QList<Probe> probes = run->probes;
     run->timer->deleteLater();
     m_scheduled.erase(run);
+    probes.removeIf([](const Probe &probe) { return probe.owned && !probe.owner; });
+    if (probes.isEmpty())
+        return;
     QStringList hosts;
     for (const Probe &probe : probes) {
         if (!probe.host.isEmpty() && !hosts.contains(probe.host))

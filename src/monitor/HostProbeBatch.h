@@ -5,6 +5,7 @@
 
 #include <QFuture>
 #include <QObject>
+#include <QPointer>
 #include <QPromise>
 
 #include <chrono>
@@ -30,8 +31,10 @@ public:
                             QObject *parent = nullptr);
     ~HostProbeBatch() override;
 
-    // `host` is the trimmed printer address, answered as probePrinterHost answers it.
-    QFuture<PiReachability> probe(const QString &host, std::chrono::milliseconds after);
+    // `host` is the trimmed printer address, answered as probePrinterHost answers it. A probe
+    // whose `owner` is gone before its run starts is withdrawn, and its future cancelled.
+    QFuture<PiReachability> probe(const QString &host, std::chrono::milliseconds after,
+                                  const QObject *owner = nullptr);
 
     // How many curl runs have started, for those who count what probing costs.
     int runs() const { return m_runs; }
@@ -41,6 +44,8 @@ private:
     {
         QString host;
         std::shared_ptr<QPromise<PiReachability>> promise;
+        QPointer<const QObject> owner;
+        bool owned = false;
     };
     struct Run
     {

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "monitor/PiStatusMonitor.h"
 
-#include "monitor/HostProbe.h"
 #include "monitor/HostProbeBatch.h"
 #include "settings/PrinterSettings.h"
 #include "settings/SnapshotUrls.h"
@@ -16,13 +15,10 @@ namespace kestrel {
 PiStatusMonitor::PiStatusMonitor(PrinterSettings &settings, QObject *parent,
                                  std::chrono::milliseconds interval, QString curlPath,
                                  HostProbeBatch *batch)
-    : QObject(parent), m_settings(settings), m_curlPath(std::move(curlPath)), m_batch(batch),
+    : QObject(parent), m_settings(settings),
+      m_batch(batch ? batch : new HostProbeBatch(std::move(curlPath), this)), m_interval(interval),
       m_network(new QNetworkAccessManager(this)), m_subscribedAddress(settings.printerIP())
 {
-    m_pause.setSingleShot(true);
-    m_pause.setInterval(interval);
-    connect(&m_pause, &QTimer::timeout, this, &PiStatusMonitor::probeRound);
-
     // Follows the address as announced, before it is stored: restart() reads the store and so
     // probes the address from before the change. That lag is how the monitor has always
     // behaved; the next change, or the next start, catches up.
@@ -41,7 +37,9 @@ PiStatusMonitor::PiStatusMonitor(PrinterSettings &settings, QObject *parent,
 void PiStatusMonitor::restart()
 {
     const quint64 loop = ++m_loop;
-    m_pause.stop();
+    // The old loop's next probe, waiting in the batch, is withdrawn with its round.
+    delete m_round;
+    m_round = new QObject(this);
     publish(PiReachability::checking());
     const QString host = m_settings.printerIP().trimmed();
     QMetaObject::invokeMethod(
@@ -54,28 +52,19 @@ void PiStatusMonitor::startLoop(quint64 loop, const QString &host)
     if (loop != m_loop)
         return;
     m_host = host;
-    probeRound();
-}
-
-void PiStatusMonitor::probeRound()
-{
     probeAfter(std::chrono::milliseconds(0));
 }
 
-// Alone, the monitor probes and then pauses; sharing probes, it leaves the pause to the batch,
-// which may end it a little early to ask this host together with others.
+// The batch keeps the pause, and may end it a little early to ask this host together with others.
 void PiStatusMonitor::probeAfter(std::chrono::milliseconds pause)
 {
     const quint64 loop = m_loop;
-    (m_batch ? m_batch->probe(m_host, pause) : probePrinterHost(m_curlPath, m_host, this))
+    m_batch->probe(m_host, pause, m_round)
         .then([this, self = QPointer(this), loop](const PiReachability &result) {
             if (!self || loop != m_loop)
                 return;
             publish(result);
-            if (m_batch)
-                probeAfter(m_pause.intervalAsDuration());
-            else
-                m_pause.start();
+            probeAfter(m_interval);
         });
 }
 

@@ -4,7 +4,6 @@
 #include "monitor/PiReachability.h"
 
 #include <QObject>
-#include <QTimer>
 
 #include <chrono>
 
@@ -42,16 +41,15 @@ signals:
 private:
     void restart();
     void startLoop(quint64 loop, const QString &host);
-    void probeRound();
     void probeAfter(std::chrono::milliseconds pause);
     void sendWakeUpRequest(const QString &host);
     void publish(const PiReachability &reachability);
 
     PrinterSettings &m_settings;
-    const QString m_curlPath;
-    HostProbeBatch *const m_batch; // where the probes of several hosts are shared, if anywhere
+    HostProbeBatch *const m_batch; // shared with other printers' monitors, or the monitor's own
+    const std::chrono::milliseconds m_interval;
+    QObject *m_round = nullptr; // the running loop's; its probes still waiting go with it
     QNetworkAccessManager *m_network;
-    QTimer m_pause;
     PiReachability m_reachability = PiReachability::checking();
     QString m_subscribedAddress;
     QString m_host;     // the address the running loop probes

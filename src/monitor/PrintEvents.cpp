@@ -23,7 +23,9 @@ std::optional<PrintEvent> PrintEvents::next(const PrintStatus &status)
         return std::nullopt;
     const bool wasPrinting = before->state == State::printing;
     const bool wasUnderWay = wasPrinting || before->state == State::paused;
-    const auto tr = [](const char *text) { return QCoreApplication::translate("PrintEvents", text); };
+    const auto tr = [](const char *text) {
+        return QCoreApplication::translate("PrintEvents", text);
+    };
     const QString file = status.filename + QStringLiteral(" · ");
     switch (status.state) {
     case State::complete:

@@ -28,7 +28,7 @@ public:
     // What one frame brought about.
     struct Step
     {
-        QList<QByteArray> send;     // frames to send now
+        QList<QByteArray> send; // frames to send now
         bool statusChanged = false;
         bool askAgainLater = false; // Klipper is not ready: ask again after a while
         bool refused = false;       // the host wants another key: asking again is no use

@@ -120,12 +120,6 @@ bool ContentView::showsStartupInfo(const QString &printerID) const
     return shown && shown->showsStartupInfo();
 }
 
-void ContentView::setShowStartupInfo(bool show, const QString &printerID)
-{
-    if (PrinterPanel *shown = panel(printerID))
-        shown->setShowStartupInfo(show);
-}
-
 QSize ContentView::minimumSizeHint() const
 {
     constexpr QSize smallest(640, 360);

@@ -27,9 +27,8 @@ public:
     ContentView(PrinterList &printers, WindowCoordinator &coordinator,
                 std::function<void()> openSettings, QWidget *parent = nullptr);
 
-    // The start-up prompt of a printer (the first one's id is empty), shown while true.
+    // Whether the start-up prompt of a printer (the first one's id is empty) is shown.
     bool showsStartupInfo(const QString &printerID = {}) const;
-    void setShowStartupInfo(bool show, const QString &printerID = {});
     PrinterPanel *panel(const QString &printerID = {}) const;
 
     // At least 640 x 360, and as tall as the wrapped texts need at the width it has: status

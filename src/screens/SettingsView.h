@@ -26,10 +26,6 @@ class SettingsView : public QWidget
 public:
     explicit SettingsView(PrinterList &printers, QWidget *parent = nullptr);
 
-    // Shows the page of the printer with this id; the first printer's is empty.
-    void choosePrinter(const QString &printerID);
-    PrinterPage *page() const { return m_page; }
-
 signals:
     // "Vom Drucker übernehmen" changed a printer's cameras: its open windows should show them as
     // they are now.
@@ -41,6 +37,8 @@ protected:
 private:
     QWidget *globalSection();
     QWidget *printerListColumn();
+    // Shows the page of the printer with this id; the first printer's is empty.
+    void choosePrinter(const QString &printerID);
     void showPage(Printer *printer);
     void refreshList();
     void refreshGlobals();

@@ -92,15 +92,6 @@ PrinterSettings *AppSettings::printer(const QString &printerID) const
     return nullptr;
 }
 
-qsizetype AppSettings::indexOf(const PrinterSettings &printer) const
-{
-    for (size_t i = 0; i < m_printers.size(); ++i) {
-        if (m_printers[i].settings == &printer)
-            return qsizetype(i);
-    }
-    return -1;
-}
-
 // A new printer starts without an address: the example one would reach into the user's network
 // before they have said which printer they mean.
 PrinterSettings &AppSettings::addPrinter(const QString &name)

@@ -48,7 +48,6 @@ public:
     QList<PrinterSettings *> printers() const;
     PrinterSettings &firstPrinter() const { return *m_printers.front().settings; }
     PrinterSettings *printer(const QString &printerID) const;
-    qsizetype indexOf(const PrinterSettings &printer) const;
 
     // A further printer at the end of the list, with `name` and an address still to be given.
     PrinterSettings &addPrinter(const QString &name);
