@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "FuzzChecks.h"
 
+#include "monitor/PrintControl.h"
 #include "monitor/PrintStatusProtocol.h"
 #include "platform/FrameText.h"
 #include "platform/MemoryKeyValueStore.h"
@@ -10,6 +11,7 @@
 
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QSet>
 
 #include <cmath>
 
@@ -124,8 +126,20 @@ void checkPrintStatusFrames(const QByteArray &bytes)
 {
     PrintStatusProtocol protocol(QStringLiteral("1"), QStringLiteral("https://example.org"));
     protocol.opening(bytes.startsWith('k') ? QByteArrayLiteral("key") : QByteArray());
+    // Waiting under the numbers that follow the opening's: 3 to 7.
+    QSet<qint64> controls;
+    for (const PrintControl control :
+         {PrintControl::pause, PrintControl::resume, PrintControl::cancel,
+          PrintControl::emergencyStop, PrintControl::firmwareRestart})
+        controls.insert(protocol.control(control).first);
     for (const QByteArray &frame : bytes.split('\n')) {
         const PrintStatusProtocol::Step step = protocol.handle(frame);
+        if (const auto &answer = step.controlAnswer) {
+            require(controls.remove(answer->id)); // only what was asked, and only once
+            require(!answer->error || (!answer->error->isEmpty() &&
+                                       answer->error->size() <= 200 &&
+                                       !answer->error->contains(u'\n')));
+        }
         require(step.send.size() <= 1);
         const PrintStatus &status = protocol.status();
         require(std::isfinite(status.printDuration) && status.printDuration >= 0);

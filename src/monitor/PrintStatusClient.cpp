@@ -2,6 +2,7 @@
 #include "monitor/PrintStatusClient.h"
 
 #include "monitor/PiStatusMonitor.h"
+#include "monitor/PrintControlCall.h"
 #include "settings/PrinterApi.h"
 #include "settings/PrinterSettings.h"
 
@@ -107,6 +108,32 @@ bool PrintStatusClient::isConnected() const
     return m_socket && m_socket->state() == QAbstractSocket::ConnectedState;
 }
 
+PrintControlCall *PrintStatusClient::send(PrintControl control)
+{
+    auto *call = new PrintControlCall(control, m_timings.controlAnswer, this);
+    if (!isConnected()) {
+        // Failed once the caller has had the chance to listen.
+        QTimer::singleShot(0, call, [call] { call->fail(tr("Keine Verbindung zum Drucker")); });
+        return call;
+    }
+    auto [id, frame] = m_protocol.control(control);
+    m_controls.insert(id, call);
+    connect(call, &QObject::destroyed, this, [this, id] { m_controls.remove(id); });
+    m_socket->sendTextMessage(QString::fromUtf8(frame));
+    return call;
+}
+
+void PrintStatusClient::answerControl(const PrintStatusProtocol::ControlAnswer &answer)
+{
+    PrintControlCall *call = m_controls.take(answer.id);
+    if (!call)
+        return; // it gave up waiting
+    if (answer.error)
+        call->fail(*answer.error);
+    else
+        call->succeed();
+}
+
 // The host monitor opens the way to a new connection; an open one it leaves alone.
 void PrintStatusClient::followHost(const PiReachability &reachability)
 {
@@ -183,6 +210,9 @@ void PrintStatusClient::closeSocket()
         reply->abort(); // its own handler deletes it
     m_estimatedFile.clear();
     m_slicerEstimate.reset();
+    // Their answers would come on this connection, or not at all.
+    for (PrintControlCall *call : std::exchange(m_controls, {}))
+        call->fail(tr("Verbindung zum Drucker unterbrochen"));
 }
 
 void PrintStatusClient::disconnectFromHost()
@@ -240,6 +270,8 @@ void PrintStatusClient::take(const PrintStatusProtocol::Step &step)
         m_askAgain.start();
     if (step.statusChanged && !m_gather.isActive())
         m_gather.start();
+    if (step.controlAnswer)
+        answerControl(*step.controlAnswer);
 }
 
 void PrintStatusClient::heard()

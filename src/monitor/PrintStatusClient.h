@@ -3,6 +3,8 @@
 
 #include "monitor/PrintStatusProtocol.h"
 
+#include <QHash>
+
 #include <QObject>
 #include <QTimer>
 #include <QUrl>
@@ -19,12 +21,13 @@ namespace kestrel {
 
 class PrinterSettings;
 class PiStatusMonitor;
+class PrintControlCall;
 class PiReachability;
 
 // How often to look again: for Klipper while it is not ready, for the host after a lost
 // connection (doubling up to the longest), and after the host refused the key; how long to
 // gather updates before showing them; how long a handshake may take; how often to ping an open
-// connection, and how long a silent one lives.
+// connection, and how long a silent one lives; how long a control may wait for its answer.
 struct PrintStatusTimings
 {
     std::chrono::milliseconds askAgain{2000};
@@ -35,6 +38,7 @@ struct PrintStatusTimings
     std::chrono::milliseconds handshake{10000};
     std::chrono::milliseconds ping{5000};
     std::chrono::milliseconds silence{15000};
+    std::chrono::milliseconds controlAnswer{10000};
 };
 
 // What the printer is doing, from the printer host's API over its websocket, with the user's API
@@ -58,6 +62,11 @@ public:
     PrintStatusLine line() const { return printStatusLine(status(), m_slicerEstimate); }
     bool isConnected() const;
 
+    // Asks the host to pause, cancel and so on, over the open connection. The call says once
+    // whether the host did it; it fails without a connection, when the connection goes before
+    // the answer, and when none comes in time. What changes shows through the status as ever.
+    PrintControlCall *send(PrintControl control);
+
     // Frames larger than this close the connection: no status of ours is anywhere near it.
     static constexpr qint64 largestFrame = 1024 * 1024;
 
@@ -75,6 +84,7 @@ private:
     void refused();
     void retryLater();
     void take(const PrintStatusProtocol::Step &step);
+    void answerControl(const PrintStatusProtocol::ControlAnswer &answer);
     void received(const QString &frame);
     void heard();
     void askForEstimate();
@@ -88,6 +98,7 @@ private:
     QNetworkReply *m_estimateReply = nullptr;
     QString m_estimatedFile;
     std::optional<double> m_slicerEstimate;
+    QHash<qint64, PrintControlCall *> m_controls; // by the number of their call
     bool m_hostAnswers = false;
     bool m_refused = false; // until the key or the address changes, or a minute has passed
     std::chrono::milliseconds m_reconnectDelay;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "monitor/PrintStatusProtocol.h"
 
+#include <QCoreApplication>
 #include <QJsonArray>
 #include <QJsonDocument>
 
@@ -69,6 +70,25 @@ bool isRefusal(const QJsonObject &error)
                                message.contains(u"API Key", Qt::CaseInsensitive)));
 }
 
+// Why the host did not do what was asked, as one short line: its message, else its code. An
+// answer without an error did it ("ok").
+std::optional<QString> controlError(const QJsonObject &answer)
+{
+    if (!answer.contains(u"error"))
+        return std::nullopt;
+    const QJsonValue error = answer.value(u"error");
+    QString message = error.toObject().value(u"message").toString().simplified();
+    constexpr qsizetype longest = 200;
+    if (message.size() > longest)
+        message = message.left(longest - 1) + u'…';
+    if (!message.isEmpty())
+        return message;
+    const QJsonValue code = error.toObject().value(u"code");
+    return code.isDouble() ? QCoreApplication::translate("PrintStatusProtocol", "Fehler %1")
+                                 .arg(code.toInteger())
+                           : QCoreApplication::translate("PrintStatusProtocol", "unbekannter Fehler");
+}
+
 } // namespace
 
 PrintStatusProtocol::PrintStatusProtocol(QString version, QString homepage)
@@ -100,9 +120,19 @@ QByteArray PrintStatusProtocol::askIfReady()
     return call(Call::info, "server.info", {});
 }
 
-QByteArray PrintStatusProtocol::call(Call kind, const char *method, const QJsonObject &params)
+std::pair<qint64, QByteArray> PrintStatusProtocol::control(PrintControl control)
+{
+    qint64 id = 0;
+    QByteArray frame = call(Call::control, controlMethod(control), {}, &id);
+    return {id, std::move(frame)};
+}
+
+QByteArray PrintStatusProtocol::call(Call kind, const char *method, const QJsonObject &params,
+                                     qint64 *callId)
 {
     const qint64 id = m_nextId++;
+    if (callId)
+        *callId = id;
     // A host that never answers must not make the list of open questions grow.
     if (m_pending.size() > 16)
         m_pending.clear();
@@ -127,11 +157,13 @@ PrintStatusProtocol::Step PrintStatusProtocol::handle(QByteArrayView frame)
     if (call == m_pending.cend())
         return {};
     const Call kind = *call;
+    const qint64 callId = call.key();
     m_pending.erase(call);
-    return answered(kind, message);
+    return answered(kind, callId, message);
 }
 
-PrintStatusProtocol::Step PrintStatusProtocol::answered(Call kind, const QJsonObject &message)
+PrintStatusProtocol::Step PrintStatusProtocol::answered(Call kind, qint64 id,
+                                                       const QJsonObject &message)
 {
     if (isRefusal(message.value(u"error").toObject()))
         return refuse();
@@ -152,6 +184,8 @@ PrintStatusProtocol::Step PrintStatusProtocol::answered(Call kind, const QJsonOb
         m_objects = {};
         merge(result.value(u"status").toObject());
         return {.statusChanged = true};
+    case Call::control:
+        return {.controlAnswer = ControlAnswer{id, controlError(message)}};
     }
     return {};
 }

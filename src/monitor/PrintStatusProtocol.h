@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "monitor/PrintControl.h"
 #include "monitor/PrintStatus.h"
 
 #include <QByteArray>
 #include <QHash>
 #include <QJsonObject>
 #include <QList>
+
+#include <optional>
+#include <utility>
 
 namespace kestrel {
 
@@ -17,6 +21,7 @@ namespace kestrel {
 // subscription) it asks again until Klipper is back, and subscribes anew. When Klipper shuts
 // itself down it subscribes anew at once, for the reason, and keeps the print it stopped.
 // A host that refuses Kestrel's key says so in every answer, which ends the conversation.
+// The user's controls are calls of their own, whose answers are handed back by number.
 //
 // It keeps only the fields it shows, so a host that sends much, or odd, or endless updates
 // costs no more memory than one that behaves.
@@ -25,6 +30,13 @@ class PrintStatusProtocol
 public:
     PrintStatusProtocol(QString version, QString homepage);
 
+    // The host's answer to a control: none of the error, or why it failed.
+    struct ControlAnswer
+    {
+        qint64 id = 0;
+        std::optional<QString> error;
+    };
+
     // What one frame brought about.
     struct Step
     {
@@ -32,7 +44,11 @@ public:
         bool statusChanged = false;
         bool askAgainLater = false; // Klipper is not ready: ask again after a while
         bool refused = false;       // the host wants another key: asking again is no use
+        std::optional<ControlAnswer> controlAnswer;
     };
+
+    // A control's frame, and the number its answer will come back with.
+    std::pair<qint64, QByteArray> control(PrintControl control);
 
     // The frames to send once connected: the introduction, with the API key if there is one,
     // and the first question. What an earlier connection said is forgotten.
@@ -54,11 +70,13 @@ private:
     {
         identify,
         info,
-        subscribe
+        subscribe,
+        control
     };
 
-    QByteArray call(Call kind, const char *method, const QJsonObject &params);
-    Step answered(Call kind, const QJsonObject &message);
+    QByteArray call(Call kind, const char *method, const QJsonObject &params,
+                    qint64 *id = nullptr);
+    Step answered(Call kind, qint64 id, const QJsonObject &message);
     Step notified(const QString &method, const QJsonValue &params);
     Step notReady();
     bool knowOnly(PrintStatus::State state);

@@ -35,6 +35,7 @@ public:
     HomeKitManager &power() { return m_power; }
     const HomeKitManager &power() const { return m_power; }
     const PiStatusMonitor &monitor() const { return m_monitor; }
+    PrintStatusClient &printStatus() { return m_printStatus; }
     const PrintStatusClient &printStatus() const { return m_printStatus; }
 
 private:
