@@ -15,19 +15,32 @@ namespace {
 
 const QString file = QStringLiteral("kestrel-benchy.gcode");
 constexpr int layers = 120;
-constexpr double standbyAfterPrint = 20;
+constexpr qint64 endedMs = 10000;   // a print's end shows this long before standby
+constexpr qint64 standbyMs = 10000; // and standby before the next print
 constexpr qint64 klippyDownMs = 5000;
 constexpr qint64 shutdownMs = 10000;
-const QString shutdownMessage =
+const QString restartAdvice =
+    QStringLiteral("Once the underlying issue is corrected, use the\n"
+                   "\"FIRMWARE_RESTART\" command to reset the firmware, reload the\n"
+                   "config, and restart the host software.\n"
+                   "Printer is shutdown\n");
+const QString mcuShutdown =
     QStringLiteral("MCU 'mcu' shutdown: Timer too close\n"
                    "This often indicates a host computer overload. Check\n"
                    "for other processes consuming excessive CPU time, high swap\n"
                    "usage, disk errors, overheating, unstable voltage, or\n"
-                   "similar system problems on the host computer.\n"
-                   "Once the underlying issue is corrected, use the\n"
-                   "\"FIRMWARE_RESTART\" command to reset the firmware, reload the\n"
-                   "config, and restart the host software.\n"
-                   "Printer is shutdown\n");
+                   "similar system problems on the host computer.\n") +
+    restartAdvice;
+const QString emergencyStop = QStringLiteral("Shutdown due to M112 command\n") + restartAdvice;
+
+const QStringList &controlMethods()
+{
+    static const QStringList methods{
+        QStringLiteral("printer.print.pause"), QStringLiteral("printer.print.resume"),
+        QStringLiteral("printer.print.cancel"), QStringLiteral("printer.emergency_stop"),
+        QStringLiteral("printer.firmware_restart")};
+    return methods;
+}
 
 QString frame(const QJsonObject &message)
 {
@@ -35,14 +48,18 @@ QString frame(const QJsonObject &message)
 }
 
 constexpr double room = 22;
+constexpr double nozzleTarget = 215;
+constexpr double bedTarget = 60;
 
-// A heater on its way from room temperature to its target (or back, with no target), as a
-// first-order approach with the time constant `seconds`, holding once it is there.
-QJsonObject heater(double target, double heated, double elapsed, double seconds)
+// A heater's first-order approach to `goal`, its target or the room, with the time constant
+// `seconds`.
+double approach(double temperature, double goal, double elapsed, double seconds)
 {
-    const double approach = 1 - std::exp(-elapsed / seconds);
-    const double temperature =
-        target > 0 ? room + (target - room) * approach : heated - (heated - room) * approach;
+    return goal + (temperature - goal) * std::exp(-elapsed / seconds);
+}
+
+QJsonObject heater(double temperature, double target)
+{
     return {{QStringLiteral("temperature"), std::round(temperature * 100) / 100},
             {QStringLiteral("target"), target}};
 }
@@ -58,7 +75,8 @@ DemoKlipper::DemoKlipper(LoopbackHttpServer &printer, std::chrono::seconds print
                          KlipperFault fault, QByteArray apiKey, QObject *parent)
     : QObject(parent),
       m_server(QStringLiteral("kestrel-demo-printer"), QWebSocketServer::NonSecureMode),
-      m_printLength(double(printLength.count())), m_fault(fault), m_apiKey(std::move(apiKey))
+      m_printLength(double(printLength.count())), m_fault(fault), m_apiKey(std::move(apiKey)),
+      m_nozzle(room), m_bed(room)
 {
     printer.setUpgradeHandler([this](QTcpSocket *socket) { m_server.handleConnection(socket); });
     connect(&m_server, &QWebSocketServer::newConnection, this, &DemoKlipper::accept);
@@ -70,10 +88,8 @@ DemoKlipper::DemoKlipper(LoopbackHttpServer &printer, std::chrono::seconds print
             client.socket->abort();
     });
     m_clock.start();
-    if (fault == KlipperFault::idle) {
-        m_state = QStringLiteral("standby");
-        return;
-    }
+    m_sinceTick.start();
+    enter(fault == KlipperFault::idle ? QStringLiteral("standby") : QStringLiteral("printing"));
     m_tick.setInterval(250);
     connect(&m_tick, &QTimer::timeout, this, &DemoKlipper::tick);
     m_tick.start();
@@ -82,6 +98,11 @@ DemoKlipper::DemoKlipper(LoopbackHttpServer &printer, std::chrono::seconds print
 bool DemoKlipper::klippyReady() const
 {
     return !m_down.isValid() || m_down.elapsed() >= klippyDownMs;
+}
+
+bool DemoKlipper::heating() const
+{
+    return (m_state == u"printing" || m_state == u"paused") && !m_shutdown.isValid();
 }
 
 void DemoKlipper::accept()
@@ -107,16 +128,15 @@ void DemoKlipper::accept()
 
 QJsonObject DemoKlipper::objects() const
 {
-    const double duration = m_state == u"standby" ? 0 : m_progress * m_printLength;
-    // Heating from the start of a print, cooling from its end or a shutdown.
-    const bool heating = m_state == u"printing" && !m_shutdown.isValid();
-    const double elapsed = m_clock.elapsed() / 1000.0;
+    const double progress = std::min(1.0, m_printed / m_printLength);
+    const bool standby = m_state == u"standby";
+    const bool heat = heating();
     return {
         {QStringLiteral("print_stats"),
          QJsonObject{{QStringLiteral("state"), m_state},
-                     {QStringLiteral("filename"), m_state == u"standby" ? QString() : file},
-                     {QStringLiteral("print_duration"), duration},
-                     {QStringLiteral("total_duration"), duration},
+                     {QStringLiteral("filename"), standby ? QString() : file},
+                     {QStringLiteral("print_duration"), standby ? 0 : m_printed},
+                     {QStringLiteral("total_duration"), standby ? 0 : m_printed},
                      {QStringLiteral("message"), m_state == u"error"
                                                      ? QStringLiteral("Heater extruder not "
                                                                       "heating at expected rate")
@@ -124,20 +144,20 @@ QJsonObject DemoKlipper::objects() const
                      {QStringLiteral("info"),
                       QJsonObject{{QStringLiteral("total_layer"), layers},
                                   {QStringLiteral("current_layer"),
-                                   std::min(layers, int(m_progress * layers) + 1)}}}}},
-        {QStringLiteral("display_status"), QJsonObject{{QStringLiteral("progress"), m_progress}}},
-        {QStringLiteral("extruder"), heater(heating ? 215 : 0, 215, elapsed, 4)},
-        {QStringLiteral("heater_bed"), heater(heating ? 60 : 0, 60, elapsed, 8)},
+                                   std::min(layers, int(progress * layers) + 1)}}}}},
+        {QStringLiteral("display_status"), QJsonObject{{QStringLiteral("progress"), progress}}},
+        {QStringLiteral("extruder"), heater(m_nozzle, heat ? nozzleTarget : 0)},
+        {QStringLiteral("heater_bed"), heater(m_bed, heat ? bedTarget : 0)},
         {QStringLiteral("webhooks"),
          QJsonObject{{QStringLiteral("state"),
                       m_shutdown.isValid() ? QStringLiteral("shutdown") : QStringLiteral("ready")},
                      {QStringLiteral("state_message"), m_shutdown.isValid()
-                                                           ? shutdownMessage
+                                                           ? m_shutdownMessage
                                                            : QStringLiteral("Printer is ready")}}},
         {QStringLiteral("virtual_sdcard"),
-         QJsonObject{{QStringLiteral("progress"), m_progress},
+         QJsonObject{{QStringLiteral("progress"), progress},
                      {QStringLiteral("is_active"), m_state == u"printing"},
-                     {QStringLiteral("file_position"), int(m_progress * 4'000'000)}}}};
+                     {QStringLiteral("file_position"), int(progress * 4'000'000)}}}};
 }
 
 void DemoKlipper::answer(Client &client, const QString &text)
@@ -156,6 +176,8 @@ void DemoKlipper::answer(Client &client, const QString &text)
             return;
         }
     }
+    if (m_fault == KlipperFault::deaf && controlMethods().contains(method))
+        return;
     const QJsonObject answer =
         client.authorized ? answerAuthorized(client, method)
                           : QJsonObject{{QStringLiteral("error"),
@@ -183,7 +205,45 @@ QJsonObject DemoKlipper::answerAuthorized(Client &client, const QString &method)
                  QJsonObject{{QStringLiteral("eventtime"), m_clock.elapsed() / 1000.0},
                              {QStringLiteral("status"), objects()}}}};
     }
+    if (controlMethods().contains(method))
+        return control(method);
     return {{QStringLiteral("error"), rpcError(-32601, QStringLiteral("Method not found"))}};
+}
+
+// As Klipper takes them: what does not apply to the print's state is an error, with Klipper's
+// words for it.
+QJsonObject DemoKlipper::control(const QString &method)
+{
+    const QJsonObject done{{QStringLiteral("result"), QStringLiteral("ok")}};
+    const auto refused = [](int code, const QString &why) {
+        return QJsonObject{{QStringLiteral("error"), rpcError(code, why)}};
+    };
+    if (method == u"printer.firmware_restart") {
+        restartFirmware();
+        return done;
+    }
+    if (!klippyReady())
+        return refused(503, QStringLiteral("Klippy Disconnected"));
+    if (method == u"printer.emergency_stop") {
+        if (!m_shutdown.isValid())
+            shutDown(emergencyStop, false);
+        return done;
+    }
+    if (m_shutdown.isValid())
+        return refused(400, QStringLiteral("Printer is shutdown"));
+    const bool underWay = m_state == u"printing" || m_state == u"paused";
+    if (method == u"printer.print.pause" && m_state != u"printing")
+        return refused(400, QStringLiteral("Print is not printing"));
+    if (method == u"printer.print.resume" && m_state != u"paused")
+        return refused(400, QStringLiteral("Print is not paused"));
+    if (method == u"printer.print.cancel" && !underWay)
+        return refused(400, QStringLiteral("No print in progress"));
+    enter(method == u"printer.print.pause"    ? QStringLiteral("paused")
+          : method == u"printer.print.resume" ? QStringLiteral("printing")
+                                              : QStringLiteral("cancelled"));
+    notifyAll(QStringLiteral("notify_status_update"), {objects(), m_clock.elapsed() / 1000.0},
+              true);
+    return done;
 }
 
 void DemoKlipper::notifyAll(const QString &method, const QJsonArray &params, bool subscribedOnly)
@@ -198,10 +258,17 @@ void DemoKlipper::notifyAll(const QString &method, const QJsonArray &params, boo
     }
 }
 
-// Four times a second: the print goes on, and whoever subscribed hears of it.
-void DemoKlipper::shutDown()
+void DemoKlipper::enter(const QString &state)
+{
+    m_state = state;
+    m_inState.start();
+}
+
+void DemoKlipper::shutDown(const QString &message, bool restartsItself)
 {
     m_shutdown.start();
+    m_shutdownMessage = message;
+    m_restartsItself = restartsItself;
     notifyAll(QStringLiteral("notify_status_update"), {objects(), m_clock.elapsed() / 1000.0},
               true);
     notifyAll(QStringLiteral("notify_klippy_shutdown"), {}, false);
@@ -211,34 +278,48 @@ void DemoKlipper::shutDown()
 void DemoKlipper::restartFirmware()
 {
     m_shutdown.invalidate();
-    m_state = QStringLiteral("standby");
+    enter(QStringLiteral("standby"));
     m_down.start();
     for (Client &client : m_clients)
         client.subscribed = false; // the host forgets every subscription
     notifyAll(QStringLiteral("notify_klippy_disconnected"), {}, false);
 }
 
+// Whether the heaters have reached what they are heading for, to a tenth of a degree.
+bool DemoKlipper::heatersSettled() const
+{
+    const bool heat = heating();
+    return std::abs(m_nozzle - (heat ? nozzleTarget : room)) < 0.1 &&
+           std::abs(m_bed - (heat ? bedTarget : room)) < 0.1;
+}
+
+// Four times a second: the print goes on, the heaters follow, and whoever subscribed hears of
+// it. A Klipper that stands shut down reads no heater and says nothing.
 void DemoKlipper::tick()
 {
+    const double elapsed = m_sinceTick.restart() / 1000.0;
     if (m_shutdown.isValid()) {
-        if (m_shutdown.elapsed() >= shutdownMs)
+        if (m_restartsItself && m_shutdown.elapsed() >= shutdownMs)
             restartFirmware();
         return;
     }
-    const double seconds = m_clock.elapsed() / 1000.0;
+    const bool heat = heating();
+    m_nozzle = approach(m_nozzle, heat ? nozzleTarget : room, elapsed, 4);
+    m_bed = approach(m_bed, heat ? bedTarget : room, elapsed, 8);
     const QString before = m_state;
     if (m_state == u"printing") {
-        m_progress = std::min(1.0, seconds / m_printLength);
-        if (m_fault == KlipperFault::printError && m_progress >= 0.5)
-            m_state = QStringLiteral("error");
-        else if (m_progress >= 1.0)
-            m_state = QStringLiteral("complete");
-        if (m_fault == KlipperFault::shutdown && !m_restarted && m_progress >= 1.0 / 3) {
+        m_printed = std::min(m_printLength, m_printed + elapsed);
+        const double progress = m_printed / m_printLength;
+        if (m_fault == KlipperFault::printError && progress >= 0.5)
+            enter(QStringLiteral("error"));
+        else if (progress >= 1.0)
+            enter(QStringLiteral("complete"));
+        if (m_fault == KlipperFault::shutdown && !m_restarted && progress >= 1.0 / 3) {
             m_restarted = true;
-            shutDown();
+            shutDown(mcuShutdown, true);
             return;
         }
-        if (m_fault == KlipperFault::restart && !m_restarted && m_progress >= 1.0 / 3) {
+        if (m_fault == KlipperFault::restart && !m_restarted && progress >= 1.0 / 3) {
             m_restarted = true;
             m_down.start();
             for (Client &client : m_clients)
@@ -246,21 +327,23 @@ void DemoKlipper::tick()
             notifyAll(QStringLiteral("notify_klippy_disconnected"), {}, false);
             return;
         }
-    } else if (seconds >= m_printLength + standbyAfterPrint) {
-        m_state = QStringLiteral("printing"); // the next print of the same file
-        m_progress = 0;
-        m_restarted = false;
-        m_clock.start();
-    } else if (m_state != u"standby" && seconds >= m_printLength * m_progress + 10) {
-        m_state = QStringLiteral("standby");
+    } else if (m_state == u"standby") {
+        if (m_fault != KlipperFault::idle && m_inState.elapsed() >= standbyMs) {
+            m_printed = 0; // the next print of the same file
+            m_restarted = false;
+            enter(QStringLiteral("printing"));
+        }
+    } else if (m_state != u"paused" && m_inState.elapsed() >= endedMs) {
+        enter(QStringLiteral("standby"));
     }
     if (m_down.isValid() && klippyReady()) {
         m_down.invalidate();
         notifyAll(QStringLiteral("notify_klippy_ready"), {}, false);
     }
-    if (!klippyReady() || (m_state == before && m_state != u"printing"))
+    if (!klippyReady() || (m_state == before && m_state != u"printing" && heatersSettled()))
         return;
-    notifyAll(QStringLiteral("notify_status_update"), {objects(), seconds}, true);
+    notifyAll(QStringLiteral("notify_status_update"), {objects(), m_clock.elapsed() / 1000.0},
+              true);
 }
 
 std::optional<HttpReply> DemoKlipper::refusal(const HttpRequest &request) const

@@ -25,12 +25,16 @@ enum class KlipperFault
     printError, // the print fails half way
     idle,       // no print at all: Klipper stands by
     shutdown,   // Klipper shuts down a third of the way in, and restarts its firmware 10 s later
+    deaf,       // the controls are taken and never answered
 };
 
 // A printer host's status API on the demo printer's own address: JSON-RPC over the websocket at
 // /websocket (identify, server.info, printer.objects.subscribe and its status updates, four a
-// second while printing) and the file metadata at /server/files/metadata. It prints one file
-// over and over: a print of the given length with layers, then a pause in standby.
+// second while printing or while the heaters change) and the file metadata at
+// /server/files/metadata. It prints one file over and over: a print of the given length with
+// layers, then a while in standby. It takes the controls as Klipper does: a pause holds the
+// print with the heaters on, a cancel ends it, and the emergency stop shuts Klipper down until
+// its firmware is restarted.
 //
 // With an API key it trusts no one, as a host does for clients outside its trusted networks:
 // every call answers "Unauthorized" unless the handshake or the introduction brought the key,
@@ -59,24 +63,34 @@ private:
     void accept();
     void answer(Client &client, const QString &frame);
     QJsonObject answerAuthorized(Client &client, const QString &method);
-    void shutDown();
+    QJsonObject control(const QString &method);
+    void shutDown(const QString &message, bool restartsItself);
     void restartFirmware();
+    void enter(const QString &state);
     void tick();
+    bool heatersSettled() const;
     QJsonObject objects() const;
     void notifyAll(const QString &method, const QJsonArray &params, bool subscribedOnly);
     bool klippyReady() const;
+    bool heating() const;
 
     QWebSocketServer m_server;
     QList<Client> m_clients;
     const double m_printLength;
     const KlipperFault m_fault;
     const QByteArray m_apiKey;
-    QElapsedTimer m_clock; // since the current print, or the pause after it, began
+    QElapsedTimer m_clock;     // since the demo began
+    QElapsedTimer m_inState;   // since the print's state last changed
+    QElapsedTimer m_sinceTick;
     QString m_state = QStringLiteral("printing");
-    double m_progress = 0;
+    double m_printed = 0; // seconds, pauses left out
     bool m_restarted = false;
+    double m_nozzle;
+    double m_bed;
     QElapsedTimer m_down;     // while Klipper is away
     QElapsedTimer m_shutdown; // while Klipper stands shut down
+    QString m_shutdownMessage;
+    bool m_restartsItself = false;
     QTimer m_tick;
 };
 

@@ -149,7 +149,8 @@ int main(int argc, char *argv[])
     const QCommandLineOption faultOption(
         QStringLiteral("fault"),
         QStringLiteral("Lässt eine Kamera scheitern, z. B. 2=404 (404, html, truncated, stall,"
-                       " nolength), oder den Druck: klippy-restart, shutdown, print-error, idle."),
+                       " nolength), oder den Druck: klippy-restart, shutdown, print-error, idle,\n"
+                       "deaf (nimmt Pause, Abbruch und Not-Aus an und antwortet nie)."),
         QStringLiteral("kamera=fehler"));
     const QCommandLineOption printOption(
         QStringLiteral("print-seconds"),
@@ -208,7 +209,8 @@ int main(int argc, char *argv[])
             {QStringLiteral("klippy-restart"), kestrel::demo::KlipperFault::restart},
             {QStringLiteral("print-error"), kestrel::demo::KlipperFault::printError},
             {QStringLiteral("idle"), kestrel::demo::KlipperFault::idle},
-            {QStringLiteral("shutdown"), kestrel::demo::KlipperFault::shutdown}};
+            {QStringLiteral("shutdown"), kestrel::demo::KlipperFault::shutdown},
+            {QStringLiteral("deaf"), kestrel::demo::KlipperFault::deaf}};
         if (klipperFaults.contains(text)) {
             klipperFault = klipperFaults.value(text);
             continue;
