@@ -11,10 +11,12 @@
 #include "app/CameraViews.h"
 #include "camera/SnapshotErrorCard.h"
 #include "monitor/PiStatusMonitor.h"
+#include "monitor/PrintControlCall.h"
 #include "monitor/PrintNotifier.h"
 #include "monitor/PrintStatusClient.h"
 #include "platform/MemoryKeyValueStore.h"
 #include "printers/PrinterList.h"
+#include "screens/PrinterPanel.h"
 #include "settings/AppSettings.h"
 #include "settings/PrinterSettings.h"
 #include "windows/CameraWindow.h"
@@ -25,6 +27,8 @@
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QJsonDocument>
+#include <QLabel>
+#include <QMenu>
 #include <QMessageBox>
 #include <QProcess>
 #include <QPushButton>
@@ -157,7 +161,74 @@ constexpr PrintStatusTimings quick{.askAgain = 100ms,
                                    .gather = 20ms,
                                    .handshake = 300ms,
                                    .ping = 100ms,
-                                   .silence = 300ms};
+                                   .silence = 300ms,
+                                   .controlAnswer = 2000ms};
+
+// What came of a control: "ok", or the line the window that asked shows.
+QString outcome(PrintControlCall *call)
+{
+    QString said;
+    QObject context;
+    QObject::connect(call, &PrintControlCall::succeeded, &context, [&said] { said = u"ok"_s; });
+    QObject::connect(call, &PrintControlCall::failed, &context,
+                     [&said](const QString &text) { said = text; });
+    QSignalSpy gone(call, &QObject::destroyed);
+    gone.wait(20000);
+    return said;
+}
+
+// The controls a camera window's menu offers, after the menu's own entries.
+QStringList offered(const CameraWindow *window)
+{
+    QStringList texts;
+    for (const QAction *action : window->content()->findChild<QMenu *>()->actions()) {
+        if (action->isVisible() && !action->isSeparator())
+            texts << action->text();
+    }
+    return texts.mid(texts.indexOf(u"Bildrate anzeigen"_s) + 1);
+}
+
+// The controls a main window's panel offers as buttons.
+QStringList offered(const PrinterPanel &panel)
+{
+    QStringList texts;
+    for (const QPushButton *button : panel.findChildren<QPushButton *>()) {
+        if (button->isVisibleTo(&panel) && button->parentWidget()->isVisibleTo(&panel) &&
+            button->accessibleName() == button->text())
+            texts << button->text();
+    }
+    return texts;
+}
+
+void choose(const CameraWindow *window, const QString &entry)
+{
+    for (QAction *action : window->content()->findChild<QMenu *>()->actions()) {
+        if (action->text() == entry && action->isVisible())
+            action->trigger();
+    }
+}
+
+void press(const QWidget *panel, const QString &text)
+{
+    for (QPushButton *button : panel->findChildren<QPushButton *>()) {
+        if (button->text() == text && button->isVisibleTo(panel))
+            button->click();
+    }
+}
+
+// Answers the question standing over `window` with the button of that text; its title and text
+// for the test to check.
+QStringList answer(const QWidget *window, const QString &button)
+{
+    QMessageBox *alert = nullptr;
+    if (!QTest::qWaitFor([&] { return (alert = window->findChild<QMessageBox *>()) != nullptr; },
+                         20000))
+        return {};
+    const QStringList said{alert->text(), alert->informativeText()};
+    press(alert, button);
+    delete alert;
+    return said;
+}
 
 } // namespace
 
@@ -182,6 +253,7 @@ private slots:
     void brokenApis();
     void oneNotificationPerChange();
     void twoPrintersKeepToThemselves();
+    void controlsActFromEveryWindow();
 
 private:
     QProcess m_bus;
@@ -512,6 +584,88 @@ void PrintStatusTest::twoPrintersKeepToThemselves()
     QVERIFY(!offline(voronCam));
     QCOMPARE(recorder.shown.size(), 1);
     QVERIFY(daemon.unregisterService(u"org.freedesktop.Notifications"_s));
+}
+
+// Voron prints; Prusa's host takes every control and never answers. A print is paused from a
+// camera window's menu and resumed from the main window; a cancel that is dismissed sends
+// nothing, so the pause after it still finds the print; then it is cancelled. The emergency stop
+// shuts Klipper down until the firmware restart. Each control is offered only where it applies;
+// what does not apply comes back with the host's reason, and a control without an answer fails in
+// the window that asked, and only there.
+void PrintStatusTest::controlsActFromEveryWindow()
+{
+    const QString demo = QStringLiteral(KESTREL_DEMO_PRINTER_PATH);
+    const test::DemoPrinter voron(demo, {u"--boot-ms"_s, u"100"_s, u"--print-seconds"_s, u"600"_s});
+    const test::DemoPrinter prusa(demo, {u"--boot-ms"_s, u"100"_s, u"--print-seconds"_s, u"600"_s,
+                                         u"--fault"_s, u"deaf"_s});
+    MemoryKeyValueStore store(QVariantMap{
+        {u"printerName"_s, u"Voron"_s},
+        {u"printerIP"_s, voron.address()},
+        {u"selectedCameraIDs"_s, QVariantList{1}},
+        {AppSettings::additionalPrintersKey,
+         QVariantList{QVariantMap{{u"printerID"_s, u"p2"_s},
+                                  {u"printerIP"_s, prusa.address()},
+                                  {u"selectedCameraIDs"_s, QVariantList{1}}}}}});
+    AppSettings settings(store);
+    PrinterList printers(settings, {}, nullptr, {.probeInterval = 100ms, .printStatus = quick});
+    WindowCoordinator windows(printers, cameraWindowViews(settings));
+    Printer &printer = printers.first();
+    PrinterPanel panel(printer, printers, PrinterPanel::Style::card);
+    PrinterPanel prusaPanel(*printers.printer(u"p2"_s), printers, PrinterPanel::Style::card);
+    CameraWindow *camera = windows.window(1);
+    const auto state = [&printer] { return printer.printStatus().status().state; };
+
+    const QStringList printing{u"Druck pausieren"_s, u"Druck abbrechen…"_s, u"Not-Aus…"_s};
+    QTRY_COMPARE_WITH_TIMEOUT(offered(camera), printing, 20000);
+    QCOMPARE(offered(panel), printing);
+    QCOMPARE(outcome(printer.printStatus().send(PrintControl::resume)),
+             u"Fortsetzen fehlgeschlagen: Print is not paused"_s);
+
+    choose(camera, u"Druck pausieren"_s);
+    QTRY_COMPARE_WITH_TIMEOUT(state(), State::paused, 20000);
+    const QStringList paused{u"Druck fortsetzen"_s, u"Druck abbrechen…"_s, u"Not-Aus…"_s};
+    QTRY_COMPARE(offered(camera), paused);
+    QTRY_COMPARE(offered(panel), paused);
+    press(&panel, u"Druck fortsetzen"_s);
+    QTRY_COMPARE_WITH_TIMEOUT(state(), State::printing, 20000);
+
+    choose(camera, u"Druck abbrechen…"_s);
+    const QStringList question = answer(camera->content(), u"Abbrechen"_s);
+    QCOMPARE(question.value(0), u"Druck abbrechen?"_s);
+    QVERIFY2(question.value(1).startsWith(u"„kestrel-benchy.gcode“ läuft seit "_s),
+             qPrintable(question.value(1)));
+    choose(camera, u"Druck pausieren"_s);
+    QTRY_COMPARE_WITH_TIMEOUT(state(), State::paused, 20000);
+    choose(camera, u"Druck abbrechen…"_s);
+    answer(camera->content(), u"Druck abbrechen"_s);
+    QTRY_COMPARE_WITH_TIMEOUT(state(), State::cancelled, 20000);
+    QTRY_COMPARE(offered(panel), QStringList{u"Not-Aus…"_s});
+
+    press(&panel, u"Not-Aus…"_s);
+    QCOMPARE(answer(&panel, u"Not-Aus"_s).value(0), u"Not-Aus auslösen?"_s);
+    QTRY_COMPARE_WITH_TIMEOUT(state(), State::shutdown, 20000);
+    QCOMPARE(printer.printStatus().line().text(),
+             u"Klipper gestoppt: Shutdown due to M112 command"_s);
+    QTRY_COMPARE(offered(camera), (QStringList{u"Not-Aus…"_s, u"Firmware neu starten"_s}));
+    choose(camera, u"Firmware neu starten"_s);
+    QTRY_COMPARE_WITH_TIMEOUT(state(), State::standby, 20000);
+
+    CameraWindow *prusaCam = windows.window(1, u"p2"_s);
+    QTRY_COMPARE_WITH_TIMEOUT(offered(prusaCam), printing, 20000);
+    choose(prusaCam, u"Druck pausieren"_s);
+    const QString unanswered = u"Pausieren fehlgeschlagen: Der Drucker antwortet nicht"_s;
+    const auto shows = [](const QWidget *window, const QString &text) {
+        const QList<QLabel *> labels = window->findChildren<QLabel *>();
+        return std::any_of(labels.begin(), labels.end(), [&](const QLabel *label) {
+            return label->text() == text && label->isVisibleTo(window);
+        });
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(shows(prusaCam->content(), unanswered), 20000);
+    QVERIFY(!shows(&prusaPanel, unanswered));
+    QVERIFY(prusa.switchPower(false));
+    QTRY_VERIFY_WITH_TIMEOUT(!printers.printer(u"p2"_s)->printStatus().isConnected(), 20000);
+    QCOMPARE(outcome(printers.printer(u"p2"_s)->printStatus().send(PrintControl::pause)),
+             u"Pausieren fehlgeschlagen: Keine Verbindung zum Drucker"_s);
 }
 
 QTEST_MAIN(PrintStatusTest)

@@ -4,6 +4,7 @@
 #include "camera/CameraMenuButton.h"
 #include "camera/PictureArea.h"
 #include "camera/PowerOffQuestion.h"
+#include "camera/PrintControls.h"
 #include "camera/PrintLineLabel.h"
 #include "printers/Printer.h"
 #include "settings/AppSettings.h"
@@ -44,7 +45,9 @@ CameraWindowView::CameraWindowView(const Camera &camera, const CameraWindowEnvir
       m_pictureArea(
           new PictureArea(environment.printer.monitor(), environment.curlPath, camera.fps, this)),
       m_footer(new LinkButton(systemColors::white(0.6), this)), m_caption(new QLabel(this)),
-      m_printLine(new PrintLineLabel(this)), m_pictureRate(new QLabel(this)),
+      m_printLine(new PrintLineLabel(this)),
+      m_controls(new PrintControls(environment.printer, this)), m_controlFailure(new QLabel(this)),
+      m_pictureRate(new QLabel(this)),
       m_pictureRateTimer(new QTimer(this))
 {
     setMinimumSize(320, 220);
@@ -60,6 +63,17 @@ CameraWindowView::CameraWindowView(const Camera &camera, const CameraWindowEnvir
     m_printLine->setFont(textStyles::caption());
     m_printLine->setStyleSheet(m_caption->styleSheet());
     titleBlock->addWidget(m_printLine);
+    m_controlFailure->setFont(textStyles::caption());
+    m_controlFailure->setWordWrap(true);
+    m_controlFailure->setStyleSheet(
+        QStringLiteral("color: %1;").arg(systemColors::red().name(QColor::HexArgb)));
+    m_controlFailure->setVisible(false);
+    connect(m_controls, &PrintControls::failureChanged, m_controlFailure,
+            [this](const QString &text) {
+                m_controlFailure->setText(text);
+                m_controlFailure->setVisible(!text.isEmpty());
+            });
+    titleBlock->addWidget(m_controlFailure);
 
     auto *powerButton = new QToolButton(this);
     powerButton->setObjectName(QStringLiteral("powerButton"));
@@ -199,6 +213,8 @@ void CameraWindowView::rebuildCameraMenu()
     // Queued: storing the choice rebuilds this very menu.
     connect(rate, &QAction::toggled, &m_environment.settings, &AppSettings::setShowPictureRate,
             Qt::QueuedConnection);
+    m_cameraMenu->addSeparator();
+    m_cameraMenu->addActions(m_controls->actions());
 }
 
 // The link shows the snapshot address but leads to the host's own page, when there is one.

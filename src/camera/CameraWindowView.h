@@ -17,13 +17,15 @@ namespace kestrel {
 class CameraMenuButton;
 class LinkButton;
 class PictureArea;
+class PrintControls;
 class PrintLineLabel;
 class StatusDot;
 
 // The whole content of one camera window, on a dark card: the camera's name as a menu to switch
 // the window to another camera, its resolution and picture rate, a power button that switches
 // the printer off after asking, a dot for the printer host's state, the live picture, and a
-// link to the host's web page. Everything follows the shared settings and monitor as they
+// link to the host's web page. The menu also holds the print's controls, and why the last of
+// them failed shows under the print's line. Everything follows the shared settings and monitor as they
 // change.
 class CameraWindowView : public QWidget
 {
@@ -65,6 +67,8 @@ private:
     LinkButton *m_footer;
     QLabel *m_caption;
     PrintLineLabel *m_printLine;
+    PrintControls *m_controls;
+    QLabel *m_controlFailure;
     QLabel *m_pictureRate;
     QTimer *m_pictureRateTimer;
 };

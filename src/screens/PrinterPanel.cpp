@@ -2,11 +2,13 @@
 #include "screens/PrinterPanel.h"
 
 #include "camera/PowerOffQuestion.h"
+#include "camera/PrintControls.h"
 #include "camera/PrintLineLabel.h"
 #include "power/PowerWords.h"
 #include "power/StatusInterpretation.h"
 #include "printers/PrinterList.h"
 #include "screens/CameraCaption.h"
+#include "screens/PrintControlRow.h"
 #include "screens/StartupInfoView.h"
 #include "widgets/ButtonStyles.h"
 #include "widgets/SecondaryText.h"
@@ -57,6 +59,7 @@ PrinterPanel::PrinterPanel(Printer &printer, const PrinterList &printers, Style 
     layout->addWidget(m_printLine);
     m_temperatures->setVisible(false);
     layout->addWidget(m_temperatures);
+    layout->addWidget(new PrintControlRow(*new PrintControls(printer, this), this));
     layout->addWidget(makePowerOnRow());
     if (style == Style::full) {
         layout->addWidget(m_powerState);

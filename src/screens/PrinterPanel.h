@@ -18,8 +18,8 @@ class PrinterList;
 class PrintLineLabel;
 class SymbolLabel;
 
-// One printer in the main window: its address, whether its host answers, the print's line, the
-// power state with the last power action's outcome, and its cameras. While the host does not
+// One printer in the main window: its address, whether its host answers, the print's line with
+// the temperatures and the print's controls, the power state with the last power action's outcome, and its cameras. While the host does not
 // answer it offers to switch the printer on, and it decides when the printer's start-up prompt
 // shows. Alone, the printer gets the full view with a row per camera; among several, a compact
 // card under the printer's name, with its cameras on one line and a power button of its own.
