@@ -4,12 +4,13 @@
 # snapshot pipeline next to its floor, then the whole app with three windows under Xvfb, and
 # headless Chromium polling the same pictures as a printer's web page does; then the same three
 # windows reading MJPEG streams from a stream server of the benchmark's own, against the snapshot
-# loop and Chromium showing the streams; what following the printer's status costs; and several
-# printers: four with three live cameras each against one, beside the decoding floor, and twenty
-# printing with the main window shown. They print figures and assert nothing. Options:
-# --rounds N (pipeline, default 100), --seconds N (whole app, default 60), --long N (one more
-# stream run of N seconds that watches memory; default none), --streams-only (only the stream
-# comparison), --printers-only (only the several printers).
+# loop and Chromium showing the streams; what following the printer's status costs, and how
+# quickly a pause and a resume take effect; and several printers: four with three live cameras
+# each against one, beside the decoding floor, and twenty printing with the main window shown.
+# They print figures and assert nothing. Options: --rounds N (pipeline and controls, default
+# 100), --seconds N (whole app, default 60), --long N (one more stream run of N seconds that
+# watches memory; default none), --streams-only (only the stream comparison), --printers-only
+# (only the several printers).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 source scripts/common.sh
@@ -36,7 +37,7 @@ ensure_packages "${KESTREL_PACKAGES[@]}" nginx-light python3 xvfb xauth openbox 
     libjpeg62-turbo-dev
 # Installing nginx starts Debian's own server; the benchmarks want only their own on 127.0.0.1.
 [ -n "$had_nginx" ] || service nginx stop >/dev/null 2>&1 || true
-build_kestrel kestrel kestrel-demo-printer snapshot_bench make_pictures decode_floor
+build_kestrel kestrel kestrel-demo-printer snapshot_bench make_pictures decode_floor control_bench
 
 work=$PWD/build/bench-run
 rm -rf "$work"
@@ -78,6 +79,9 @@ if [ -z "$printers_only" ]; then
     python3 bench/status_bench.py --kestrel build/src/kestrel \
         --demo-printer build/tools/demo-printer/kestrel-demo-printer --plain-host "$NGINX_ADDRESS" \
         --seconds "$seconds"
+    echo
+    build/bench/control_bench --demo-printer build/tools/demo-printer/kestrel-demo-printer \
+        --rounds "$rounds" 2>/dev/null
     echo
 fi
 python3 bench/printers_bench.py --kestrel build/src/kestrel \
