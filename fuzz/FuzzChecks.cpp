@@ -136,8 +136,7 @@ void checkPrintStatusFrames(const QByteArray &bytes)
         const PrintStatusProtocol::Step step = protocol.handle(frame);
         if (const auto &answer = step.controlAnswer) {
             require(controls.remove(answer->id)); // only what was asked, and only once
-            require(!answer->error || (!answer->error->isEmpty() &&
-                                       answer->error->size() <= 200 &&
+            require(!answer->error || (!answer->error->isEmpty() && answer->error->size() <= 200 &&
                                        !answer->error->contains(u'\n')));
         }
         require(step.send.size() <= 1);

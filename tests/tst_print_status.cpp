@@ -596,16 +596,16 @@ void PrintStatusTest::controlsActFromEveryWindow()
 {
     const QString demo = QStringLiteral(KESTREL_DEMO_PRINTER_PATH);
     const test::DemoPrinter voron(demo, {u"--boot-ms"_s, u"100"_s, u"--print-seconds"_s, u"600"_s});
-    const test::DemoPrinter prusa(demo, {u"--boot-ms"_s, u"100"_s, u"--print-seconds"_s, u"600"_s,
-                                         u"--fault"_s, u"deaf"_s});
-    MemoryKeyValueStore store(QVariantMap{
-        {u"printerName"_s, u"Voron"_s},
-        {u"printerIP"_s, voron.address()},
-        {u"selectedCameraIDs"_s, QVariantList{1}},
-        {AppSettings::additionalPrintersKey,
-         QVariantList{QVariantMap{{u"printerID"_s, u"p2"_s},
-                                  {u"printerIP"_s, prusa.address()},
-                                  {u"selectedCameraIDs"_s, QVariantList{1}}}}}});
+    const test::DemoPrinter prusa(
+        demo, {u"--boot-ms"_s, u"100"_s, u"--print-seconds"_s, u"600"_s, u"--fault"_s, u"deaf"_s});
+    MemoryKeyValueStore store(
+        QVariantMap{{u"printerName"_s, u"Voron"_s},
+                    {u"printerIP"_s, voron.address()},
+                    {u"selectedCameraIDs"_s, QVariantList{1}},
+                    {AppSettings::additionalPrintersKey,
+                     QVariantList{QVariantMap{{u"printerID"_s, u"p2"_s},
+                                              {u"printerIP"_s, prusa.address()},
+                                              {u"selectedCameraIDs"_s, QVariantList{1}}}}}});
     AppSettings settings(store);
     PrinterList printers(settings, {}, nullptr, {.probeInterval = 100ms, .printStatus = quick});
     WindowCoordinator windows(printers, cameraWindowViews(settings));

@@ -47,8 +47,7 @@ CameraWindowView::CameraWindowView(const Camera &camera, const CameraWindowEnvir
       m_footer(new LinkButton(systemColors::white(0.6), this)), m_caption(new QLabel(this)),
       m_printLine(new PrintLineLabel(this)),
       m_controls(new PrintControls(environment.printer, this)), m_controlFailure(new QLabel(this)),
-      m_pictureRate(new QLabel(this)),
-      m_pictureRateTimer(new QTimer(this))
+      m_pictureRate(new QLabel(this)), m_pictureRateTimer(new QTimer(this))
 {
     setMinimumSize(320, 220);
 

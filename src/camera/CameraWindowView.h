@@ -25,8 +25,8 @@ class StatusDot;
 // the window to another camera, its resolution and picture rate, a power button that switches
 // the printer off after asking, a dot for the printer host's state, the live picture, and a
 // link to the host's web page. The menu also holds the print's controls, and why the last of
-// them failed shows under the print's line. Everything follows the shared settings and monitor as they
-// change.
+// them failed shows under the print's line. Everything follows the shared settings and monitor as
+// they change.
 class CameraWindowView : public QWidget
 {
     Q_OBJECT

@@ -13,9 +13,8 @@ namespace kestrel {
 
 namespace {
 
-constexpr PrintControl offered[] = {PrintControl::pause, PrintControl::resume,
-                                    PrintControl::cancel, PrintControl::emergencyStop,
-                                    PrintControl::firmwareRestart};
+constexpr PrintControl offered[] = {PrintControl::pause, PrintControl::resume, PrintControl::cancel,
+                                    PrintControl::emergencyStop, PrintControl::firmwareRestart};
 
 QString label(PrintControl control)
 {

@@ -84,9 +84,10 @@ std::optional<QString> controlError(const QJsonObject &answer)
     if (!message.isEmpty())
         return message;
     const QJsonValue code = error.toObject().value(u"code");
-    return code.isDouble() ? QCoreApplication::translate("PrintStatusProtocol", "Fehler %1")
-                                 .arg(code.toInteger())
-                           : QCoreApplication::translate("PrintStatusProtocol", "unbekannter Fehler");
+    return code.isDouble()
+               ? QCoreApplication::translate("PrintStatusProtocol", "Fehler %1")
+                     .arg(code.toInteger())
+               : QCoreApplication::translate("PrintStatusProtocol", "unbekannter Fehler");
 }
 
 } // namespace
@@ -163,7 +164,7 @@ PrintStatusProtocol::Step PrintStatusProtocol::handle(QByteArrayView frame)
 }
 
 PrintStatusProtocol::Step PrintStatusProtocol::answered(Call kind, qint64 id,
-                                                       const QJsonObject &message)
+                                                        const QJsonObject &message)
 {
     if (isRefusal(message.value(u"error").toObject()))
         return refuse();

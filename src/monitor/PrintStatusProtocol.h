@@ -74,8 +74,7 @@ private:
         control
     };
 
-    QByteArray call(Call kind, const char *method, const QJsonObject &params,
-                    qint64 *id = nullptr);
+    QByteArray call(Call kind, const char *method, const QJsonObject &params, qint64 *id = nullptr);
     Step answered(Call kind, qint64 id, const QJsonObject &message);
     Step notified(const QString &method, const QJsonValue &params);
     Step notReady();

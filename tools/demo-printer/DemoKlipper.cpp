@@ -131,33 +131,32 @@ QJsonObject DemoKlipper::objects() const
     const double progress = std::min(1.0, m_printed / m_printLength);
     const bool standby = m_state == u"standby";
     const bool heat = heating();
-    return {
-        {QStringLiteral("print_stats"),
-         QJsonObject{{QStringLiteral("state"), m_state},
-                     {QStringLiteral("filename"), standby ? QString() : file},
-                     {QStringLiteral("print_duration"), standby ? 0 : m_printed},
-                     {QStringLiteral("total_duration"), standby ? 0 : m_printed},
-                     {QStringLiteral("message"), m_state == u"error"
-                                                     ? QStringLiteral("Heater extruder not "
-                                                                      "heating at expected rate")
-                                                     : QString()},
-                     {QStringLiteral("info"),
-                      QJsonObject{{QStringLiteral("total_layer"), layers},
-                                  {QStringLiteral("current_layer"),
-                                   std::min(layers, int(progress * layers) + 1)}}}}},
-        {QStringLiteral("display_status"), QJsonObject{{QStringLiteral("progress"), progress}}},
-        {QStringLiteral("extruder"), heater(m_nozzle, heat ? nozzleTarget : 0)},
-        {QStringLiteral("heater_bed"), heater(m_bed, heat ? bedTarget : 0)},
-        {QStringLiteral("webhooks"),
-         QJsonObject{{QStringLiteral("state"),
-                      m_shutdown.isValid() ? QStringLiteral("shutdown") : QStringLiteral("ready")},
-                     {QStringLiteral("state_message"), m_shutdown.isValid()
-                                                           ? m_shutdownMessage
-                                                           : QStringLiteral("Printer is ready")}}},
-        {QStringLiteral("virtual_sdcard"),
-         QJsonObject{{QStringLiteral("progress"), progress},
-                     {QStringLiteral("is_active"), m_state == u"printing"},
-                     {QStringLiteral("file_position"), int(progress * 4'000'000)}}}};
+    return {{QStringLiteral("print_stats"),
+             QJsonObject{{QStringLiteral("state"), m_state},
+                         {QStringLiteral("filename"), standby ? QString() : file},
+                         {QStringLiteral("print_duration"), standby ? 0 : m_printed},
+                         {QStringLiteral("total_duration"), standby ? 0 : m_printed},
+                         {QStringLiteral("message"),
+                          m_state == u"error" ? QStringLiteral("Heater extruder not "
+                                                               "heating at expected rate")
+                                              : QString()},
+                         {QStringLiteral("info"),
+                          QJsonObject{{QStringLiteral("total_layer"), layers},
+                                      {QStringLiteral("current_layer"),
+                                       std::min(layers, int(progress * layers) + 1)}}}}},
+            {QStringLiteral("display_status"), QJsonObject{{QStringLiteral("progress"), progress}}},
+            {QStringLiteral("extruder"), heater(m_nozzle, heat ? nozzleTarget : 0)},
+            {QStringLiteral("heater_bed"), heater(m_bed, heat ? bedTarget : 0)},
+            {QStringLiteral("webhooks"),
+             QJsonObject{
+                 {QStringLiteral("state"),
+                  m_shutdown.isValid() ? QStringLiteral("shutdown") : QStringLiteral("ready")},
+                 {QStringLiteral("state_message"),
+                  m_shutdown.isValid() ? m_shutdownMessage : QStringLiteral("Printer is ready")}}},
+            {QStringLiteral("virtual_sdcard"),
+             QJsonObject{{QStringLiteral("progress"), progress},
+                         {QStringLiteral("is_active"), m_state == u"printing"},
+                         {QStringLiteral("file_position"), int(progress * 4'000'000)}}}};
 }
 
 void DemoKlipper::answer(Client &client, const QString &text)

@@ -79,8 +79,8 @@ private:
     const double m_printLength;
     const KlipperFault m_fault;
     const QByteArray m_apiKey;
-    QElapsedTimer m_clock;     // since the demo began
-    QElapsedTimer m_inState;   // since the print's state last changed
+    QElapsedTimer m_clock;   // since the demo began
+    QElapsedTimer m_inState; // since the print's state last changed
     QElapsedTimer m_sinceTick;
     QString m_state = QStringLiteral("printing");
     double m_printed = 0; // seconds, pauses left out
