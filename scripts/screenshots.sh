@@ -61,6 +61,15 @@ for scale in 1 2; do
     shoot "$(window '^Übersichtscam$')" camera-window-printing
     shoot "$camera" camera-window-error
     shoot "$(window '^Filamentcam$')" camera-window-turned
+    # The print's controls in a camera window's menu, which opens over the window.
+    overview=$(window '^Übersichtscam$')
+    xdotool mousemove --window "$overview" $((50 * scale)) $((30 * scale)) click 1
+    sleep 1
+    read -r left top width height < <(xwininfo -id "$overview" |
+        awk '/Absolute upper-left X/ {x=$4} /Absolute upper-left Y/ {y=$4}
+             /Width:/ {w=$2} /Height:/ {h=$2} END {print x, y, w, h}')
+    import -window root -crop "${width}x${height}+${left}+${top}" "$out/camera-menu@${scale}x.png"
+    xdotool key Escape
     xdotool windowactivate --sync "$main"
     shoot "$main" main-window
     xdotool key --window "$main" ctrl+comma
