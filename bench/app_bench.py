@@ -6,6 +6,7 @@ once reaped), memory and descriptors; the app's debug log categories, enabled on
 pictures shown and event-loop stalls. Needs a display (the bench script starts Xvfb)."""
 
 import argparse
+import collections
 import glob
 import json
 import os
@@ -33,30 +34,46 @@ def sample(pid, temporary):
     }
 
 
-def run(kestrel, address, seconds, warmup, stall_probe):
-    work = tempfile.mkdtemp(prefix="kestrel-bench-")
+Launched = collections.namedtuple("Launched", "process work temporary log_path")
+
+
+def launch(kestrel, settings, rules="", clock="boot", prefix="kestrel-bench-"):
+    """The real kestrel over a settings folder and a temporary folder of its own, with these
+    logging rules. Its log is stamped with `clock`: "boot" is the monotonic clock that the
+    stream servers record with, "process" the seconds since it started."""
+    work = tempfile.mkdtemp(prefix=prefix)
     config = os.path.join(work, "config", "Kestrel")
     temporary = os.path.join(work, "tmp")
     os.makedirs(config)
     os.makedirs(temporary)
-    with open(os.path.join(config, "settings.json"), "w") as settings:
-        json.dump({"printerIP": address, "selectedCameraIDs": [1, 2, 3], "alwaysOnTop": True},
-                  settings)
-    rules = "kestrel.pictures.debug=true"
-    if stall_probe:
-        rules += ";kestrel.eventloop.debug=true"
+    with open(os.path.join(config, "settings.json"), "w") as file:
+        json.dump(settings, file)
     environment = dict(os.environ, XDG_CONFIG_HOME=os.path.join(work, "config"), TMPDIR=temporary,
                        QT_LOGGING_RULES=rules,
-                       QT_MESSAGE_PATTERN="%{time process} %{category} %{message}")
+                       QT_MESSAGE_PATTERN=f"%{{time {clock}}} %{{category}} %{{message}}")
     log_path = os.path.join(work, "kestrel.log")
     with open(log_path, "w") as log:
         process = subprocess.Popen([kestrel], env=environment, stdout=log, stderr=log)
-        time.sleep(warmup)
-        warm = sample(process.pid, temporary)
-        time.sleep(seconds - warmup)
-        end = sample(process.pid, temporary)
-        process.send_signal(signal.SIGTERM)
-        process.wait(timeout=30)
+    return Launched(process, work, temporary, log_path)
+
+
+def stop(process):
+    process.send_signal(signal.SIGTERM)
+    process.wait(timeout=30)
+
+
+def run(kestrel, address, seconds, warmup, stall_probe):
+    rules = "kestrel.pictures.debug=true"
+    if stall_probe:
+        rules += ";kestrel.eventloop.debug=true"
+    process, work, temporary, log_path = launch(
+        kestrel, {"printerIP": address, "selectedCameraIDs": [1, 2, 3], "alwaysOnTop": True},
+        rules, clock="process")
+    time.sleep(warmup)
+    warm = sample(process.pid, temporary)
+    time.sleep(seconds - warmup)
+    end = sample(process.pid, temporary)
+    stop(process)
     shown = {}
     stalls = []
     for line in open(log_path):
@@ -73,33 +90,25 @@ def run(kestrel, address, seconds, warmup, stall_probe):
 def drag_run(kestrel, address, moves=200):
     """Drags one camera window across the screen with xdotool, one move at a time, and reads
     how late the GUI thread ran and how often the settings file was written meanwhile."""
-    work = tempfile.mkdtemp(prefix="kestrel-bench-drag-")
-    config = os.path.join(work, "config", "Kestrel")
-    os.makedirs(config)
-    with open(os.path.join(config, "settings.json"), "w") as settings:
-        json.dump({"printerIP": address, "selectedCameraIDs": [1, 2, 3]}, settings)
-    environment = dict(os.environ, XDG_CONFIG_HOME=os.path.join(work, "config"),
-                       QT_LOGGING_RULES="kestrel.eventloop.debug=true;kestrel.settings.debug=true",
-                       QT_MESSAGE_PATTERN="%{time process} %{category} %{message}")
-    log_path = os.path.join(work, "kestrel.log")
-    with open(log_path, "w") as log:
-        launched = time.monotonic()  # the log's clock starts here, give or take a millisecond
-        process = subprocess.Popen([kestrel], env=environment, stdout=log, stderr=log)
-        window = subprocess.run(["xdotool", "search", "--sync", "--onlyvisible", "--name",
-                                 "Filamentcam"], capture_output=True, text=True,
-                                timeout=30).stdout.split()[0]
-        time.sleep(3)  # past start-up, which has stalls of its own
-        started = time.monotonic() - launched
-        # About as often as a window manager reports a drag by hand: sixty times a second.
-        command = ["xdotool"]
-        for i in range(moves):
-            command += ["windowmove", "--sync", window, str(200 + 3 * i), str(150 + i),
-                        "sleep", "0.016"]
-        subprocess.run(command, check=True, timeout=120)
-        ended = time.monotonic() - launched
-        time.sleep(1.5)  # the probe reports once a second; the last write follows the drag
-        process.send_signal(signal.SIGTERM)
-        process.wait(timeout=30)
+    launched = time.monotonic()  # the log's clock starts here, give or take a millisecond
+    process, _, _, log_path = launch(
+        kestrel, {"printerIP": address, "selectedCameraIDs": [1, 2, 3]},
+        "kestrel.eventloop.debug=true;kestrel.settings.debug=true", clock="process",
+        prefix="kestrel-bench-drag-")
+    window = subprocess.run(["xdotool", "search", "--sync", "--onlyvisible", "--name",
+                             "Filamentcam"], capture_output=True, text=True,
+                            timeout=30).stdout.split()[0]
+    time.sleep(3)  # past start-up, which has stalls of its own
+    started = time.monotonic() - launched
+    # About as often as a window manager reports a drag by hand: sixty times a second.
+    command = ["xdotool"]
+    for i in range(moves):
+        command += ["windowmove", "--sync", window, str(200 + 3 * i), str(150 + i),
+                    "sleep", "0.016"]
+    subprocess.run(command, check=True, timeout=120)
+    ended = time.monotonic() - launched
+    time.sleep(1.5)  # the probe reports once a second; the last write follows the drag
+    stop(process)
     p99s, worst, writes = [], [], 0
     for line in open(log_path):
         match = re.match(r"\s*([\d.]+) kestrel\.eventloop worst stall ([\d.]+) ms, p99 ([\d.]+)",

@@ -9,35 +9,15 @@ printing, with the main window shown and no camera window open: Kestrel's CPU in
 core. Needs a display (the bench script starts Xvfb)."""
 
 import argparse
-import json
-import os
 import re
-import signal
 import subprocess
-import tempfile
-import time
 
-import app_bench
 import stream_bench
 import status_bench
 
 # The picture area of a camera window at its first size (420 x 280 less the card's padding, the
 # header and the link), which decides the DCT scale.
 PICTURE_AREA = (376, 150)
-
-
-def start_kestrel(kestrel, first, additional, rules):
-    work = tempfile.mkdtemp(prefix="kestrel-bench-printers-")
-    config = os.path.join(work, "config", "Kestrel")
-    os.makedirs(config)
-    with open(os.path.join(config, "settings.json"), "w") as file:
-        json.dump(dict(first, additionalPrinters=additional), file)
-    environment = dict(os.environ, XDG_CONFIG_HOME=os.path.join(work, "config"), TMPDIR=work,
-                       QT_LOGGING_RULES=rules,
-                       QT_MESSAGE_PATTERN="%{time boot} %{category} %{message}")
-    log_path = os.path.join(work, "kestrel.log")
-    log = open(log_path, "w")
-    return subprocess.Popen([kestrel], env=environment, stdout=log, stderr=log), work, log_path
 
 
 def camera_printers(servers):
@@ -52,30 +32,18 @@ def camera_printers(servers):
 
 
 def stream_run(kestrel, servers, seconds, warmup, stall_probe):
+    """`seconds` measured after the warm-up."""
     first, additional = camera_printers(servers)
-    rules = "kestrel.pictures.debug=true" + (";kestrel.eventloop.debug=true" if stall_probe else "")
-    process, work, log_path = start_kestrel(kestrel, first, additional, rules)
-    started = time.monotonic()
-    time.sleep(warmup)
-    warm, warm_at = app_bench.sample(process.pid, work), time.monotonic()
-    time.sleep(seconds)
-    end, end_at = app_bench.sample(process.pid, work), time.monotonic()
-    process.send_signal(signal.SIGTERM)
-    process.wait(timeout=30)
-    painted, stalls = 0, []
-    for line in open(log_path):
-        match = re.match(r"\s*([\d.]+) kestrel\.pictures http://", line)
-        if match and warm_at <= float(match.group(1)) <= end_at:
-            painted += 1
-        match = re.match(r"\s*([\d.]+) kestrel\.eventloop worst stall ([\d.]+) ms", line)
-        if match and float(match.group(1)) > started + 5:
-            stalls.append(float(match.group(2)))
+    run = stream_bench.kestrel_run(kestrel, dict(first, additionalPrinters=additional),
+                                   warmup + seconds, warmup, stall_probe)
+    painted = sum(len(times) for times in run["painted"].values())
     sent = sum(len(times) for server in servers
-               for times in server.sent_between(warm_at, end_at).values())
-    return {"cpu": (end["cpu"] - warm["cpu"]) * 1000 / painted if painted else float("nan"),
+               for times in server.sent_between(run["from"], run["to"]).values())
+    return {"cpu": (run["end"]["cpu"] - run["warm"]["cpu"]) * 1000 / painted
+            if painted else float("nan"),
             "shown": painted / sent * 100 if sent else float("nan"),
-            "rate": painted / (end_at - warm_at), "rss": end["rss_kb"] / 1024,
-            "stall": max(stalls, default=float("nan"))}
+            "rate": painted / (run["to"] - run["from"]), "rss": run["end"]["rss_kb"] / 1024,
+            "stall": run["stall"]}
 
 
 def status_run(kestrel, demo_printer, count, seconds, warmup):

@@ -6,12 +6,8 @@ demo printer standing idle, and the demo printer printing (four status updates a
 CPU is read from /proc, in percent of one core."""
 
 import argparse
-import json
-import os
 import re
-import signal
 import subprocess
-import tempfile
 import time
 
 import app_bench
@@ -29,19 +25,12 @@ def demo_printer(binary, *arguments):
 
 def kestrel_cpu(kestrel, settings, seconds, warmup):
     """Kestrel's CPU in percent of one core with these settings, after the warm-up."""
-    work = tempfile.mkdtemp(prefix="kestrel-bench-status-")
-    os.makedirs(os.path.join(work, "config", "Kestrel"))
-    with open(os.path.join(work, "config", "Kestrel", "settings.json"), "w") as file:
-        json.dump(settings, file)
-    process = subprocess.Popen([kestrel], env=dict(os.environ, XDG_CONFIG_HOME=work + "/config",
-                                                   TMPDIR=work),
-                               stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    process, _, temporary, _ = app_bench.launch(kestrel, settings, prefix="kestrel-bench-status-")
     time.sleep(warmup)
-    start = app_bench.sample(process.pid, work)["cpu"]
+    start = app_bench.sample(process.pid, temporary)["cpu"]
     time.sleep(seconds)
-    end = app_bench.sample(process.pid, work)["cpu"]
-    process.send_signal(signal.SIGTERM)
-    process.wait(timeout=30)
+    end = app_bench.sample(process.pid, temporary)["cpu"]
+    app_bench.stop(process)
     return (end - start) / seconds * 100
 
 

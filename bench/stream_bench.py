@@ -10,7 +10,6 @@ time. Needs a display (the bench script starts Xvfb)."""
 
 import argparse
 import bisect
-import json
 import os
 import re
 import signal
@@ -101,38 +100,33 @@ class StreamHandler(BaseHTTPRequestHandler):
             pass  # the viewer went away
 
 
-def kestrel_run(kestrel, address, seconds, warmup, stall_probe, streams):
-    """The real kestrel with three camera windows; the log's clock is the monotonic one the
-    stream server records with."""
-    work = tempfile.mkdtemp(prefix="kestrel-bench-stream-")
-    config = os.path.join(work, "config", "Kestrel")
-    os.makedirs(config)
+def three_cameras(address, streams):
+    """One printer's settings with its three camera windows, streaming or on snapshots."""
     settings = {"printerIP": address, "selectedCameraIDs": [1, 2, 3], "alwaysOnTop": True}
     if streams:
         settings["cameraStreamPaths"] = {str(i + 1): path for i, path in enumerate(CAMERAS)}
-    with open(os.path.join(config, "settings.json"), "w") as file:
-        json.dump(settings, file)
+    return settings
+
+
+def kestrel_run(kestrel, settings, seconds, warmup, stall_probe):
+    """The real kestrel with these settings, painting pictures from the first printer's camera
+    paths; the log's clock is the monotonic one the stream server records with."""
     rules = "kestrel.pictures.debug=true"
     if stall_probe:
         rules += ";kestrel.eventloop.debug=true"
-    environment = dict(os.environ, XDG_CONFIG_HOME=os.path.join(work, "config"),
-                       TMPDIR=work, QT_LOGGING_RULES=rules,
-                       QT_MESSAGE_PATTERN="%{time boot} %{category} %{message}")
-    log_path = os.path.join(work, "kestrel.log")
+    process, _, temporary, log_path = app_bench.launch(kestrel, settings, rules,
+                                                       prefix="kestrel-bench-stream-")
     rss = []
-    with open(log_path, "w") as log:
-        process = subprocess.Popen([kestrel], env=environment, stdout=log, stderr=log)
-        started = time.monotonic()
-        time.sleep(warmup)
-        warm = app_bench.sample(process.pid, work)
-        warm_at = time.monotonic()
-        while time.monotonic() - started < seconds:
-            time.sleep(min(10, seconds - (time.monotonic() - started)))
-            rss.append(app_bench.sample(process.pid, work)["rss_kb"])
-        end = app_bench.sample(process.pid, work)
-        end_at = time.monotonic()
-        process.send_signal(signal.SIGTERM)
-        process.wait(timeout=30)
+    started = time.monotonic()
+    time.sleep(warmup)
+    warm = app_bench.sample(process.pid, temporary)
+    warm_at = time.monotonic()
+    while time.monotonic() - started < seconds:
+        time.sleep(min(10, seconds - (time.monotonic() - started)))
+        rss.append(app_bench.sample(process.pid, temporary)["rss_kb"])
+    end = app_bench.sample(process.pid, temporary)
+    end_at = time.monotonic()
+    app_bench.stop(process)
     painted, stalls = {}, []
     for line in open(log_path):
         match = re.match(r"\s*([\d.]+) kestrel\.pictures http://[^/]+(\S+)", line)
@@ -215,19 +209,21 @@ def main():
     rows = {}
     for rate in (15, 30):
         server = serve(args.pictures, rate)
-        run = kestrel_run(args.kestrel, server.address, args.seconds, args.warmup, False, True)
+        run = kestrel_run(args.kestrel, three_cameras(server.address, True), args.seconds,
+                          args.warmup, False)
         rows[f"Kestrel, stream at {rate}/s"] = summary(
             run, server.sent_between(run["from"], run["to"]))
-        stall = kestrel_run(args.kestrel, server.address, min(args.seconds, 30),
-                            min(args.warmup, 5), True, True)
+        stall = kestrel_run(args.kestrel, three_cameras(server.address, True),
+                            min(args.seconds, 30), min(args.warmup, 5), True)
         rows[f"Kestrel, stream at {rate}/s"]["stall"] = stall["stall"]
         if rate == 15 and args.chromium:
             browser = chromium_run(args.chromium, server, args.seconds, args.warmup)
         server.shutdown()
-    snapshots = kestrel_run(args.kestrel, args.snapshots, args.seconds, args.warmup, False, False)
+    snapshots = kestrel_run(args.kestrel, three_cameras(args.snapshots, False), args.seconds,
+                            args.warmup, False)
     rows["Kestrel, snapshots"] = summary(snapshots)
-    stall = kestrel_run(args.kestrel, args.snapshots, min(args.seconds, 30), min(args.warmup, 5),
-                        True, False)
+    stall = kestrel_run(args.kestrel, three_cameras(args.snapshots, False), min(args.seconds, 30),
+                        min(args.warmup, 5), True)
     rows["Kestrel, snapshots"]["stall"] = stall["stall"]
 
     print(f"Three camera windows for {args.seconds:.0f} s each ({args.warmup:.0f} s warm-up)")
@@ -252,7 +248,7 @@ def main():
 
     if args.long:
         server = serve(args.pictures, 15)
-        run = kestrel_run(args.kestrel, server.address, args.long, 30, False, True)
+        run = kestrel_run(args.kestrel, three_cameras(server.address, True), args.long, 30, False)
         server.shutdown()
         print(f"Stream at 15/s for {args.long:.0f} s: RSS every 10 s from "
               f"{run['rss'][0] / 1024:.1f} to {run['rss'][-1] / 1024:.1f} MB "

@@ -9,6 +9,8 @@
 #include <QPointer>
 #include <QWidget>
 
+#include <algorithm>
+
 namespace kestrel {
 
 namespace {

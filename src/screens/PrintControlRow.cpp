@@ -12,6 +12,8 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include <algorithm>
+
 namespace kestrel {
 
 PrintControlRow::PrintControlRow(PrintControls &controls, QWidget *parent)
