@@ -116,9 +116,9 @@ PrintControlCall *PrintStatusClient::send(PrintControl control)
         QTimer::singleShot(0, call, [call] { call->fail(tr("Keine Verbindung zum Drucker")); });
         return call;
     }
-    auto [id, frame] = m_protocol.control(control);
+    const auto [id, frame] = m_protocol.control(control);
     m_controls.insert(id, call);
-    connect(call, &QObject::destroyed, this, [this, id] { m_controls.remove(id); });
+    connect(call, &QObject::destroyed, this, [this, number = id] { m_controls.remove(number); });
     m_socket->sendTextMessage(QString::fromUtf8(frame));
     return call;
 }
