@@ -1,67 +1,21 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "DemoKlipper.h"
 
-#include <cmath>
-
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QTcpSocket>
 #include <QUrlQuery>
 #include <QWebSocket>
 
+#include <variant>
+
 namespace kestrel::demo {
 
 namespace {
 
-const QString file = QStringLiteral("kestrel-benchy.gcode");
-constexpr int layers = 120;
-constexpr qint64 endedMs = 10000;   // a print's end shows this long before standby
-constexpr qint64 standbyMs = 10000; // and standby before the next print
-constexpr qint64 klippyDownMs = 5000;
-constexpr qint64 shutdownMs = 10000;
-const QString restartAdvice =
-    QStringLiteral("Once the underlying issue is corrected, use the\n"
-                   "\"FIRMWARE_RESTART\" command to reset the firmware, reload the\n"
-                   "config, and restart the host software.\n"
-                   "Printer is shutdown\n");
-const QString mcuShutdown =
-    QStringLiteral("MCU 'mcu' shutdown: Timer too close\n"
-                   "This often indicates a host computer overload. Check\n"
-                   "for other processes consuming excessive CPU time, high swap\n"
-                   "usage, disk errors, overheating, unstable voltage, or\n"
-                   "similar system problems on the host computer.\n") +
-    restartAdvice;
-const QString emergencyStop = QStringLiteral("Shutdown due to M112 command\n") + restartAdvice;
-
-const QStringList &controlMethods()
-{
-    static const QStringList methods{
-        QStringLiteral("printer.print.pause"), QStringLiteral("printer.print.resume"),
-        QStringLiteral("printer.print.cancel"), QStringLiteral("printer.emergency_stop"),
-        QStringLiteral("printer.firmware_restart")};
-    return methods;
-}
-
 QString frame(const QJsonObject &message)
 {
     return QString::fromUtf8(QJsonDocument(message).toJson(QJsonDocument::Compact));
-}
-
-constexpr double room = 22;
-constexpr double nozzleTarget = 215;
-constexpr double bedTarget = 60;
-
-// A heater's first-order approach to `goal`, its target or the room, with the time constant
-// `seconds`.
-double approach(double temperature, double goal, double elapsed, double seconds)
-{
-    return goal + (temperature - goal) * std::exp(-elapsed / seconds);
-}
-
-QJsonObject heater(double temperature, double target)
-{
-    return {{QStringLiteral("temperature"), std::round(temperature * 100) / 100},
-            {QStringLiteral("target"), target}};
 }
 
 QJsonObject rpcError(int code, const QString &message)
@@ -75,8 +29,8 @@ DemoKlipper::DemoKlipper(LoopbackHttpServer &printer, std::chrono::seconds print
                          KlipperFault fault, QByteArray apiKey, QObject *parent)
     : QObject(parent),
       m_server(QStringLiteral("kestrel-demo-printer"), QWebSocketServer::NonSecureMode),
-      m_printLength(double(printLength.count())), m_fault(fault), m_apiKey(std::move(apiKey)),
-      m_nozzle(room), m_bed(room)
+      m_print(double(printLength.count()), fault), m_answersControls(fault != KlipperFault::deaf),
+      m_apiKey(std::move(apiKey))
 {
     printer.setUpgradeHandler([this](QTcpSocket *socket) { m_server.handleConnection(socket); });
     connect(&m_server, &QWebSocketServer::newConnection, this, &DemoKlipper::accept);
@@ -89,20 +43,10 @@ DemoKlipper::DemoKlipper(LoopbackHttpServer &printer, std::chrono::seconds print
     });
     m_clock.start();
     m_sinceTick.start();
-    enter(fault == KlipperFault::idle ? QStringLiteral("standby") : QStringLiteral("printing"));
     m_tick.setInterval(250);
-    connect(&m_tick, &QTimer::timeout, this, &DemoKlipper::tick);
+    connect(&m_tick, &QTimer::timeout, this,
+            [this] { tell(m_print.advance(m_sinceTick.restart() / 1000.0)); });
     m_tick.start();
-}
-
-bool DemoKlipper::klippyReady() const
-{
-    return !m_down.isValid() || m_down.elapsed() >= klippyDownMs;
-}
-
-bool DemoKlipper::heating() const
-{
-    return (m_state == u"printing" || m_state == u"paused") && !m_shutdown.isValid();
 }
 
 void DemoKlipper::accept()
@@ -126,39 +70,6 @@ void DemoKlipper::accept()
     }
 }
 
-QJsonObject DemoKlipper::objects() const
-{
-    const double progress = std::min(1.0, m_printed / m_printLength);
-    const bool standby = m_state == u"standby";
-    const bool heat = heating();
-    return {{QStringLiteral("print_stats"),
-             QJsonObject{{QStringLiteral("state"), m_state},
-                         {QStringLiteral("filename"), standby ? QString() : file},
-                         {QStringLiteral("print_duration"), standby ? 0 : m_printed},
-                         {QStringLiteral("total_duration"), standby ? 0 : m_printed},
-                         {QStringLiteral("message"),
-                          m_state == u"error" ? QStringLiteral("Heater extruder not "
-                                                               "heating at expected rate")
-                                              : QString()},
-                         {QStringLiteral("info"),
-                          QJsonObject{{QStringLiteral("total_layer"), layers},
-                                      {QStringLiteral("current_layer"),
-                                       std::min(layers, int(progress * layers) + 1)}}}}},
-            {QStringLiteral("display_status"), QJsonObject{{QStringLiteral("progress"), progress}}},
-            {QStringLiteral("extruder"), heater(m_nozzle, heat ? nozzleTarget : 0)},
-            {QStringLiteral("heater_bed"), heater(m_bed, heat ? bedTarget : 0)},
-            {QStringLiteral("webhooks"),
-             QJsonObject{
-                 {QStringLiteral("state"),
-                  m_shutdown.isValid() ? QStringLiteral("shutdown") : QStringLiteral("ready")},
-                 {QStringLiteral("state_message"),
-                  m_shutdown.isValid() ? m_shutdownMessage : QStringLiteral("Printer is ready")}}},
-            {QStringLiteral("virtual_sdcard"),
-             QJsonObject{{QStringLiteral("progress"), progress},
-                         {QStringLiteral("is_active"), m_state == u"printing"},
-                         {QStringLiteral("file_position"), int(progress * 4'000'000)}}}};
-}
-
 void DemoKlipper::answer(Client &client, const QString &text)
 {
     const QJsonObject request = QJsonDocument::fromJson(text.toUtf8()).object();
@@ -175,7 +86,7 @@ void DemoKlipper::answer(Client &client, const QString &text)
             return;
         }
     }
-    if (m_fault == KlipperFault::deaf && controlMethods().contains(method))
+    if (!m_answersControls && DemoPrint::isControl(method))
         return;
     const QJsonObject answer =
         client.authorized ? answerAuthorized(client, method)
@@ -191,58 +102,24 @@ QJsonObject DemoKlipper::answerAuthorized(Client &client, const QString &method)
     if (method == u"server.connection.identify")
         return {{QStringLiteral("result"), QJsonObject{{QStringLiteral("connection_id"), 1}}}};
     if (method == u"server.info") {
-        const QString state = !klippyReady()         ? QStringLiteral("startup")
-                              : m_shutdown.isValid() ? QStringLiteral("shutdown")
-                                                     : QStringLiteral("ready");
         return {{QStringLiteral("result"),
-                 QJsonObject{{QStringLiteral("klippy_connected"), klippyReady()},
-                             {QStringLiteral("klippy_state"), state}}}};
+                 QJsonObject{{QStringLiteral("klippy_connected"), m_print.klippyReady()},
+                             {QStringLiteral("klippy_state"), m_print.klippyState()}}}};
     }
-    if (method == u"printer.objects.subscribe" && klippyReady()) {
+    if (method == u"printer.objects.subscribe" && m_print.klippyReady()) {
         client.subscribed = true;
         return {{QStringLiteral("result"),
                  QJsonObject{{QStringLiteral("eventtime"), m_clock.elapsed() / 1000.0},
-                             {QStringLiteral("status"), objects()}}}};
+                             {QStringLiteral("status"), m_print.objects()}}}};
     }
-    if (controlMethods().contains(method))
-        return control(method);
+    if (DemoPrint::isControl(method)) {
+        const auto outcome = m_print.control(method);
+        if (const auto *refusal = std::get_if<DemoPrint::Refusal>(&outcome))
+            return {{QStringLiteral("error"), rpcError(refusal->code, refusal->message)}};
+        tell(std::get<DemoPrint::News>(outcome));
+        return {{QStringLiteral("result"), QStringLiteral("ok")}};
+    }
     return {{QStringLiteral("error"), rpcError(-32601, QStringLiteral("Method not found"))}};
-}
-
-// As Klipper takes them: what does not apply to the print's state is an error, with Klipper's
-// words for it.
-QJsonObject DemoKlipper::control(const QString &method)
-{
-    const QJsonObject done{{QStringLiteral("result"), QStringLiteral("ok")}};
-    const auto refused = [](int code, const QString &why) {
-        return QJsonObject{{QStringLiteral("error"), rpcError(code, why)}};
-    };
-    if (method == u"printer.firmware_restart") {
-        restartFirmware();
-        return done;
-    }
-    if (!klippyReady())
-        return refused(503, QStringLiteral("Klippy Disconnected"));
-    if (method == u"printer.emergency_stop") {
-        if (!m_shutdown.isValid())
-            shutDown(emergencyStop, false);
-        return done;
-    }
-    if (m_shutdown.isValid())
-        return refused(400, QStringLiteral("Printer is shutdown"));
-    const bool underWay = m_state == u"printing" || m_state == u"paused";
-    if (method == u"printer.print.pause" && m_state != u"printing")
-        return refused(400, QStringLiteral("Print is not printing"));
-    if (method == u"printer.print.resume" && m_state != u"paused")
-        return refused(400, QStringLiteral("Print is not paused"));
-    if (method == u"printer.print.cancel" && !underWay)
-        return refused(400, QStringLiteral("No print in progress"));
-    enter(method == u"printer.print.pause"    ? QStringLiteral("paused")
-          : method == u"printer.print.resume" ? QStringLiteral("printing")
-                                              : QStringLiteral("cancelled"));
-    notifyAll(QStringLiteral("notify_status_update"), {objects(), m_clock.elapsed() / 1000.0},
-              true);
-    return done;
 }
 
 void DemoKlipper::notifyAll(const QString &method, const QJsonArray &params, bool subscribedOnly)
@@ -257,92 +134,25 @@ void DemoKlipper::notifyAll(const QString &method, const QJsonArray &params, boo
     }
 }
 
-void DemoKlipper::enter(const QString &state)
+// What the print brought about, as the host tells it: Klipper's going and coming, and the new
+// status to whoever subscribed.
+void DemoKlipper::tell(const DemoPrint::News &news)
 {
-    m_state = state;
-    m_inState.start();
-}
-
-void DemoKlipper::shutDown(const QString &message, bool restartsItself)
-{
-    m_shutdown.start();
-    m_shutdownMessage = message;
-    m_restartsItself = restartsItself;
-    notifyAll(QStringLiteral("notify_status_update"), {objects(), m_clock.elapsed() / 1000.0},
-              true);
-    notifyAll(QStringLiteral("notify_klippy_shutdown"), {}, false);
-}
-
-// As FIRMWARE_RESTART does: Klipper goes away, and comes back without the print it stopped.
-void DemoKlipper::restartFirmware()
-{
-    m_shutdown.invalidate();
-    enter(QStringLiteral("standby"));
-    m_down.start();
-    for (Client &client : m_clients)
-        client.subscribed = false; // the host forgets every subscription
-    notifyAll(QStringLiteral("notify_klippy_disconnected"), {}, false);
-}
-
-// Whether the heaters have reached what they are heading for, to a tenth of a degree.
-bool DemoKlipper::heatersSettled() const
-{
-    const bool heat = heating();
-    return std::abs(m_nozzle - (heat ? nozzleTarget : room)) < 0.1 &&
-           std::abs(m_bed - (heat ? bedTarget : room)) < 0.1;
-}
-
-// Four times a second: the print goes on, the heaters follow, and whoever subscribed hears of
-// it. A Klipper that stands shut down reads no heater and says nothing.
-void DemoKlipper::tick()
-{
-    const double elapsed = m_sinceTick.restart() / 1000.0;
-    if (m_shutdown.isValid()) {
-        if (m_restartsItself && m_shutdown.elapsed() >= shutdownMs)
-            restartFirmware();
+    const QJsonArray update{m_print.objects(), m_clock.elapsed() / 1000.0};
+    if (news.klippyGone) {
+        for (Client &client : m_clients)
+            client.subscribed = false; // the host forgets every subscription
+        notifyAll(QStringLiteral("notify_klippy_disconnected"), {}, false);
+    }
+    if (news.shutDown) {
+        notifyAll(QStringLiteral("notify_status_update"), update, true);
+        notifyAll(QStringLiteral("notify_klippy_shutdown"), {}, false);
         return;
     }
-    const bool heat = heating();
-    m_nozzle = approach(m_nozzle, heat ? nozzleTarget : room, elapsed, 4);
-    m_bed = approach(m_bed, heat ? bedTarget : room, elapsed, 8);
-    const QString before = m_state;
-    if (m_state == u"printing") {
-        m_printed = std::min(m_printLength, m_printed + elapsed);
-        const double progress = m_printed / m_printLength;
-        if (m_fault == KlipperFault::printError && progress >= 0.5)
-            enter(QStringLiteral("error"));
-        else if (progress >= 1.0)
-            enter(QStringLiteral("complete"));
-        if (m_fault == KlipperFault::shutdown && !m_restarted && progress >= 1.0 / 3) {
-            m_restarted = true;
-            shutDown(mcuShutdown, true);
-            return;
-        }
-        if (m_fault == KlipperFault::restart && !m_restarted && progress >= 1.0 / 3) {
-            m_restarted = true;
-            m_down.start();
-            for (Client &client : m_clients)
-                client.subscribed = false; // the host forgets every subscription
-            notifyAll(QStringLiteral("notify_klippy_disconnected"), {}, false);
-            return;
-        }
-    } else if (m_state == u"standby") {
-        if (m_fault != KlipperFault::idle && m_inState.elapsed() >= standbyMs) {
-            m_printed = 0; // the next print of the same file
-            m_restarted = false;
-            enter(QStringLiteral("printing"));
-        }
-    } else if (m_state != u"paused" && m_inState.elapsed() >= endedMs) {
-        enter(QStringLiteral("standby"));
-    }
-    if (m_down.isValid() && klippyReady()) {
-        m_down.invalidate();
+    if (news.klippyBack)
         notifyAll(QStringLiteral("notify_klippy_ready"), {}, false);
-    }
-    if (!klippyReady() || (m_state == before && m_state != u"printing" && heatersSettled()))
-        return;
-    notifyAll(QStringLiteral("notify_status_update"), {objects(), m_clock.elapsed() / 1000.0},
-              true);
+    if (news.statusChanged)
+        notifyAll(QStringLiteral("notify_status_update"), update, true);
 }
 
 std::optional<HttpReply> DemoKlipper::refusal(const HttpRequest &request) const
@@ -360,11 +170,12 @@ HttpReply DemoKlipper::metadata(const HttpRequest &request) const
     const QByteArray query =
         QUrl(QString::fromUtf8(request.path)).query(QUrl::FullyEncoded).toUtf8();
     const QUrlQuery fields(QString::fromUtf8(QByteArray(query).replace('+', ' ')));
+    const QString &file = DemoPrint::file();
     if (fields.queryItemValue(QStringLiteral("filename"), QUrl::FullyDecoded) != file)
         return HttpReply::status("HTTP/1.1 404 Not Found");
     const QJsonObject result{{QStringLiteral("filename"), file},
-                             {QStringLiteral("estimated_time"), m_printLength * 1.1},
-                             {QStringLiteral("layer_count"), layers}};
+                             {QStringLiteral("estimated_time"), m_print.printLength() * 1.1},
+                             {QStringLiteral("layer_count"), DemoPrint::layers}};
     return HttpReply::content("application/json",
                               QJsonDocument(QJsonObject{{QStringLiteral("result"), result}})
                                   .toJson(QJsonDocument::Compact));

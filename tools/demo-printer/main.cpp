@@ -107,8 +107,8 @@ HttpReply streamFor(const DemoCamera &camera, const QElapsedTimer &clock, int pe
                     QByteArray frame = frameAt(camera, clock.elapsed(), perSecond);
                     if (camera.fault == Fault::truncated)
                         frame.truncate(frame.size() / 2);
-                    QByteArray part = QByteArray("--") + streamBoundary +
-                                      "\r\nContent-Type: image/jpeg\r\n";
+                    QByteArray part =
+                        QByteArray("--") + streamBoundary + "\r\nContent-Type: image/jpeg\r\n";
                     if (camera.fault != Fault::noLength)
                         part += "Content-Length: " + QByteArray::number(frame.size()) + "\r\n";
                     return part + "\r\n" + frame + "\r\n";
@@ -121,9 +121,8 @@ HttpReply replyFor(const DemoCamera &camera, qint64 elapsedMs)
     if (const auto failed = failure(camera.fault))
         return *failed;
     const QByteArray &frame = frameAt(camera, elapsedMs, framesPerSecond);
-    return HttpReply::content("image/jpeg", camera.fault == Fault::truncated
-                                                ? frame.left(frame.size() / 2)
-                                                : frame);
+    return HttpReply::content(
+        "image/jpeg", camera.fault == Fault::truncated ? frame.left(frame.size() / 2) : frame);
 }
 
 } // namespace
@@ -138,10 +137,11 @@ int main(int argc, char *argv[])
             "nur auf 127.0.0.1. Über /websocket meldet er einen simulierten Druck, wie es\n"
             "die API eines Drucker-Hosts tut. Eine Steckdose mit Tasmota-Befehlen auf einem\n"
             "eigenen Port schaltet ihn aus und wieder ein."),
-        QStringLiteral("Rückgabewerte:\n"
-                       "  0  Beendet, oder Hilfe oder Version gezeigt.\n"
-                       "  2  Unbekannte Option, ungültiger Port, ungültige Bildrate, Druckdauer unter\n"
-                       "     10 Sekunden oder unbekannter Fehlerfall."));
+        QStringLiteral(
+            "Rückgabewerte:\n"
+            "  0  Beendet, oder Hilfe oder Version gezeigt.\n"
+            "  2  Unbekannte Option, ungültiger Port, ungültige Bildrate, Druckdauer unter\n"
+            "     10 Sekunden oder unbekannter Fehlerfall."));
     const QCommandLineOption portOption(
         QStringLiteral("port"),
         QStringLiteral("Port auf 127.0.0.1 (Vorgabe 8080, 0 für einen freien)."),
