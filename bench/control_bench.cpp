@@ -6,6 +6,7 @@
 // 100 ms gathering. It also prints the client's CPU time over the run, the print's own status
 // updates included, per control. It asserts nothing.
 
+#include "BenchFigures.h"
 #include "DemoPrinter.h"
 #include "monitor/PiStatusMonitor.h"
 #include "monitor/PrintControlCall.h"
@@ -20,28 +21,11 @@
 
 #include <sys/resource.h>
 
-#include <algorithm>
 #include <cstdio>
 
 using namespace kestrel;
-
-namespace {
-
-double percentile(QList<double> values, double fraction)
-{
-    std::sort(values.begin(), values.end());
-    return values.isEmpty() ? 0.0 : values[qsizetype(fraction * (values.size() - 1) + 0.5)];
-}
-
-double cpuMilliseconds()
-{
-    rusage usage{};
-    getrusage(RUSAGE_SELF, &usage);
-    auto ms = [](const timeval &t) { return t.tv_sec * 1000.0 + t.tv_usec / 1000.0; };
-    return ms(usage.ru_utime) + ms(usage.ru_stime);
-}
-
-} // namespace
+using bench::cpuMilliseconds;
+using bench::spread;
 
 int main(int argc, char *argv[])
 {
@@ -77,7 +61,7 @@ int main(int argc, char *argv[])
     QList<double> answered;
     QList<double> shown;
     int failed = 0;
-    const double cpuBefore = cpuMilliseconds();
+    const double cpuBefore = cpuMilliseconds(RUSAGE_SELF);
     const int rounds = parser.value(roundsOption).toInt();
     for (int round = 0; round < 2 * rounds; ++round) {
         const bool pause = round % 2 == 0;
@@ -92,14 +76,13 @@ int main(int argc, char *argv[])
         }
         shown.append(clock.nsecsElapsed() / 1e6);
     }
-    const double cpu = cpuMilliseconds() - cpuBefore;
+    const double cpu = cpuMilliseconds(RUSAGE_SELF) - cpuBefore;
 
     std::printf("Print controls against the demo printer, %d pauses and %d resumes\n", rounds,
                 rounds);
-    std::printf("  answered by the host   %7.2f ms (p90 %6.2f)\n", percentile(answered, 0.5),
-                percentile(answered, 0.9));
-    std::printf("  new state shown        %7.2f ms (p90 %6.2f), of which 100 ms gathering\n",
-                percentile(shown, 0.5), percentile(shown, 0.9));
+    std::printf("  answered by the host   %s\n", qPrintable(spread(answered)));
+    std::printf("  new state shown        %s, of which 100 ms gathering\n",
+                qPrintable(spread(shown)));
     std::printf("  client CPU per control %7.3f ms, the print's updates included\n",
                 cpu / (2 * rounds));
     std::printf("  failed                 %d\n", failed);

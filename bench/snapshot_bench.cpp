@@ -11,6 +11,7 @@
 // The server runs as a separate process (nginx, or this program with --serve), so its work is
 // not counted: a child that is still running does not show in RUSAGE_CHILDREN.
 
+#include "BenchFigures.h"
 #include "CameraPictures.h"
 #include "LoopbackHttpServer.h"
 #include "platform/ProcessRunner.h"
@@ -36,29 +37,11 @@
 #include <cstdio>
 
 using namespace kestrel;
+using bench::cpuMilliseconds;
+using bench::percentile;
+using bench::spread;
 
 namespace {
-
-double percentile(QList<double> values, double fraction)
-{
-    std::sort(values.begin(), values.end());
-    return values.isEmpty() ? 0.0 : values[qsizetype(fraction * (values.size() - 1) + 0.5)];
-}
-
-QString spread(const QList<double> &values)
-{
-    return QStringLiteral("%1 ms (p90 %2)")
-        .arg(percentile(values, 0.5), 7, 'f', 2)
-        .arg(percentile(values, 0.9), 6, 'f', 2);
-}
-
-double cpuMilliseconds(int who)
-{
-    rusage usage{};
-    getrusage(who, &usage);
-    auto ms = [](const timeval &t) { return t.tv_sec * 1000.0 + t.tv_usec / 1000.0; };
-    return ms(usage.ru_utime) + ms(usage.ru_stime);
-}
 
 template <typename T> T await(QFuture<T> future)
 {
