@@ -16,13 +16,13 @@
 
 namespace kestrel {
 
-PrintControlRow::PrintControlRow(PrintControls &controls, QWidget *parent)
-    : QWidget(parent), m_controls(controls), m_buttons(new QWidget(this)),
+PrintControlRow::PrintControlRow(Printer &printer, QWidget *parent)
+    : QWidget(parent), m_controls(new PrintControls(printer, this)), m_buttons(new QWidget(this)),
       m_failure(new QLabel(this))
 {
     auto *buttons = new QHBoxLayout(m_buttons);
     buttons->setContentsMargins(0, 0, 0, 0);
-    const QList<QAction *> &actions = controls.actions();
+    const QList<QAction *> &actions = m_controls->actions();
     for (QAction *action : actions) {
         auto *button = new QPushButton(action->text(), m_buttons);
         button->setFont(textStyles::caption());
@@ -35,7 +35,7 @@ PrintControlRow::PrintControlRow(PrintControls &controls, QWidget *parent)
         });
         button->setVisible(action->isVisible());
         // The one that cannot be undone.
-        if (action == controls.action(PrintControl::emergencyStop))
+        if (action == m_controls->action(PrintControl::emergencyStop))
             buttonStyles::makeDestructive(button);
         buttons->addWidget(button);
     }
@@ -46,7 +46,7 @@ PrintControlRow::PrintControlRow(PrintControls &controls, QWidget *parent)
     QPalette red = m_failure->palette();
     red.setColor(QPalette::WindowText, systemColors::red());
     m_failure->setPalette(red);
-    connect(&controls, &PrintControls::failureChanged, this, &PrintControlRow::refresh);
+    connect(m_controls, &PrintControls::failureChanged, this, &PrintControlRow::refresh);
 
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -58,13 +58,14 @@ PrintControlRow::PrintControlRow(PrintControls &controls, QWidget *parent)
 
 void PrintControlRow::refresh()
 {
-    const QList<QAction *> &actions = m_controls.actions();
+    const QList<QAction *> &actions = m_controls->actions();
     const bool offers = std::any_of(actions.begin(), actions.end(),
                                     [](const QAction *action) { return action->isVisible(); });
     m_buttons->setVisible(offers);
-    m_failure->setText(m_controls.failure());
-    m_failure->setVisible(!m_controls.failure().isEmpty());
-    setVisible(offers || !m_controls.failure().isEmpty());
+    const QString failure = m_controls->failure();
+    m_failure->setText(failure);
+    m_failure->setVisible(!failure.isEmpty());
+    setVisible(offers || !failure.isEmpty());
     updateGeometry();
 }
 

@@ -7,6 +7,7 @@ class QLabel;
 
 namespace kestrel {
 
+class Printer;
 class PrintControls;
 
 // The print controls as a row of buttons under the print's line, each shown only where it
@@ -17,12 +18,12 @@ class PrintControlRow : public QWidget
     Q_OBJECT
 
 public:
-    PrintControlRow(PrintControls &controls, QWidget *parent = nullptr);
+    PrintControlRow(Printer &printer, QWidget *parent = nullptr);
 
 private:
     void refresh();
 
-    PrintControls &m_controls;
+    PrintControls *m_controls;
     QWidget *m_buttons;
     QLabel *m_failure;
 };

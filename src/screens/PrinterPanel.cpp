@@ -2,7 +2,6 @@
 #include "screens/PrinterPanel.h"
 
 #include "camera/PowerOffQuestion.h"
-#include "camera/PrintControls.h"
 #include "camera/PrintLineLabel.h"
 #include "power/PowerWords.h"
 #include "power/StatusInterpretation.h"
@@ -59,7 +58,7 @@ PrinterPanel::PrinterPanel(Printer &printer, const PrinterList &printers, Style 
     layout->addWidget(m_printLine);
     m_temperatures->setVisible(false);
     layout->addWidget(m_temperatures);
-    layout->addWidget(new PrintControlRow(*new PrintControls(printer, this), this));
+    layout->addWidget(new PrintControlRow(printer, this));
     layout->addWidget(makePowerOnRow());
     if (style == Style::full) {
         layout->addWidget(m_powerState);
