@@ -17,6 +17,7 @@
 
 #include <QDirIterator>
 #include <QRegularExpression>
+#include <QScopeGuard>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -138,6 +139,8 @@ void PrinterTest::verdictFollowsTheHostsAnswer_data()
     QTest::newRow("refused") << ok << LoopbackHttpServer::closedAddress()
                              << u"curl: (7) Failed to connect to 127.0.0.1"_s;
     QTest::newRow("blank") << ok << u" \t\n "_s << u"Keine Drucker-IP eingetragen"_s;
+    // To curl a pattern; asked together with others, it must fail alone.
+    QTest::newRow("bracket") << ok << u"127.0.0.1:9["_s << u"curl: (3) "_s;
 }
 
 void PrinterTest::verdictFollowsTheHostsAnswer()
@@ -404,7 +407,7 @@ void PrinterTest::templatesSwitchTheirPlugs_data()
     const QString done = u"Szene \"Drucker\" ausgefuehrt"_s; // the scene runner runs here
     for (const QStringList &row : test::tableRows(uR"(
 tasmota-an | PASSWORT='ge heim' | {"POWER":"ON"} | GET /cm?cmnd=Power%20On&user=admin&password=ge+heim | - | - | done
-tasmota-aus | - | {"POWER":"OFF"} | GET /cm?cmnd=Power%20Off&user=admin&password= | - | - | done
+tasmota-aus | PASSWORT='a"b\c' | {"POWER":"OFF"} | GET /cm?cmnd=Power%20Off&user=admin&password=a%22b%5cc | - | - | done
 tasmota-status | - | {"POWER":"ON"} | GET /cm?cmnd=Power&user=admin&password= | - | - | Ender ist eingeschaltet
 tasmota-an, wrong password | - | 401 | GET /cm?cmnd=Power%20On&user=admin&password= | - | - | curl: (22) The requested URL returned error: 401
 tasmota-an, unknown command | - | {"Command":"Unknown"} | GET /cm?cmnd=Power%20On&user=admin&password= | - | - | Tasmota antwortet: {"Command":"Unknown"}
@@ -449,6 +452,12 @@ void PrinterTest::templatesSwitchTheirPlugs()
     configFile.write(u"\nADRESSE=http://%1\n%2\n"_s.arg(plug.address(), config).toUtf8());
     configFile.close();
     Power::write(folder.filePath(u"homeassistant.token"_s), u"t0k3n\n"_s, false);
+    // The curl the scene finds first notes its arguments, which every user of the machine can
+    // read while it runs: no password, token or key may stand there.
+    const test::FakeTool curl(power.config.path(), u"curl"_s, u"exec /usr/bin/curl \"$@\""_s);
+    const QByteArray path = qgetenv("PATH");
+    qputenv("PATH", power.config.path().toUtf8() + ':' + path);
+    const auto restorePath = qScopeGuard([&path] { qputenv("PATH", path); });
 
     const auto manager = power.start();
     if (isStatus) {
@@ -464,6 +473,10 @@ void PrinterTest::templatesSwitchTheirPlugs()
         QCOMPARE(received.headers.value(header.section(u": "_s, 0, 0).toUtf8()),
                  header.section(u": "_s, 1).toUtf8());
     QCOMPARE(received.body, body.toUtf8());
+    const QString arguments = curl.calls().value(0).join(u' ');
+    QVERIFY(!arguments.isEmpty());
+    for (const QString &secret : {u"heim"_s, u"a\"b"_s, u"t0k3n"_s, u"k3y"_s})
+        QVERIFY2(!arguments.contains(secret), qPrintable(arguments));
 }
 
 // Whatever name a scene field holds, only a file directly in the scenes folder runs, and a name

@@ -254,10 +254,13 @@ void SettingsTest::printersShareOneFile_data()
         u"-"_s, u"127.0.0.1:1,192.168.178.50,Zwei"_s,
         R"({"printerIP": "127.0.0.1:1", "additionalPrinters":
         [{"printerID": "a"}, {"printerID": "new", "printerName": "Zwei"}]})");
-    row("added to what is no array",
-        R"({"printerIP": "127.0.0.1:1", "additionalPrinters": {"a": 1}})", u"add"_s,
-        u"127.0.0.1:1,Neu"_s, R"({"printerIP": "127.0.0.1:1", "additionalPrinters":
-        [[{"a": 1}], {"printerID": "new", "printerName": "Neu", "printerIP": ""}]})");
+    row("one printer written as no list",
+        R"({"printerIP": "127.0.0.1:1", "additionalPrinters": {"printerName": "Prusa"}})", u"-"_s,
+        u"127.0.0.1:1,Prusa"_s, R"({"printerIP": "127.0.0.1:1", "additionalPrinters":
+        [{"printerName": "Prusa", "printerID": "new"}]})");
+    row("added to what is no list", R"({"printerIP": "127.0.0.1:1", "additionalPrinters": 5})",
+        u"add"_s, u"127.0.0.1:1,Neu"_s, R"({"printerIP": "127.0.0.1:1", "additionalPrinters":
+        [5, {"printerID": "new", "printerName": "Neu", "printerIP": ""}]})");
     row("removed", three, u"remove a"_s, u"Voron,127.0.0.1:3"_s,
         R"({"printerName": "Voron", "printerIP": "127.0.0.1:1",
         "additionalPrinters": [{"printerID": "b", "printerIP": "127.0.0.1:3"}]})");

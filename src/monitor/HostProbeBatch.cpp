@@ -42,15 +42,12 @@ QFuture<QList<PiReachability>> probePrinterHosts(const QString &curlPath, const 
                                                  QObject *owner)
 {
     QStringList arguments{
-        QStringLiteral("-I"),
-        QStringLiteral("-sS"),
-        QStringLiteral("--max-time"),
-        QStringLiteral("3"),
-        QStringLiteral("--http1.1"),
-        QStringLiteral("--parallel"),
-        QStringLiteral("--parallel-max"),
-        QString::number(hosts.size()),
-        QStringLiteral("-w"),
+        QStringLiteral("-I"), QStringLiteral("-sS"), QStringLiteral("--max-time"),
+        QStringLiteral("3"), QStringLiteral("--http1.1"),
+        // A "[" or "{" in one printer's address would otherwise be a pattern that ends the whole
+        // run, every other printer's probe with it.
+        QStringLiteral("--globoff"), QStringLiteral("--parallel"), QStringLiteral("--parallel-max"),
+        QString::number(hosts.size()), QStringLiteral("-w"),
         u'\n' + reportMark + QStringLiteral("%{urlnum} %{exitcode} %{http_version} %{errormsg}\n")};
     for (const QString &host : hosts)
         arguments.append(QStringLiteral("http://") + host + u'/');

@@ -154,6 +154,9 @@ QNetworkRequest PrintStatusClient::apiRequest(const QString &path) const
     const QByteArray key = printerApi::keyHeaderValue(m_settings.printerApiKey());
     if (!key.isEmpty())
         request.setRawHeader("X-Api-Key", key);
+    // Qt would copy the key to wherever a redirect points; the API never redirects its own calls.
+    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
+                         QNetworkRequest::ManualRedirectPolicy);
     return request;
 }
 

@@ -157,8 +157,7 @@ void SettingsView::refreshList()
     const QList<Printer *> &printers = m_printers.printers();
     m_list->clear();
     for (const Printer *printer : printers) {
-        const QString name = printer->settings().displayName();
-        m_list->addItem(name.isEmpty() ? tr("Drucker ohne Namen") : name);
+        m_list->addItem(printer->settings().displayName());
         connect(&printer->settings(), &PrinterSettings::changed, this, &SettingsView::refreshList,
                 Qt::UniqueConnection);
     }

@@ -18,6 +18,20 @@ const QString notifyPrintEvents = QStringLiteral("notifyPrintEvents");
 
 const QString AppSettings::additionalPrintersKey = QStringLiteral("additionalPrinters");
 
+namespace {
+
+// A value that is no list, as a person may write a single further printer, reads as a list of
+// that one value: an object is then a printer like any other, and anything else an entry that is
+// none, kept as it was.
+QVariantList entriesOf(const QVariant &stored)
+{
+    if (stored.metaType().id() == QMetaType::QVariantList)
+        return stored.toList();
+    return stored.isValid() ? QVariantList{stored} : QVariantList{};
+}
+
+} // namespace
+
 AppSettings::AppSettings(KeyValueStore &store, QObject *parent) : QObject(parent), m_store(store)
 {
     using namespace codec;
@@ -35,11 +49,10 @@ AppSettings::~AppSettings() = default;
 void AppSettings::loadAdditionalPrinters()
 {
     const QVariant stored = m_store.value(additionalPrintersKey);
-    if (stored.metaType().id() != QMetaType::QVariantList)
-        return;
-    QVariantList entries = stored.toList();
+    QVariantList entries = entriesOf(stored);
     QStringList ids;
-    bool renamed = false;
+    // Each printer's own keys are found in a list from now on.
+    bool rewrite = stored.metaType().id() != QMetaType::QVariantList;
     for (QVariant &entry : entries) {
         if (entry.metaType().id() != QMetaType::QVariantMap)
             continue;
@@ -49,11 +62,11 @@ void AppSettings::loadAdditionalPrinters()
             id = unusedPrinterID(ids);
             object.insert(PrinterEntryStore::printerIDKey, id);
             entry = object;
-            renamed = true;
+            rewrite = true;
         }
         ids.append(id);
     }
-    if (renamed)
+    if (rewrite && !ids.isEmpty())
         m_store.setValue(additionalPrintersKey, entries);
     for (const QString &id : std::as_const(ids))
         appendPrinter(id);
@@ -96,12 +109,7 @@ PrinterSettings *AppSettings::printer(const QString &printerID) const
 // before they have said which printer they mean.
 PrinterSettings &AppSettings::addPrinter(const QString &name)
 {
-    const QVariant stored = m_store.value(additionalPrintersKey);
-    // Whatever else stood under the key before stays, wrapped as the array's first entry: an
-    // entry that is no object, so it never reads as a printer of its own.
-    QVariantList entries = stored.metaType().id() == QMetaType::QVariantList ? stored.toList()
-                           : stored.isValid() ? QVariantList{QVariant(QVariantList{stored})}
-                                              : QVariantList{};
+    QVariantList entries = entriesOf(m_store.value(additionalPrintersKey));
     QStringList taken;
     for (const PrinterSettings *printer : printers())
         taken.append(printer->printerID());

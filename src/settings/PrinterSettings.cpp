@@ -72,7 +72,10 @@ void PrinterSettings::assign(T &field, T value, WillChange willChange, const QSt
 QString PrinterSettings::displayName() const
 {
     const QString name = m_printerName.trimmed();
-    return name.isEmpty() ? m_printerIP.trimmed() : name;
+    if (!name.isEmpty())
+        return name;
+    const QString address = m_printerIP.trimmed();
+    return address.isEmpty() ? tr("Drucker ohne Namen") : address;
 }
 
 void PrinterSettings::setPrinterName(QString value)

@@ -35,7 +35,7 @@ public:
 
     QString printerID() const { return m_printerID; }
     QString printerName() const { return m_printerName; }
-    // What the user calls the printer: its name, or its address while it has none.
+    // What the user calls the printer: its name, or its address while it has none; never empty.
     QString displayName() const;
 
     QString printerIP() const { return m_printerIP; }

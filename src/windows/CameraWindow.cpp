@@ -23,7 +23,7 @@ CameraWindow::CameraWindow(CameraId id, const QString &printerID)
     // there were others, so rules written then still hold.
     setWindowRole(printerID.isEmpty()
                       ? QStringLiteral("kestrel-camera-%1").arg(id)
-                      : QStringLiteral("kestrel-camera-%1-%2").arg(printerID).arg(id));
+                      : QStringLiteral("kestrel-camera-%1-%2").arg(printerID, QString::number(id)));
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     m_resizeSettled.setSingleShot(true);

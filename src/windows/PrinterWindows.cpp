@@ -158,9 +158,9 @@ void PrinterWindows::openOrUpdateWindow(const Camera &camera, bool alwaysOnTop,
         }
     }
     connect(window, &CameraWindow::closing, this, &PrinterWindows::handleWindowClosed);
-    connect(
-        window, &CameraWindow::frameChanged, &m_printer.settings(),
-        [this](CameraId id, const QRectF &frame) { m_printer.settings().saveFrame(frame, id); });
+    connect(window, &CameraWindow::frameChanged, this, [this](CameraId id, const QRectF &frame) {
+        m_printer.settings().saveFrame(frame, id);
+    });
     connect(window, &CameraWindow::framed, this, &PrinterWindows::handleFramed);
     m_windows.insert(camera.id, window);
 

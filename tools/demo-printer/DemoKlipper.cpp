@@ -23,17 +23,24 @@ QJsonObject rpcError(int code, const QString &message)
     return {{QStringLiteral("code"), code}, {QStringLiteral("message"), message}};
 }
 
+constexpr std::chrono::seconds apiDropEvery{30};
+constexpr qint64 apiDownMs = 20000;
+
 } // namespace
 
 DemoKlipper::DemoKlipper(LoopbackHttpServer &printer, std::chrono::seconds printLength,
-                         KlipperFault fault, QByteArray apiKey, QObject *parent)
+                         KlipperFault fault, DemoHost host, QObject *parent)
     : QObject(parent),
       m_server(QStringLiteral("kestrel-demo-printer"), QWebSocketServer::NonSecureMode),
       m_print(double(printLength.count()), fault), m_answersControls(fault != KlipperFault::deaf),
-      m_apiKey(std::move(apiKey))
+      m_host(std::move(host))
 {
-    printer.setUpgradeHandler([this](QTcpSocket *socket) { m_server.handleConnection(socket); });
-    connect(&m_server, &QWebSocketServer::newConnection, this, &DemoKlipper::accept);
+    printer.setUpgradeHandler([this](QTcpSocket *connection) { accept(connection); });
+    connect(&m_server, &QWebSocketServer::newConnection, this, &DemoKlipper::acceptPending);
+    if (m_host.dropsApi) {
+        connect(&m_apiDrops, &QTimer::timeout, this, &DemoKlipper::dropApi);
+        m_apiDrops.start(apiDropEvery);
+    }
     // Switched off, the host takes its connections with it.
     connect(&printer, &LoopbackHttpServer::listeningChanged, this, [this](bool on) {
         if (on)
@@ -49,24 +56,59 @@ DemoKlipper::DemoKlipper(LoopbackHttpServer &printer, std::chrono::seconds print
     m_tick.start();
 }
 
-void DemoKlipper::accept()
+// While the API is down, the web server in front of it answers for it, as nginx does.
+void DemoKlipper::accept(QTcpSocket *connection)
+{
+    if (m_apiDown.isValid() && m_apiDown.elapsed() < apiDownMs) {
+        connection->write("HTTP/1.1 502 Bad Gateway\r\nContent-Length: 0\r\n\r\n");
+        connection->disconnectFromHost();
+        return;
+    }
+    m_server.handleConnection(connection);
+}
+
+void DemoKlipper::dropApi()
+{
+    m_apiDown.start();
+    for (const Client &client : std::as_const(m_clients))
+        client.socket->abort();
+}
+
+void DemoKlipper::acceptPending()
 {
     while (QWebSocket *socket = m_server.nextPendingConnection()) {
         socket->setParent(this);
         m_clients.append(
             {socket, false,
-             m_apiKey.isEmpty() || socket->request().rawHeader("X-Api-Key") == m_apiKey});
+             m_host.apiKey.isEmpty() || socket->request().rawHeader("X-Api-Key") == m_host.apiKey});
         connect(socket, &QWebSocket::textMessageReceived, this,
-                [this, socket](const QString &text) {
-                    for (Client &client : m_clients) {
-                        if (client.socket == socket)
-                            answer(client, text);
-                    }
-                });
+                [this, socket](const QString &text) { receive(socket, text); });
         connect(socket, &QWebSocket::disconnected, this, [this, socket] {
             m_clients.removeIf([socket](const Client &client) { return client.socket == socket; });
             socket->deleteLater();
         });
+    }
+}
+
+// A control waits as long as the host is told to keep it, but for the emergency stop, which
+// Klipper carries out at once; the connection may be gone by then.
+void DemoKlipper::receive(QWebSocket *socket, const QString &text)
+{
+    const QString method =
+        QJsonDocument::fromJson(text.toUtf8()).object().value(u"method").toString();
+    if (DemoPrint::isControl(method) && method != u"printer.emergency_stop" &&
+        m_host.controlDelay.count() > 0) {
+        QTimer::singleShot(m_host.controlDelay, socket, [this, socket, text] {
+            for (Client &client : m_clients) {
+                if (client.socket == socket)
+                    answer(client, text);
+            }
+        });
+        return;
+    }
+    for (Client &client : m_clients) {
+        if (client.socket == socket)
+            answer(client, text);
     }
 }
 
@@ -78,7 +120,7 @@ void DemoKlipper::answer(Client &client, const QString &text)
                       {QStringLiteral("id"), request.value(u"id")}};
     const QJsonValue key = request.value(u"params").toObject().value(u"api_key");
     if (!client.authorized && method == u"server.connection.identify" && key.isString()) {
-        client.authorized = key.toString().toUtf8() == m_apiKey;
+        client.authorized = key.toString().toUtf8() == m_host.apiKey;
         if (!client.authorized) {
             reply.insert(QStringLiteral("error"),
                          rpcError(-32602, QStringLiteral("Invalid API Key")));
@@ -134,11 +176,31 @@ void DemoKlipper::notifyAll(const QString &method, const QJsonArray &params, boo
     }
 }
 
+// Only the fields that changed since the update before, as a host's subscription sends them.
+QJsonObject DemoKlipper::changes()
+{
+    const QJsonObject now = m_print.objects();
+    QJsonObject changed;
+    for (auto object = now.begin(); object != now.end(); ++object) {
+        const QJsonObject before = m_told.value(object.key()).toObject();
+        const QJsonObject fields = object.value().toObject();
+        QJsonObject news;
+        for (auto field = fields.begin(); field != fields.end(); ++field) {
+            if (before.value(field.key()) != field.value())
+                news.insert(field.key(), field.value());
+        }
+        if (!news.isEmpty())
+            changed.insert(object.key(), news);
+    }
+    m_told = now;
+    return changed;
+}
+
 // What the print brought about, as the host tells it: Klipper's going and coming, and the new
 // status to whoever subscribed.
 void DemoKlipper::tell(const DemoPrint::News &news)
 {
-    const QJsonArray update{m_print.objects(), m_clock.elapsed() / 1000.0};
+    const QJsonArray update{changes(), m_clock.elapsed() / 1000.0};
     if (news.klippyGone) {
         for (Client &client : m_clients)
             client.subscribed = false; // the host forgets every subscription
@@ -155,9 +217,26 @@ void DemoKlipper::tell(const DemoPrint::News &news)
         notifyAll(QStringLiteral("notify_status_update"), update, true);
 }
 
+HttpReply DemoKlipper::emergencyStop()
+{
+    if (!m_answersControls)
+        return HttpReply::with(HttpReply::Action::silent);
+    const auto outcome = m_print.control(QStringLiteral("printer.emergency_stop"));
+    HttpReply reply = HttpReply::content("application/json", R"({"result": "ok"})");
+    if (const auto *refusal = std::get_if<DemoPrint::Refusal>(&outcome)) {
+        reply.statusLine = "HTTP/1.1 " + QByteArray::number(refusal->code) + " Error";
+        reply.body = QJsonDocument(QJsonObject{{QStringLiteral("error"),
+                                                rpcError(refusal->code, refusal->message)}})
+                         .toJson(QJsonDocument::Compact);
+    } else {
+        tell(std::get<DemoPrint::News>(outcome));
+    }
+    return reply;
+}
+
 std::optional<HttpReply> DemoKlipper::refusal(const HttpRequest &request) const
 {
-    if (m_apiKey.isEmpty() || request.headers.value("x-api-key") == m_apiKey)
+    if (m_host.apiKey.isEmpty() || request.headers.value("x-api-key") == m_host.apiKey)
         return std::nullopt;
     return HttpReply{.statusLine = "HTTP/1.1 401 Unauthorized",
                      .contentType = "application/json",

@@ -102,7 +102,7 @@ QJsonObject DemoPrint::objects() const
              QJsonObject{{QStringLiteral("state"), m_state},
                          {QStringLiteral("filename"), standby ? QString() : file()},
                          {QStringLiteral("print_duration"), standby ? 0 : m_printed},
-                         {QStringLiteral("total_duration"), standby ? 0 : m_printed},
+                         {QStringLiteral("total_duration"), standby ? 0 : m_total},
                          {QStringLiteral("message"),
                           m_state == u"error" ? QStringLiteral("Heater extruder not "
                                                                "heating at expected rate")
@@ -187,6 +187,8 @@ DemoPrint::News DemoPrint::advance(double seconds)
     m_nozzle = approach(m_nozzle, heat ? nozzleTarget : room, seconds, 4);
     m_bed = approach(m_bed, heat ? bedTarget : room, seconds, 8);
     const QString before = m_state;
+    if (m_state == u"printing" || m_state == u"paused")
+        m_total += seconds;
     if (m_state == u"printing") {
         m_printed = std::min(m_printLength, m_printed + seconds);
         const double progress = m_printed / m_printLength;
@@ -206,6 +208,7 @@ DemoPrint::News DemoPrint::advance(double seconds)
     } else if (m_state == u"standby") {
         if (m_fault != KlipperFault::idle && m_inState.elapsed() >= standbyMs) {
             m_printed = 0; // the next print of the same file
+            m_total = 0;
             m_restarted = false;
             enter(QStringLiteral("printing"));
         }
@@ -217,8 +220,8 @@ DemoPrint::News DemoPrint::advance(double seconds)
         m_down.invalidate();
         news.klippyBack = true;
     }
-    news.statusChanged =
-        klippyReady() && (m_state != before || m_state == u"printing" || !heatersSettled());
+    news.statusChanged = klippyReady() && (m_state != before || m_state == u"printing" ||
+                                           m_state == u"paused" || !heatersSettled());
     return news;
 }
 

@@ -71,6 +71,7 @@ private:
     QElapsedTimer m_inState; // since the print's state last changed
     QString m_state;
     double m_printed = 0; // seconds, pauses left out
+    double m_total = 0;   // seconds since the print began, pauses included
     bool m_restarted = false;
     double m_nozzle;
     double m_bed;

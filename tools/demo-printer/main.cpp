@@ -150,7 +150,8 @@ int main(int argc, char *argv[])
         QStringLiteral("fault"),
         QStringLiteral("Lässt eine Kamera scheitern, z. B. 2=404 (404, html, truncated, stall,"
                        " nolength), oder den Druck: klippy-restart, shutdown, print-error, idle,\n"
-                       "deaf (nimmt Pause, Abbruch und Not-Aus an und antwortet nie)."),
+                       "deaf (nimmt Pause, Abbruch und Not-Aus an und antwortet nie), api-drops\n"
+                       "(die API trennt alle 30 s ihre Verbindungen und ist 20 s lang weg)."),
         QStringLiteral("kamera=fehler"));
     const QCommandLineOption printOption(
         QStringLiteral("print-seconds"),
@@ -172,6 +173,12 @@ int main(int argc, char *argv[])
                        "von Rechnern außerhalb seiner vertrauten Netze."),
         QStringLiteral("schlüssel"));
     commandLine.addOption(keyOption);
+    const QCommandLineOption delayOption(
+        QStringLiteral("control-delay-ms"),
+        QStringLiteral("So lange hält Klipper Pause, Fortsetzen und Abbruch zurück, wie beim\n"
+                       "Aufheizen (Vorgabe 0)."),
+        QStringLiteral("ms"), QStringLiteral("0"));
+    commandLine.addOption(delayOption);
     commandLine.addOption(bootOption);
     commandLine.addOption(fpsOption);
     commandLine.addOption(printOption);
@@ -204,7 +211,14 @@ int main(int argc, char *argv[])
         cameras.append({camera.snapshotPath.toUtf8(), camera.streamPath.toUtf8(),
                         kestrel::demo::renderCycle(camera, framesPerCycle)});
     auto klipperFault = kestrel::demo::KlipperFault::none;
+    kestrel::demo::DemoHost host{
+        .apiKey = commandLine.value(keyOption).toUtf8(),
+        .controlDelay = std::chrono::milliseconds(commandLine.value(delayOption).toInt())};
     for (const QString &text : commandLine.values(faultOption)) {
+        if (text == u"api-drops") {
+            host.dropsApi = true;
+            continue;
+        }
         static const QHash<QString, kestrel::demo::KlipperFault> klipperFaults{
             {QStringLiteral("klippy-restart"), kestrel::demo::KlipperFault::restart},
             {QStringLiteral("print-error"), kestrel::demo::KlipperFault::printError},
@@ -235,12 +249,14 @@ int main(int argc, char *argv[])
     }
     kestrel::LoopbackHttpServer server(nullptr, quint16(port));
     kestrel::demo::DemoKlipper klipper(server, std::chrono::seconds(printSeconds), klipperFault,
-                                       commandLine.value(keyOption).toUtf8());
+                                       host);
     server.setHandler([&](const HttpRequest &request) {
-        if (request.path.startsWith("/server/")) {
+        if (request.path.startsWith("/server/") || request.path.startsWith("/printer/")) {
             if (const auto refused = klipper.refusal(request))
                 return *refused;
         }
+        if (request.method == "POST" && request.path == "/printer/emergency_stop")
+            return klipper.emergencyStop();
         if (request.path.startsWith("/server/files/metadata?"))
             return klipper.metadata(request);
         if (request.path == "/")
