@@ -16,24 +16,30 @@
 #include "monitor/PrintStatusClient.h"
 #include "platform/MemoryKeyValueStore.h"
 #include "printers/PrinterList.h"
+#include "screens/ContentView.h"
 #include "screens/PrinterPanel.h"
+#include "screens/SettingsView.h"
 #include "settings/AppSettings.h"
 #include "settings/PrinterSettings.h"
 #include "windows/CameraWindow.h"
 #include "windows/ScreenFrames.h"
 #include "windows/WindowCoordinator.h"
 
+#include <QApplication>
 #include <QCryptographicHash>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QElapsedTimer>
 #include <QJsonDocument>
 #include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
 #include <QMenu>
 #include <QMessageBox>
 #include <QProcess>
 #include <QPushButton>
 #include <QSignalSpy>
+#include <QTcpServer>
 #include <QTcpSocket>
 #include <QTemporaryDir>
 #include <QTest>
@@ -99,6 +105,10 @@ public:
         m_web.setHandler([this, kind](const HttpRequest &request) {
             if (request.path == "/")
                 return HttpReply::content("text/html", "<html></html>");
+            if (request.path == "/printer/emergency_stop") {
+                stops.append(request);
+                return stop;
+            }
             ++connections;
             if (kind == Kind::refusesHandshake)
                 return HttpReply::status("HTTP/1.1 401 Unauthorized");
@@ -134,6 +144,8 @@ public:
 
     QString address() const { return m_web.address(); }
     int connections = 0;
+    HttpReply stop; // the answer to the API's HTTP emergency stop
+    QList<HttpRequest> stops;
 
 private:
     // The handshake done by hand: from then on nothing read is ever answered.
@@ -163,7 +175,8 @@ constexpr PrintStatusTimings quick{.askAgain = 100ms,
                                    .handshake = 300ms,
                                    .ping = 100ms,
                                    .silence = 300ms,
-                                   .controlAnswer = 2000ms};
+                                   .controlSlow = 500ms,
+                                   .controlGiveUp = 3000ms};
 
 // What came of a control: "ok", or the line the window that asked shows.
 QString outcome(PrintControlCall *call)
@@ -201,12 +214,37 @@ QStringList offered(const PrinterPanel &panel)
     return texts;
 }
 
-void choose(const CameraWindow *window, const QString &entry)
+QAction *action(const CameraWindow *window, const QString &entry)
 {
     for (QAction *action : window->content()->findChild<QMenu *>()->actions()) {
         if (action->text() == entry && action->isVisible())
-            action->trigger();
+            return action;
     }
+    return nullptr;
+}
+
+void choose(const CameraWindow *window, const QString &entry)
+{
+    if (QAction *chosen = action(window, entry))
+        chosen->trigger();
+}
+
+// Whether a label of `window` shows the text.
+bool shows(const QWidget *window, const QString &text)
+{
+    const QList<QLabel *> labels = window->findChildren<QLabel *>();
+    return std::any_of(labels.begin(), labels.end(), [&](const QLabel *label) {
+        return label->text() == text && label->isVisibleTo(window);
+    });
+}
+
+QPushButton *childWithText(const QWidget *root, const QString &text)
+{
+    for (QPushButton *button : root->findChildren<QPushButton *>()) {
+        if (button->text() == text && button->isVisibleTo(root))
+            return button;
+    }
+    return nullptr;
 }
 
 void press(const QWidget *panel, const QString &text)
@@ -255,6 +293,8 @@ private slots:
     void oneNotificationPerChange();
     void twoPrintersKeepToThemselves();
     void controlsActFromEveryWindow();
+    void emergencyStopWithoutItsConnection();
+    void aPrinterAddedInTheSettingsWorksAtOnce();
 
 private:
     QProcess m_bus;
@@ -563,10 +603,13 @@ void PrintStatusTest::twoPrintersKeepToThemselves()
     QVERIFY(screenFrames::frame(prusaCam).x() <
             screenFrames::frame(windows.window(2, u"p2"_s)).x());
 
-    const auto voronState = [&printers] { return printers.first().printStatus().status().state; };
-    QTRY_COMPARE_WITH_TIMEOUT(voronState(), State::printing, 20000);
+    // What the notifications have seen of Voron: the status as it reaches the windows.
+    State voronState = State::none;
+    connect(&printers.first().printStatus(), &PrintStatusClient::statusChanged, this,
+            [&voronState](const PrintStatus &status) { voronState = status.state; });
+    QTRY_COMPARE_WITH_TIMEOUT(voronState, State::printing, 20000);
     QVERIFY(voron.switchPower(false));
-    QTRY_COMPARE_WITH_TIMEOUT(voronState(), State::none, 20000);
+    QTRY_COMPARE_WITH_TIMEOUT(voronState, State::none, 20000);
     // The print goes on unseen and ends ten seconds after it began.
     QTRY_VERIFY_WITH_TIMEOUT(sinceVoronBegan.elapsed() > 11500, 20000);
     QVERIFY(recorder.shown.isEmpty());
@@ -578,7 +621,7 @@ void PrintStatusTest::twoPrintersKeepToThemselves()
 
     prusaCam->content()->findChild<QToolButton *>(u"powerButton"_s)->click();
     QMessageBox *alert = nullptr;
-    QTRY_VERIFY((alert = prusaCam->content()->findChild<QMessageBox *>()));
+    QTRY_VERIFY((alert = prusaCam->findChild<QMessageBox *>()));
     for (QAbstractButton *button : alert->buttons()) {
         if (alert->buttonRole(button) == QMessageBox::DestructiveRole)
             button->click();
@@ -598,16 +641,22 @@ void PrintStatusTest::twoPrintersKeepToThemselves()
     QVERIFY(daemon.unregisterService(u"org.freedesktop.Notifications"_s));
 }
 
-// Voron prints; Prusa's host takes every control and never answers. A print is paused from a
-// camera window's menu and resumed from the main window; a cancel that is dismissed sends
-// nothing, so the pause after it still finds the print; then it is cancelled. The emergency stop
-// shuts Klipper down until the firmware restart. Each control is offered only where it applies;
-// what does not apply comes back with the host's reason, and a control without an answer fails in
-// the window that asked, and only there.
+// Voron prints, and its host holds every control but the emergency stop back for a while, as
+// while a heater warms up; Prusa's host takes every control and never answers. A pause from a
+// camera window waits and then takes effect, and a resume comes from the main window. A cancel
+// that is dismissed sends nothing, so the pause after it still finds the print. Questions left
+// open stay open through "Fenster immer oben halten" and a printer added, whose card leaves the
+// others as they were; a cancel question left open while its print ended and the next print of
+// the same file began cancels nothing, and says so. The emergency stop shuts Klipper down until
+// the firmware restart, and the heaters' last readings go with Klipper. Each control is offered
+// only where it applies; what does not apply comes back with the host's reason, and a control
+// without an answer says it waits, then fails in the window that asked, and only there.
 void PrintStatusTest::controlsActFromEveryWindow()
 {
     const QString demo = QStringLiteral(KESTREL_DEMO_PRINTER_PATH);
-    const test::DemoPrinter voron(demo, {u"--boot-ms"_s, u"100"_s, u"--print-seconds"_s, u"600"_s});
+    const test::DemoPrinter voron(demo, {u"--boot-ms"_s, u"100"_s, u"--print-seconds"_s, u"600"_s,
+                                         u"--rest-seconds"_s, u"1"_s, u"--control-delay-ms"_s,
+                                         u"1500"_s});
     const test::DemoPrinter prusa(
         demo, {u"--boot-ms"_s, u"100"_s, u"--print-seconds"_s, u"600"_s, u"--fault"_s, u"deaf"_s});
     MemoryKeyValueStore store(
@@ -616,6 +665,7 @@ void PrintStatusTest::controlsActFromEveryWindow()
                     {u"selectedCameraIDs"_s, QVariantList{1}},
                     {AppSettings::additionalPrintersKey,
                      QVariantList{QVariantMap{{u"printerID"_s, u"p2"_s},
+                                              {u"printerName"_s, u"Prusa"_s},
                                               {u"printerIP"_s, prusa.address()},
                                               {u"selectedCameraIDs"_s, QVariantList{1}}}}}});
     AppSettings settings(store);
@@ -624,65 +674,222 @@ void PrintStatusTest::controlsActFromEveryWindow()
     steady.silence = 10s;
     PrinterList printers(settings, {}, nullptr, {.probeInterval = 100ms, .printStatus = steady});
     WindowCoordinator windows(printers, cameraWindowViews(settings));
+    ContentView content(printers, windows, [] {});
     Printer &printer = printers.first();
-    PrinterPanel panel(printer, printers, PrinterPanel::Style::card);
-    PrinterPanel prusaPanel(*printers.printer(u"p2"_s), printers, PrinterPanel::Style::card);
+    const QPointer<PrinterPanel> panel = content.panel();
     CameraWindow *camera = windows.window(1);
     const auto state = [&printer] { return printer.printStatus().status().state; };
 
     const QStringList printing{u"Druck pausieren"_s, u"Druck abbrechen…"_s, u"Not-Aus…"_s};
     QTRY_COMPARE_WITH_TIMEOUT(offered(camera), printing, 20000);
-    QCOMPARE(offered(panel), printing);
+    QCOMPARE(offered(*panel), printing);
     QCOMPARE(outcome(printer.printStatus().send(PrintControl::resume)),
              u"Fortsetzen fehlgeschlagen: Print is not paused"_s);
 
     choose(camera, u"Druck pausieren"_s);
+    QTRY_VERIFY_WITH_TIMEOUT(shows(camera, u"Wartet auf den Drucker …"_s), 20000);
+    QVERIFY(!action(camera, u"Druck pausieren"_s)->isEnabled());
     QTRY_COMPARE_WITH_TIMEOUT(state(), State::paused, 20000);
     const QStringList paused{u"Druck fortsetzen"_s, u"Druck abbrechen…"_s, u"Not-Aus…"_s};
     QTRY_COMPARE(offered(camera), paused);
-    QTRY_COMPARE(offered(panel), paused);
-    press(&panel, u"Druck fortsetzen"_s);
+    QTRY_COMPARE(offered(*panel), paused);
+    QVERIFY(!shows(camera, u"Wartet auf den Drucker …"_s));
+    // Pressed with the keyboard's focus on it, the button waits, then goes; the focus it had
+    // goes to a harmless one.
+    content.show();
+    content.activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&content));
+    QPushButton *resume = childWithText(panel, u"Druck fortsetzen"_s);
+    resume->setFocus();
+    QTest::keyClick(resume, Qt::Key_Space);
     // The windows offer what the state allows once it has reached them, a little after the
     // client heard of it.
     QTRY_COMPARE_WITH_TIMEOUT(offered(camera), printing, 20000);
+    QVERIFY(QApplication::focusWidget() != childWithText(panel, u"Not-Aus…"_s));
 
     choose(camera, u"Druck abbrechen…"_s);
-    const QStringList question = answer(camera->content(), u"Abbrechen"_s);
-    QCOMPARE(question.value(0), u"Druck abbrechen?"_s);
+    const QStringList question = answer(camera, u"Weiterdrucken"_s);
+    QCOMPARE(question.value(0), u"Druck auf Voron abbrechen?"_s);
     QVERIFY2(question.value(1).startsWith(u"„kestrel-benchy.gcode“ läuft seit "_s),
              qPrintable(question.value(1)));
     choose(camera, u"Druck pausieren"_s);
     QTRY_COMPARE_WITH_TIMEOUT(state(), State::paused, 20000);
-    choose(camera, u"Druck abbrechen…"_s);
-    answer(camera->content(), u"Druck abbrechen"_s);
-    QTRY_COMPARE_WITH_TIMEOUT(state(), State::cancelled, 20000);
-    QTRY_COMPARE(offered(panel), QStringList{u"Not-Aus…"_s});
 
-    press(&panel, u"Not-Aus…"_s);
-    QCOMPARE(answer(&panel, u"Not-Aus"_s).value(0), u"Not-Aus auslösen?"_s);
+    press(panel, u"Druck abbrechen…"_s);
+    choose(camera, u"Not-Aus…"_s);
+    settings.setAlwaysOnTop(!settings.alwaysOnTop());
+    settings.addPrinter(u"Mini"_s);
+    QVERIFY(content.panel(printers.printers().last()->id()));
+    QVERIFY(panel); // Voron's card is the one it was
+    // Ended elsewhere; a second of rest later the next print of the same file begins.
+    QCOMPARE(outcome(printer.printStatus().send(PrintControl::cancel)), u"ok"_s);
+    QTRY_COMPARE_WITH_TIMEOUT(state(), State::standby, 20000);
+    QTRY_COMPARE_WITH_TIMEOUT(state(), State::printing, 20000);
+    QCOMPARE(answer(&content, u"Druck abbrechen"_s).value(0), u"Druck auf Voron abbrechen?"_s);
+    QTRY_VERIFY(shows(panel, u"Nicht abgebrochen: „kestrel-benchy.gcode“ läuft nicht mehr"_s));
+    QCOMPARE(state(), State::printing);
+
+    QCOMPARE(answer(camera, u"Not-Aus"_s).value(0), u"Not-Aus für Voron auslösen?"_s);
     QTRY_COMPARE_WITH_TIMEOUT(state(), State::shutdown, 20000);
     QCOMPARE(printer.printStatus().line().text(),
              u"Klipper gestoppt: Shutdown due to M112 command"_s);
+    QVERIFY(temperatureText(printer.printStatus().status()).isEmpty());
     QTRY_COMPARE(offered(camera), (QStringList{u"Not-Aus…"_s, u"Firmware neu starten"_s}));
     choose(camera, u"Firmware neu starten"_s);
-    QTRY_COMPARE_WITH_TIMEOUT(state(), State::standby, 20000);
+    // Back without the print it stopped, and a second later on to the next.
+    QTRY_VERIFY_WITH_TIMEOUT(state() == State::standby || state() == State::printing, 20000);
 
     CameraWindow *prusaCam = windows.window(1, u"p2"_s);
     QTRY_COMPARE_WITH_TIMEOUT(offered(prusaCam), printing, 20000);
     choose(prusaCam, u"Druck pausieren"_s);
+    QTRY_VERIFY_WITH_TIMEOUT(shows(prusaCam, u"Wartet auf den Drucker …"_s), 20000);
     const QString unanswered = u"Pausieren fehlgeschlagen: Der Drucker antwortet nicht"_s;
-    const auto shows = [](const QWidget *window, const QString &text) {
-        const QList<QLabel *> labels = window->findChildren<QLabel *>();
-        return std::any_of(labels.begin(), labels.end(), [&](const QLabel *label) {
-            return label->text() == text && label->isVisibleTo(window);
-        });
-    };
-    QTRY_VERIFY_WITH_TIMEOUT(shows(prusaCam->content(), unanswered), 20000);
-    QVERIFY(!shows(&prusaPanel, unanswered));
+    QTRY_VERIFY_WITH_TIMEOUT(shows(prusaCam, unanswered), 20000);
+    QVERIFY(!shows(content.panel(u"p2"_s), unanswered));
     QVERIFY(prusa.switchPower(false));
     QTRY_VERIFY_WITH_TIMEOUT(!printers.printer(u"p2"_s)->printStatus().isConnected(), 20000);
     QCOMPARE(outcome(printers.printer(u"p2"_s)->printStatus().send(PrintControl::pause)),
              u"Pausieren fehlgeschlagen: Keine Verbindung zum Drucker"_s);
+}
+
+// The host's web server answers, its API's websocket does not: the emergency stop goes as the
+// API's HTTP call, with the key in its header, and follows no redirect to another host.
+void PrintStatusTest::emergencyStopWithoutItsConnection()
+{
+    BrokenApiHost host(BrokenApiHost::Kind::badGateway);
+    LoopbackHttpServer elsewhere;
+    host.stop = HttpReply::content("application/json", R"({"result": "ok"})");
+    MemoryKeyValueStore store({{u"printerIP"_s, host.address()}, {u"printerApiKey"_s, u"k3y"_s}});
+    PrinterSettings settings(store);
+    PiStatusMonitor monitor(settings, nullptr, 10s);
+    PrintStatusClient client(settings, monitor, nullptr, quick);
+    QTRY_COMPARE_WITH_TIMEOUT(client.status().state, State::apiUnavailable, 20000);
+    QVERIFY(!client.isConnected());
+
+    QCOMPARE(outcome(client.send(PrintControl::emergencyStop)), u"ok"_s);
+    QCOMPARE(host.stops.size(), 1);
+    QCOMPARE(host.stops[0].method, QByteArray("POST"));
+    QCOMPARE(host.stops[0].headers.value("x-api-key"), QByteArray("k3y"));
+    QVERIFY(client.stoppedHereLately());
+
+    host.stop = HttpReply{.statusLine = "HTTP/1.1 307 Temporary Redirect",
+                          .headers = "Location: http://" + elsewhere.address().toUtf8() +
+                                     "/printer/emergency_stop\r\n"};
+    QVERIFY(!outcome(client.send(PrintControl::emergencyStop)).isEmpty());
+    QVERIFY(elsewhere.requests().isEmpty());
+    host.stop = HttpReply{.statusLine = "HTTP/1.1 400 Bad Request",
+                          .contentType = "application/json",
+                          .body = R"({"error": {"code": 400, "message": "Klippy Disconnected"}})"};
+    QCOMPARE(outcome(client.send(PrintControl::emergencyStop)),
+             u"Not-Aus fehlgeschlagen: Klippy Disconnected"_s);
+}
+
+// A printer added the way a user adds one: "Drucker hinzufügen" in the settings, its API key,
+// then its address, typed key by key. Nothing reaches for a half-typed address, neither a probe
+// nor a picture nor the websocket with its key: a server at the address one key short hears
+// nothing, and curl is never given such an address. Once typing rests, the new printer's window
+// opens and its card shows the print. Its power offers nothing until its own scenes are named; a
+// scene that another printer names is warned about on both printers' pages; no other printer's
+// scene ever runs. Removing it asks first, by its name, and takes its window and its entry in
+// the file with it.
+void PrintStatusTest::aPrinterAddedInTheSettingsWorksAtOnce()
+{
+    const QString demo = QStringLiteral(KESTREL_DEMO_PRINTER_PATH);
+    const test::DemoPrinter voron(demo, {u"--boot-ms"_s, u"100"_s, u"--print-seconds"_s, u"600"_s});
+    const test::DemoPrinter prusa(demo, {u"--boot-ms"_s, u"100"_s, u"--print-seconds"_s, u"600"_s,
+                                         u"--api-key"_s, u"geheim"_s});
+    QTcpServer oneKeyShort;
+    int heardOneKeyShort = 0;
+    const int shortPort = QUrl(u"http://"_s + prusa.address()).port() / 10;
+    if (shortPort < 1024 || !oneKeyShort.listen(QHostAddress::LocalHost, quint16(shortPort)))
+        qWarning("nothing listens one key short of %s", qPrintable(prusa.address()));
+    connect(&oneKeyShort, &QTcpServer::newConnection, this, [&] { ++heardOneKeyShort; });
+    QTemporaryDir tools;
+    const test::FakeTool curl(tools.path(), u"curl"_s, u"exec /usr/bin/curl \"$@\""_s);
+    const test::FakeTool shortcuts(tools.path(), u"shortcuts"_s, u"echo ein"_s);
+    MemoryKeyValueStore store(QVariantMap{{u"printerName"_s, u"Voron"_s},
+                                          {u"printerIP"_s, voron.address()},
+                                          {u"homeKitPowerOnSceneName"_s, u"Voron an"_s},
+                                          {u"homeKitPowerOffSceneName"_s, u"Voron aus"_s},
+                                          {u"homeKitStatusShortcutName"_s, u"Voron Status"_s}});
+    AppSettings settings(store);
+    PrinterList printers(settings,
+                         {.curl = curl.path(), .shortcuts = shortcuts.path(), .sceneRunner = {}},
+                         nullptr, {.probeInterval = 200ms, .printStatus = quick});
+    WindowCoordinator windows(printers, cameraWindowViews(settings, curl.path()));
+    ContentView content(printers, windows, [] {});
+    SettingsView view(printers);
+    view.show();
+    view.activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&view));
+
+    childWithText(&view, u"Drucker hinzufügen"_s)->click();
+    const QString id = printers.printers().last()->id();
+    const auto field = [&view](const QString &name) {
+        const QList<QLineEdit *> fields = view.findChildren<QLineEdit *>();
+        return *std::find_if(fields.begin(), fields.end(), [&](const QLineEdit *field) {
+            return field->accessibleName() == name && field->isVisibleTo(&view);
+        });
+    };
+    const auto type = [](QLineEdit *into, const QString &text) {
+        into->setFocus();
+        for (const QChar key : text) {
+            QTest::keyClicks(into, QString(key));
+            QTest::qWait(20); // a quick typist; timers and answers come in between
+        }
+    };
+    type(field(u"API-Schlüssel"_s), u"geheim"_s);
+    type(field(u"IP-Adresse"_s), prusa.address());
+    QVERIFY(!windows.window(1, id)); // typing has not rested yet
+    QTRY_VERIFY_WITH_TIMEOUT(windows.window(1, id), 20000);
+    QCOMPARE(windows.window(1, id)->windowTitle(), u"Drucker 2 · Übersichtscam"_s);
+    const Printer &added = *printers.printer(id);
+    QTRY_COMPARE_WITH_TIMEOUT(added.printStatus().status().state, State::printing, 20000);
+    QVERIFY(!content.showsStartupInfo(id));
+    QCOMPARE(heardOneKeyShort, 0);
+    for (const QStringList &call : curl.calls()) {
+        for (const QString &argument : call.filter(u"http://"_s)) {
+            QVERIFY2(argument.startsWith(u"http://%1/"_s.arg(voron.address())) ||
+                         argument.startsWith(u"http://%1/"_s.arg(prusa.address())),
+                     qPrintable(argument));
+        }
+    }
+
+    PrinterPanel *card = content.panel(id);
+    QVERIFY(shows(card, u"HomeKit/Kurzbefehle: Für Drucker 2 sind noch keine Kurzbefehle "
+                        "eingetragen"_s));
+    QVERIFY(!childWithText(card, u"Drucker 2 ausschalten…"_s));
+    const QString twice =
+        u"Achtung: Auch %1 nutzt den Kurzbefehl „Voron aus“. Jeder Drucker braucht eigene "
+        "Kurzbefehle."_s;
+    type(field(u"Szene fuer Ausschalten"_s), u"Voron aus"_s);
+    QVERIFY(shows(&view, twice.arg(u"Voron"_s)));
+    auto *list = view.findChild<QListWidget *>();
+    list->setCurrentRow(0);
+    QVERIFY(shows(&view, twice.arg(u"Drucker 2"_s)));
+    QCOMPARE(field(u"Szene fuer Ausschalten"_s)->text(), u"Voron aus"_s);
+    view.grab().save(u"settings-window-printers.png"_s);
+    list->setCurrentRow(1);
+    field(u"Szene fuer Ausschalten"_s)->clear();
+    type(field(u"Szene fuer Ausschalten"_s), u"Prusa aus"_s);
+    QVERIFY(!shows(&view, twice.arg(u"Voron"_s)));
+
+    content.resize(680, 900);
+    content.grab().save(u"main-window-printers.png"_s);
+    childWithText(card, u"Drucker 2 ausschalten…"_s)->click();
+    QCOMPARE(answer(&content, u"Bis du sicher?"_s).value(1),
+             u"Der Kurzbefehl schaltet Drucker 2 aus."_s);
+    QTRY_VERIFY_WITH_TIMEOUT(shortcuts.calls().contains({u"run"_s, u"Prusa aus"_s}), 20000);
+    for (const QStringList &call : shortcuts.calls())
+        QVERIFY2(call.value(1) != u"Voron an"_s && call.value(1) != u"Voron aus"_s,
+                 qPrintable(call.join(u' ')));
+
+    childWithText(&view, u"Drucker entfernen…"_s)->click();
+    QCOMPARE(answer(&view, u"Entfernen"_s).value(0), u"Drucker „Drucker 2“ entfernen?"_s);
+    QTRY_VERIFY(!windows.window(1, id));
+    QTRY_VERIFY(!content.panel(id));
+    QTRY_COMPARE(windows.window(1)->windowTitle(), u"Übersichtscam"_s);
+    QCOMPARE(store.value(AppSettings::additionalPrintersKey), QVariant(QVariantList{}));
 }
 
 QTEST_MAIN(PrintStatusTest)

@@ -9,6 +9,7 @@
 #include "app/KestrelApp.h"
 #include "camera/CameraMenuButton.h"
 #include "camera/CameraWindowView.h"
+#include "camera/PrintControls.h"
 #include "camera/SnapshotErrorCard.h"
 #include "camera/SnapshotStreamView.h"
 #include "screens/ContentView.h"
@@ -143,7 +144,6 @@ private slots:
     void startOpensTheSelectionInOrderAndLaysOut();
     void closingDeselectsAndSavesTheFrame();
     void savedFrameOnlyForFreeCornersSnapBack();
-    void printersComeAndGoThroughTheSettings();
 
 private:
     QList<QUrl> m_opened;
@@ -477,15 +477,15 @@ void ScreensTest::cameraWindowFollowsAddressAndNames()
     three->activateWindow();
     QVERIFY(QTest::qWaitForWindowActive(three));
     QTest::keyClick(view, Qt::Key_Return);
-    QMessageBox *alert = openAlert(view);
+    QMessageBox *alert = openAlert(three); // the window's, whatever content it gets meanwhile
     QCOMPARE(alert->text(), u"Bist du sicher?"_s);
     QCOMPARE(alert->informativeText(), u"Der Kurzbefehl schaltet den Drucker aus."_s);
     QCOMPARE(alert->buttonRole(childWithText(alert, u"Bis du sicher?"_s)),
              QMessageBox::DestructiveRole);
     childWithText(alert, u"Abbrechen"_s)->click();
-    QTRY_VERIFY(!view->findChild<QMessageBox *>());
+    QTRY_VERIFY(!three->findChild<QMessageBox *>());
     view->findChild<QToolButton *>(u"powerButton"_s)->click();
-    alert = openAlert(view);
+    alert = openAlert(three);
     app.printer.setHomeKitPowerOffSceneName(u"Alles aus"_s);
     childWithText(alert, u"Bis du sicher?"_s)->click();
     const QList<QStringList> offScene{{u"run"_s, u"Alles aus"_s}};
@@ -533,7 +533,9 @@ void ScreensTest::cameraWindowInEveryState()
     QTRY_VERIFY_WITH_TIMEOUT(app.monitor.reachability() == PiReachability::reachable(), 20000);
 
     const CameraWindowEnvironment environment{app.settings, app.printers.first()};
-    CameraWindowView live(cameraCatalogue()[0], environment);
+    QWidget window; // which the print's controls belong to
+    auto &controls = *new PrintControls(app.printers.first(), &window);
+    CameraWindowView live(cameraCatalogue()[0], environment, controls);
     live.resize(436, 296);
     live.show();
     auto *stream = live.findChild<SnapshotStreamView *>();
@@ -548,7 +550,7 @@ void ScreensTest::cameraWindowInEveryState()
     QCOMPARE(frame.pixelColor(2, frame.height() / 2), QColor(Qt::black));
     QVERIFY(frame.pixelColor(frame.width() / 2, frame.height() / 2).lightness() > 200);
 
-    CameraWindowView failing(cameraCatalogue()[1], environment);
+    CameraWindowView failing(cameraCatalogue()[1], environment, controls);
     failing.resize(320, 220);
     failing.show();
     const auto *card = failing.findChild<SnapshotErrorCard *>();
@@ -582,7 +584,7 @@ void ScreensTest::cameraWindowInEveryState()
     app.printer.setPrinterIP(closedAddress);
     app.printer.setPrinterIP(closedAddress + u'/');
     QTRY_VERIFY_WITH_TIMEOUT(app.monitor.reachability().isUnreachable(), 20000);
-    CameraWindowView offline(cameraCatalogue()[2], environment);
+    CameraWindowView offline(cameraCatalogue()[2], environment, controls);
     offline.resize(320, 220);
     offline.show();
     card = offline.findChild<SnapshotErrorCard *>();
@@ -700,52 +702,6 @@ void ScreensTest::savedFrameOnlyForFreeCornersSnapBack()
     QTRY_COMPARE(app.printer.frame(3)->topLeft(), corner + QPointF(50, -30));
     app.settings.setAlwaysOnTop(true); // any watched setting
     QCOMPARE(originOf(three), corner);
-}
-
-// A printer added in the settings gets its page, its windows and a card in the main window, and
-// every window says whose it is; removing it asks first, by its name, and takes its windows and
-// its entry in the file with it.
-void ScreensTest::printersComeAndGoThroughTheSettings()
-{
-    Environment environment(u"ein"_s);
-    MemoryKeyValueStore store({{u"printerName"_s, u"Voron"_s},
-                               {u"printerIP"_s, environment.printer.address()},
-                               {u"selectedCameraIDs"_s, idList({1})}});
-    KestrelApp app(store, {.shortcuts = environment.shortcuts.path()});
-    app.mainWindow().resize(680, 720);
-    const WindowCoordinator &windows = app.windowCoordinator();
-    QCOMPARE(windows.window(1)->windowTitle(), u"Übersichtscam"_s);
-    app.openSettings();
-    SettingsView *settings = app.settingsWindow();
-    QVERIFY(!childWithText(settings, u"Drucker entfernen…"_s)->isEnabled());
-
-    childWithText(settings, u"Drucker hinzufügen"_s)->click();
-    const QString id = app.printers().printers().last()->id();
-    QLineEdit *name = childWithText<QLineEdit>(settings, u"Drucker 2"_s);
-    name->selectAll();
-    QTest::keyClicks(name, u"Prusa"_s);
-    QCOMPARE(windows.window(1)->windowTitle(), u"Voron · Übersichtscam"_s);
-    QCOMPARE(windows.window(1, id)->windowTitle(), u"Prusa · Übersichtscam"_s);
-    QCOMPARE(windows.window(1, id)->windowRole(), u"kestrel-camera-%1-1"_s.arg(id));
-    const auto cards = [&app] { return labelTexts(&app.mainWindow()); };
-    QTRY_VERIFY(cards().contains(u"Voron"_s) && cards().contains(u"Prusa"_s));
-    QTRY_COMPARE(cards().count(u"Keine Drucker-IP eingetragen"_s), 1); // the new one's, not Voron's
-    app.mainWindow().grab().save(u"main-window-printers.png"_s);
-    settings->grab().save(u"settings-window-printers.png"_s);
-
-    const auto answerRemoval = [settings](const QString &button) {
-        childWithText(settings, u"Drucker entfernen…"_s)->click();
-        QMessageBox *alert = openAlert(settings);
-        QCOMPARE(alert->text(), u"Drucker „Prusa“ entfernen?"_s);
-        childWithText(alert, button)->click();
-    };
-    answerRemoval(u"Abbrechen"_s);
-    QCOMPARE(app.printers().printers().size(), 2);
-    answerRemoval(u"Entfernen"_s);
-    QTRY_VERIFY(!windows.window(1, id));
-    QTRY_COMPARE(windows.window(1)->windowTitle(), u"Übersichtscam"_s);
-    QCOMPARE(store.value(AppSettings::additionalPrintersKey), QVariant(QVariantList{}));
-    QTRY_VERIFY(!cards().contains(u"Prusa"_s));
 }
 
 QTEST_MAIN(ScreensTest)

@@ -7,8 +7,9 @@ namespace kestrel {
 
 CameraViewFactory cameraWindowViews(AppSettings &settings, const QString &curlPath)
 {
-    return [&settings, curlPath](Printer &printer, const Camera &camera, PrinterWindows &windows) {
-        auto *view = new CameraWindowView(camera, {settings, printer, curlPath});
+    return [&settings, curlPath](Printer &printer, const Camera &camera, PrinterWindows &windows,
+                                 PrintControls &controls) {
+        auto *view = new CameraWindowView(camera, {settings, printer, curlPath}, controls);
         // Queued: switching replaces this very view, which must not happen inside its menu.
         QObject::connect(view, &CameraWindowView::cameraSwitchRequested, &windows,
                          &PrinterWindows::replaceCamera, Qt::QueuedConnection);

@@ -65,7 +65,8 @@ void KestrelApp::notifyAbout(const Printer *printer)
 {
     connect(&printer->printStatus(), &PrintStatusClient::statusChanged, m_printNotifier,
             [this, printer](const PrintStatus &status) {
-                m_printNotifier->follow(printer->settings(), status);
+                m_printNotifier->follow(printer->settings(), status,
+                                        printer->printStatus().stoppedHereLately());
             });
 }
 

@@ -38,16 +38,16 @@ constexpr qreal cardRadius = 14;
 } // namespace
 
 CameraWindowView::CameraWindowView(const Camera &camera, const CameraWindowEnvironment &environment,
-                                   QWidget *parent)
+                                   PrintControls &controls, QWidget *parent)
     : QWidget(parent), m_camera(camera), m_environment(environment),
       m_cameraMenuButton(new CameraMenuButton(camera.name, this)), m_cameraMenu(new QMenu(this)),
       m_statusDot(new StatusDot(10, this)),
       m_pictureArea(
           new PictureArea(environment.printer.monitor(), environment.curlPath, camera.fps, this)),
       m_footer(new LinkButton(systemColors::white(0.6), this)), m_caption(new QLabel(this)),
-      m_printLine(new PrintLineLabel(this)),
-      m_controls(new PrintControls(environment.printer, this)), m_controlFailure(new QLabel(this)),
-      m_pictureRate(new QLabel(this)), m_pictureRateTimer(new QTimer(this))
+      m_printLine(new PrintLineLabel(this)), m_controls(controls), m_controlNote(new QLabel(this)),
+      m_pictureRate(new QLabel(this)), m_pictureRateTimer(new QTimer(this)),
+      m_powerButton(new QToolButton(this))
 {
     setMinimumSize(320, 220);
 
@@ -62,38 +62,33 @@ CameraWindowView::CameraWindowView(const Camera &camera, const CameraWindowEnvir
     m_printLine->setFont(textStyles::caption());
     m_printLine->setStyleSheet(m_caption->styleSheet());
     titleBlock->addWidget(m_printLine);
-    m_controlFailure->setFont(textStyles::caption());
-    m_controlFailure->setWordWrap(true);
-    m_controlFailure->setStyleSheet(
-        QStringLiteral("color: %1;").arg(systemColors::red().name(QColor::HexArgb)));
-    m_controlFailure->setVisible(false);
-    connect(m_controls, &PrintControls::failureChanged, m_controlFailure,
-            [this](const QString &text) {
-                m_controlFailure->setText(text);
-                m_controlFailure->setVisible(!text.isEmpty());
-            });
-    titleBlock->addWidget(m_controlFailure);
+    m_controlNote->setFont(textStyles::caption());
+    m_controlNote->setWordWrap(true);
+    connect(&m_controls, &PrintControls::noteChanged, this, &CameraWindowView::refreshControlNote);
+    refreshControlNote();
+    titleBlock->addWidget(m_controlNote);
 
-    auto *powerButton = new QToolButton(this);
-    powerButton->setObjectName(QStringLiteral("powerButton"));
-    powerButton->setAutoRaise(true);
-    powerButton->setIcon(
+    m_powerButton->setObjectName(QStringLiteral("powerButton"));
+    m_powerButton->setAutoRaise(true);
+    m_powerButton->setIcon(
         symbols::pixmap(QStringLiteral("power"), Qt::white, 18, devicePixelRatioF()));
-    powerButton->setIconSize(QSize(18, 18));
-    powerButton->setToolTip(tr("Drucker ausschalten"));
-    powerButton->setAccessibleName(tr("Drucker ausschalten"));
-    connect(powerButton, &QToolButton::clicked, this,
-            [this] { askToPowerOff(this, m_environment.printer); });
-    // The window's default action: Return asks to switch the printer off.
+    m_powerButton->setIconSize(QSize(18, 18));
+    m_powerButton->setToolTip(tr("Drucker ausschalten"));
+    m_powerButton->setAccessibleName(tr("Drucker ausschalten"));
+    connect(m_powerButton, &QToolButton::clicked, this,
+            [this] { askToPowerOff(window(), m_environment.printer); });
+    // The window's default action: Return asks to switch the printer off, where it can.
     for (const auto key : {Qt::Key_Return, Qt::Key_Enter}) {
         auto *shortcut = new QShortcut(QKeySequence(key), this);
-        connect(shortcut, &QShortcut::activated, this,
-                [this] { askToPowerOff(this, m_environment.printer); });
+        connect(shortcut, &QShortcut::activated, this, [this] {
+            if (m_powerButton->isVisibleTo(this))
+                askToPowerOff(window(), m_environment.printer);
+        });
     }
 
     auto *header = new QHBoxLayout;
     header->addLayout(titleBlock, 1); // the print's line takes what the buttons leave
-    header->addWidget(powerButton);
+    header->addWidget(m_powerButton);
     header->addWidget(m_statusDot);
 
     m_footer->setFont(textStyles::caption2());
@@ -116,6 +111,8 @@ CameraWindowView::CameraWindowView(const Camera &camera, const CameraWindowEnvir
     connect(&environment.settings, &AppSettings::changed, this, &CameraWindowView::refresh);
     connect(&environment.printer.settings(), &PrinterSettings::changed, this,
             &CameraWindowView::refresh);
+    connect(&environment.printer.settings(), &PrinterSettings::printerIPSettled, this,
+            &CameraWindowView::refresh);
     connect(&environment.printer.monitor(), &PiStatusMonitor::reachabilityChanged, this,
             &CameraWindowView::refreshStatusDot);
     connect(&environment.printer.printStatus(), &PrintStatusClient::statusChanged, this,
@@ -123,6 +120,16 @@ CameraWindowView::CameraWindowView(const Camera &camera, const CameraWindowEnvir
     refresh();
     refreshStatusDot();
     refreshPrintStatus();
+}
+
+// A failure in red; that a control still waits, or was not sent, in the caption's white.
+void CameraWindowView::refreshControlNote()
+{
+    const PrintControls::Note note = m_controls.note();
+    m_controlNote->setText(note.text);
+    m_controlNote->setVisible(!note.text.isEmpty());
+    const QColor colour = note.isFailure ? systemColors::red() : systemColors::white(0.72);
+    m_controlNote->setStyleSheet(QStringLiteral("color: %1;").arg(colour.name(QColor::HexArgb)));
 }
 
 void CameraWindowView::refreshPrintStatus()
@@ -148,9 +155,10 @@ void CameraWindowView::refresh()
     const PrinterSettings &settings = m_environment.printer.settings();
     const QString streamPath = settings.cameraStreamPaths().value(m_camera.id);
     m_streaming = !streamPath.isEmpty();
-    m_snapshotURLs =
-        makeSnapshotURLs(settings.printerIP(), m_streaming ? streamPath : m_camera.snapshotPath);
+    m_snapshotURLs = makeSnapshotURLs(settings.watchedPrinterIP(),
+                                      m_streaming ? streamPath : m_camera.snapshotPath);
     m_caption->setText(caption(m_camera, m_streaming));
+    m_powerButton->setVisible(m_environment.printer.offersPowerOff());
     m_pictureArea->setOrientation(settings.orientation(m_camera.id));
     m_pictureArea->setAddresses(m_snapshotURLs,
                                 m_streaming ? PictureFeed::stream : PictureFeed::snapshots);
@@ -213,13 +221,13 @@ void CameraWindowView::rebuildCameraMenu()
     connect(rate, &QAction::toggled, &m_environment.settings, &AppSettings::setShowPictureRate,
             Qt::QueuedConnection);
     m_cameraMenu->addSeparator();
-    m_cameraMenu->addActions(m_controls->actions());
+    m_cameraMenu->addActions(m_controls.actions());
 }
 
 // The link shows the snapshot address but leads to the host's own page, when there is one.
 void CameraWindowView::openHostPage()
 {
-    const QString host = m_environment.printer.settings().printerIP().trimmed();
+    const QString host = m_environment.printer.settings().watchedPrinterIP().trimmed();
     const auto page = strictHttpUrl(QStringLiteral("http://") + host + u'/');
     QDesktopServices::openUrl(page ? *page : m_snapshotURLs.value(0));
 }

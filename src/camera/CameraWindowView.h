@@ -11,6 +11,7 @@
 class QLabel;
 class QMenu;
 class QTimer;
+class QToolButton;
 
 namespace kestrel {
 
@@ -32,8 +33,9 @@ class CameraWindowView : public QWidget
     Q_OBJECT
 
 public:
+    // The print's controls belong to the window, which keeps them while its content changes.
     CameraWindowView(const Camera &camera, const CameraWindowEnvironment &environment,
-                     QWidget *parent = nullptr);
+                     PrintControls &controls, QWidget *parent = nullptr);
 
     const Camera &camera() const { return m_camera; }
 
@@ -53,6 +55,7 @@ private:
     void refreshStatusDot();
     void refreshPictureRate();
     void refreshPrintStatus();
+    void refreshControlNote();
     void rebuildCameraMenu();
     void openHostPage();
 
@@ -67,10 +70,11 @@ private:
     LinkButton *m_footer;
     QLabel *m_caption;
     PrintLineLabel *m_printLine;
-    PrintControls *m_controls;
-    QLabel *m_controlFailure;
+    PrintControls &m_controls;
+    QLabel *m_controlNote;
     QLabel *m_pictureRate;
     QTimer *m_pictureRateTimer;
+    QToolButton *m_powerButton;
 };
 
 } // namespace kestrel

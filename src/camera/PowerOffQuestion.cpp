@@ -12,8 +12,11 @@ namespace kestrel {
 
 void askToPowerOff(QWidget *parent, Printer &printer)
 {
+    const QString whom = printer.isAmongSeveral()
+                             ? printer.settings().displayName()
+                             : QCoreApplication::translate("CameraWindowView", "den Drucker");
     confirmDestructive(parent, QCoreApplication::translate("CameraWindowView", "Bist du sicher?"),
-                       printer.power().words().switchesOff,
+                       printer.power().words().switchesOff.arg(whom),
                        QCoreApplication::translate("CameraWindowView", "Bis du sicher?"),
                        [printer = QPointer(&printer)] {
                            if (printer)

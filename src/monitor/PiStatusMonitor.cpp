@@ -19,15 +19,21 @@ PiStatusMonitor::PiStatusMonitor(PrinterSettings &settings, QObject *parent,
       m_batch(batch ? batch : new HostProbeBatch(std::move(curlPath), this)), m_interval(interval),
       m_network(new QNetworkAccessManager(this)), m_subscribedAddress(settings.printerIP())
 {
-    // Follows the address as announced, before it is stored: restart() reads the store and so
-    // probes the address from before the change. That lag is how the monitor has always
-    // behaved; the next change, or the next start, catches up.
-    connect(&settings, &PrinterSettings::printerIPWillChange, this, [this](const QString &address) {
-        if (address == m_subscribedAddress)
-            return;
-        m_subscribedAddress = address;
-        restart();
-    });
+    // The first printer's monitor follows the address as announced, before it is stored:
+    // restart() reads the store and so probes the address from before the change. That lag is
+    // how the monitor has always behaved; the next change, or the next start, catches up. Any
+    // other printer's follows its address once typing rests, and probes nothing half typed.
+    if (settings.isFirst()) {
+        connect(&settings, &PrinterSettings::printerIPWillChange, this,
+                [this](const QString &address) {
+                    if (address == m_subscribedAddress)
+                        return;
+                    m_subscribedAddress = address;
+                    restart();
+                });
+    } else {
+        connect(&settings, &PrinterSettings::printerIPSettled, this, &PiStatusMonitor::restart);
+    }
     // Once for the subscription's first delivery and once more directly, as the loop has always
     // been started: the first loop only sends its wake-up request before the second replaces it.
     restart();
@@ -41,7 +47,7 @@ void PiStatusMonitor::restart()
     delete m_round;
     m_round = new QObject(this);
     publish(PiReachability::checking());
-    const QString host = m_settings.printerIP().trimmed();
+    const QString host = m_settings.watchedPrinterIP().trimmed();
     QMetaObject::invokeMethod(
         this, [this, loop, host] { startLoop(loop, host); }, Qt::QueuedConnection);
 }

@@ -16,7 +16,8 @@ class PrinterSettings;
 
 // Probes the printer host every interval and publishes whether it answers HTTP.
 //
-// A loop starts at construction and again on every change of the printer address; each start
+// A loop starts at construction and again on every change of the printer address (the first
+// printer's) or once typing rests on a new one (any other printer's); each start
 // cancels the loop before it, resets to "checking", sends one wake-up request and probes at once.
 // A probe that was under way when its loop was cancelled runs to its end, but its answer is
 // dropped, so a stale result for an old address never shows.

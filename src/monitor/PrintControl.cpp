@@ -42,14 +42,14 @@ QString controlFailure(PrintControl control, const QString &why)
     return why;
 }
 
-QList<PrintControl> applicableControls(const PrintStatus &status)
+QList<PrintControl> applicableControls(const PrintStatus &status, bool hostAnswers)
 {
     using State = PrintStatus::State;
     switch (status.state) {
     case State::none:
     case State::unauthorized:
     case State::apiUnavailable:
-        return {};
+        return hostAnswers ? QList{PrintControl::emergencyStop} : QList<PrintControl>{};
     case State::printing:
         return {PrintControl::pause, PrintControl::cancel, PrintControl::emergencyStop};
     case State::paused:

@@ -26,7 +26,8 @@ QString controlFailure(PrintControl control, const QString &why);
 
 // The controls that make sense in this state, in the order they are offered: pause while
 // printing, resume while paused, cancel while either, the emergency stop whenever the host's API
-// answers, and the firmware restart while Klipper stands shut down.
-QList<PrintControl> applicableControls(const PrintStatus &status);
+// or the host itself (`hostAnswers`) answers, and the firmware restart while Klipper stands shut
+// down.
+QList<PrintControl> applicableControls(const PrintStatus &status, bool hostAnswers);
 
 } // namespace kestrel

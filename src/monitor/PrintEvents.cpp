@@ -5,7 +5,7 @@
 
 namespace kestrel {
 
-std::optional<PrintEvent> PrintEvents::next(const PrintStatus &status)
+std::optional<PrintEvent> PrintEvents::next(const PrintStatus &status, bool stoppedHere)
 {
     using State = PrintStatus::State;
     // Without a connection the print goes on unseen: what it was stays, to be compared with what
@@ -36,8 +36,12 @@ std::optional<PrintEvent> PrintEvents::next(const PrintStatus &status)
         if (wasUnderWay)
             return PrintEvent{tr("Druck abgebrochen"), file + durationText(status.printDuration)};
         break;
-    case State::error:
     case State::shutdown:
+        if (wasUnderWay && stoppedHere)
+            return PrintEvent{
+                .title = tr("Not-Aus ausgelöst"), .body = status.filename, .isOwnStop = true};
+        [[fallthrough]];
+    case State::error:
         if (wasUnderWay)
             return PrintEvent{tr("Druckfehler"), file + status.message, true};
         break;

@@ -13,6 +13,7 @@ struct PrintEvent
     QString title;
     QString body;
     bool isError = false;
+    bool isOwnStop = false; // the user's own emergency stop from Kestrel, told as such
 
     friend bool operator==(const PrintEvent &, const PrintEvent &) = default;
 };
@@ -25,7 +26,9 @@ struct PrintEvent
 class PrintEvents
 {
 public:
-    std::optional<PrintEvent> next(const PrintStatus &status);
+    // `stoppedHere`: Kestrel sent the emergency stop a moment ago, so a shutdown is the user's
+    // own doing, not a failure.
+    std::optional<PrintEvent> next(const PrintStatus &status, bool stoppedHere = false);
 
 private:
     struct Seen

@@ -13,14 +13,18 @@ PrintNotifier::PrintNotifier(const AppSettings &settings, QObject *parent)
 }
 
 // Events are counted also while notifications are off, so turning them on tells of nothing old.
-void PrintNotifier::follow(const PrinterSettings &printer, const PrintStatus &status)
+// The user's own emergency stop always names the printer it stopped.
+void PrintNotifier::follow(const PrinterSettings &printer, const PrintStatus &status,
+                           bool stoppedHere)
 {
-    const std::optional<PrintEvent> event = m_events[printer.printerID()].next(status);
+    const std::optional<PrintEvent> event = m_events[printer.printerID()].next(status, stoppedHere);
     if (!event || !m_settings.notifyPrintEvents())
         return;
-    const QString body = m_settings.printers().size() > 1
-                             ? printer.displayName() + QStringLiteral(" · ") + event->body
-                             : event->body;
+    const bool named = m_settings.printers().size() > 1 || event->isOwnStop;
+    const QString body = !named ? event->body
+                         : event->body.isEmpty()
+                             ? printer.displayName()
+                             : printer.displayName() + QStringLiteral(" · ") + event->body;
     m_notifications.notify(event->title, body,
                            event->isError ? DesktopNotifications::Urgency::critical
                                           : DesktopNotifications::Urgency::normal);

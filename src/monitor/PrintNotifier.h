@@ -21,7 +21,9 @@ class PrintNotifier : public QObject
 public:
     explicit PrintNotifier(const AppSettings &settings, QObject *parent = nullptr);
 
-    void follow(const PrinterSettings &printer, const PrintStatus &status);
+    // `stoppedHere`: Kestrel sent the printer's emergency stop a moment ago.
+    void follow(const PrinterSettings &printer, const PrintStatus &status,
+                bool stoppedHere = false);
     DesktopNotifications &notifications() { return m_notifications; }
 
 private:

@@ -77,6 +77,8 @@ PrintStatus PrintStatus::fromObjects(const QJsonObject &objects)
     status.state = stateNamed(stats.value(u"state").toString());
     status.filename = stats.value(u"filename").toString();
     status.printDuration = std::max(0.0, number(stats, u"print_duration"));
+    if (const QJsonValue total = stats.value(u"total_duration"); total.isDouble())
+        status.totalDuration = std::max(0.0, number(stats, u"total_duration"));
     status.progress = std::clamp(number(card, u"progress"), 0.0, 1.0);
     status.displayProgress =
         std::clamp(number(objects.value(u"display_status").toObject(), u"progress"), 0.0, 1.0);
@@ -166,6 +168,10 @@ PrintStatusLine printStatusLine(const PrintStatus &status, std::optional<double>
 
 QString temperatureText(const PrintStatus &status)
 {
+    // A Klipper that is down reads no heater: what it last said would stand frozen.
+    if (status.state == PrintStatus::State::shutdown ||
+        status.state == PrintStatus::State::klippyNotReady)
+        return {};
     QStringList heaters;
     if (status.nozzle)
         heaters.append(heaterText(tr("Düse"), *status.nozzle));

@@ -40,9 +40,10 @@ struct PrintStatus
 
     State state = State::none;
     QString filename;
-    double printDuration = 0;   // seconds spent printing, pauses left out
-    double progress = 0;        // 0 to 1, through the file
-    double displayProgress = 0; // 0 to 1, as the slicer's M73 says, if it does
+    double printDuration = 0;            // seconds spent printing, pauses left out
+    std::optional<double> totalDuration; // seconds since the print began, pauses included
+    double progress = 0;                 // 0 to 1, through the file
+    double displayProgress = 0;          // 0 to 1, as the slicer's M73 says, if it does
     std::optional<int> currentLayer;
     std::optional<int> totalLayers;
     QString message;
@@ -83,7 +84,8 @@ struct PrintStatusLine
 PrintStatusLine printStatusLine(const PrintStatus &status, std::optional<double> slicerEstimate);
 
 // The heaters in whole degrees: "Düse 215/215 °C · Düse 2 24 °C · Bett 60/60 °C", a heater
-// without a target of its own without one; empty for a host without heaters.
+// without a target of its own without one; empty for a host without heaters, and while Klipper
+// is shut down or not ready.
 QString temperatureText(const PrintStatus &status);
 
 } // namespace kestrel

@@ -7,14 +7,9 @@
 #include "settings/PrinterSettings.h"
 
 #include <QCoreApplication>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QNetworkAccessManager>
-#include <QNetworkReply>
+#include <QDeadlineTimer>
 #include <QRegularExpression>
 #include <QWebSocket>
-
-#include <cmath>
 
 namespace kestrel {
 
@@ -43,6 +38,11 @@ QString handshakeFailure(std::optional<int> status)
     return {};
 }
 
+qint64 steadyNowMs()
+{
+    return QDeadlineTimer::current().deadline();
+}
+
 } // namespace
 
 PrintStatusClient::PrintStatusClient(const PrinterSettings &settings,
@@ -50,7 +50,7 @@ PrintStatusClient::PrintStatusClient(const PrinterSettings &settings,
                                      PrintStatusTimings timings)
     : QObject(parent), m_settings(settings), m_timings(timings),
       m_protocol(QStringLiteral(KESTREL_VERSION), QStringLiteral(KESTREL_HOMEPAGE)),
-      m_network(new QNetworkAccessManager(this)), m_reconnectDelay(timings.reconnectFirst)
+      m_http(settings), m_reconnectDelay(timings.reconnectFirst)
 {
     m_askAgain.setSingleShot(true);
     m_askAgain.setInterval(m_timings.askAgain);
@@ -80,12 +80,15 @@ PrintStatusClient::PrintStatusClient(const PrinterSettings &settings,
     connect(&m_silence, &QTimer::timeout, this, &PrintStatusClient::connectionLost);
 
     // Another host, or another key: what was refused may now be welcome, and the old connection
-    // is to the wrong host or with the wrong key. A key changes with every keystroke, so the
-    // connection follows once typing rests; the new address comes through the host monitor.
-    connect(&settings, &PrinterSettings::printerIPWillChange, this, [this] {
+    // is to the wrong host or with the wrong key. Both change with every keystroke, so the
+    // connection follows once typing rests. Where the host monitor follows the same address, it
+    // has just begun to ask again, and says when the new host answers.
+    connect(&settings, &PrinterSettings::printerIPSettled, this, [this] {
         m_refused = false;
-        m_hostAnswers = false;
         disconnectFromHost();
+        m_reconnectDelay = m_timings.reconnectFirst;
+        if (m_hostAnswers)
+            connectToHost();
     });
     connect(&settings, &PrinterSettings::printerApiKeyWillChange, this, [this] {
         m_refused = false;
@@ -108,9 +111,39 @@ bool PrintStatusClient::isConnected() const
     return m_socket && m_socket->state() == QAbstractSocket::ConnectedState;
 }
 
+std::optional<PrintIdentity> PrintStatusClient::printUnderWay() const
+{
+    const PrintStatus current = status();
+    if (!current.isUnderWay())
+        return std::nullopt;
+    PrintIdentity print{.filename = current.filename};
+    if (current.totalDuration)
+        print.startedMs = m_statusAtMs - qint64(*current.totalDuration * 1000);
+    return print;
+}
+
+bool PrintStatusClient::stoppedHereLately() const
+{
+    return m_stopped.isValid() && m_stopped.elapsed() < 10000;
+}
+
+bool PrintStatusClient::isHeardLately() const
+{
+    return isConnected() && m_heard.isValid() &&
+           m_heard.elapsed() < (m_timings.ping * 3 / 2).count();
+}
+
 PrintControlCall *PrintStatusClient::send(PrintControl control)
 {
-    auto *call = new PrintControlCall(control, m_timings.controlAnswer, this);
+    auto *call =
+        new PrintControlCall(control, m_timings.controlSlow, m_timings.controlGiveUp, this);
+    if (control == PrintControl::emergencyStop) {
+        m_stopped.start();
+        if (!isHeardLately()) {
+            m_http.emergencyStop(call);
+            return call;
+        }
+    }
     if (!isConnected()) {
         // Failed once the caller has had the chance to listen.
         QTimer::singleShot(0, call, [call] { call->fail(tr("Keine Verbindung zum Drucker")); });
@@ -148,23 +181,11 @@ void PrintStatusClient::followHost(const PiReachability &reachability)
     connectToHost();
 }
 
-QNetworkRequest PrintStatusClient::apiRequest(const QString &path) const
-{
-    QNetworkRequest request(printerApi::url(m_settings, path).value_or(QUrl()));
-    const QByteArray key = printerApi::keyHeaderValue(m_settings.printerApiKey());
-    if (!key.isEmpty())
-        request.setRawHeader("X-Api-Key", key);
-    // Qt would copy the key to wherever a redirect points; the API never redirects its own calls.
-    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
-                         QNetworkRequest::ManualRedirectPolicy);
-    return request;
-}
-
 // What the last attempt showed (a refusal, a failure) stays until this one has news.
 void PrintStatusClient::connectToHost()
 {
     closeSocket();
-    QNetworkRequest request = apiRequest(QStringLiteral("/websocket"));
+    QNetworkRequest request = m_http.request(QStringLiteral("/websocket"));
     QUrl url = request.url();
     if (url.isEmpty())
         return;
@@ -209,8 +230,7 @@ void PrintStatusClient::closeSocket()
         socket->abort();
         socket->deleteLater();
     }
-    if (QNetworkReply *reply = std::exchange(m_estimateReply, nullptr))
-        reply->abort(); // its own handler deletes it
+    m_http.forget();
     m_estimatedFile.clear();
     m_slicerEstimate.reset();
     // Their answers would come on this connection, or not at all.
@@ -279,6 +299,7 @@ void PrintStatusClient::take(const PrintStatusProtocol::Step &step)
 
 void PrintStatusClient::heard()
 {
+    m_heard.start();
     m_silence.start();
 }
 
@@ -286,6 +307,8 @@ void PrintStatusClient::received(const QString &frame)
 {
     heard();
     const PrintStatusProtocol::Step step = m_protocol.handle(frame.toUtf8());
+    if (step.statusChanged)
+        m_statusAtMs = steadyNowMs();
     take(step);
     if (step.refused)
         refused();
@@ -304,39 +327,9 @@ void PrintStatusClient::askForEstimate()
         return;
     m_estimatedFile = current.filename;
     m_slicerEstimate.reset();
-    QNetworkRequest request = apiRequest(QStringLiteral("/server/files/metadata"));
-    QUrl url = request.url();
-    if (url.isEmpty())
-        return;
-    // Every character that could mean something in a query is encoded: a host decodes "+" as
-    // a blank.
-    url.setQuery(QStringLiteral("filename=") +
-                 QString::fromLatin1(QUrl::toPercentEncoding(current.filename)));
-    request.setUrl(url);
-    request.setTransferTimeout(5000);
-    if (QNetworkReply *previous = std::exchange(m_estimateReply, nullptr))
-        previous->abort();
-    QNetworkReply *reply = m_network->get(request);
-    m_estimateReply = reply;
-    connect(reply, &QNetworkReply::downloadProgress, reply, [reply](qint64 received) {
-        if (received > largestFrame)
-            reply->abort();
-    });
-    connect(reply, &QNetworkReply::finished, this, [this, reply] {
-        reply->deleteLater();
-        if (m_estimateReply != reply)
-            return; // aborted: a newer print, or no connection
-        m_estimateReply = nullptr;
-        const double estimate = QJsonDocument::fromJson(reply->readAll())
-                                    .object()
-                                    .value(u"result")
-                                    .toObject()
-                                    .value(u"estimated_time")
-                                    .toDouble();
-        if (reply->error() == QNetworkReply::NoError && estimate > 0 && std::isfinite(estimate)) {
-            m_slicerEstimate = estimate;
-            emit statusChanged(status());
-        }
+    m_http.askForEstimate(current.filename, [this](double estimate) {
+        m_slicerEstimate = estimate;
+        emit statusChanged(status());
     });
 }
 

@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "monitor/PrintIdentity.h"
 #include "monitor/PrintStatusProtocol.h"
+#include "monitor/PrinterHttpCalls.h"
 
 #include <QHash>
 
+#include <QElapsedTimer>
 #include <QObject>
 #include <QTimer>
 #include <QUrl>
@@ -12,9 +15,6 @@
 #include <chrono>
 #include <optional>
 
-class QNetworkAccessManager;
-class QNetworkReply;
-class QNetworkRequest;
 class QWebSocket;
 
 namespace kestrel {
@@ -27,7 +27,8 @@ class PiReachability;
 // How often to look again: for Klipper while it is not ready, for the host after a lost
 // connection (doubling up to the longest), and after the host refused the key; how long to
 // gather updates before showing them; how long a handshake may take; how often to ping an open
-// connection, and how long a silent one lives; how long a control may wait for its answer.
+// connection, and how long a silent one lives; when a control's answer is late, and when it is
+// given up.
 struct PrintStatusTimings
 {
     std::chrono::milliseconds askAgain{2000};
@@ -38,7 +39,8 @@ struct PrintStatusTimings
     std::chrono::milliseconds handshake{10000};
     std::chrono::milliseconds ping{5000};
     std::chrono::milliseconds silence{15000};
-    std::chrono::milliseconds controlAnswer{10000};
+    std::chrono::milliseconds controlSlow{10000};
+    std::chrono::milliseconds controlGiveUp{300000};
 };
 
 // What the printer is doing, from the printer host's API over its websocket, with the user's API
@@ -62,10 +64,17 @@ public:
     PrintStatusLine line() const { return printStatusLine(status(), m_slicerEstimate); }
     bool isConnected() const;
 
+    // The print under way, running or paused, as a question names it; none without one.
+    std::optional<PrintIdentity> printUnderWay() const;
+
     // Asks the host to pause, cancel and so on, over the open connection. The call says once
     // whether the host did it; it fails without a connection, when the connection goes before
     // the answer, and when none comes in time. What changes shows through the status as ever.
+    // The emergency stop takes the host API's HTTP way where the connection is down or has not
+    // been heard from lately, since the host may well answer all the same.
     PrintControlCall *send(PrintControl control);
+    // Whether Kestrel itself sent the emergency stop in the last few seconds.
+    bool stoppedHereLately() const;
 
     // Frames larger than this close the connection: no status of ours is anywhere near it.
     static constexpr qint64 largestFrame = 1024 * 1024;
@@ -88,16 +97,18 @@ private:
     void received(const QString &frame);
     void heard();
     void askForEstimate();
-    QNetworkRequest apiRequest(const QString &path) const;
+    bool isHeardLately() const;
 
     const PrinterSettings &m_settings;
     const PrintStatusTimings m_timings;
     PrintStatusProtocol m_protocol;
     QWebSocket *m_socket = nullptr;
-    QNetworkAccessManager *m_network;
-    QNetworkReply *m_estimateReply = nullptr;
+    PrinterHttpCalls m_http;
     QString m_estimatedFile;
     std::optional<double> m_slicerEstimate;
+    qint64 m_statusAtMs = 0; // when the status last changed, on the steady clock
+    QElapsedTimer m_heard;   // since the connection was last heard from
+    QElapsedTimer m_stopped; // since Kestrel's own last emergency stop
     QHash<qint64, PrintControlCall *> m_controls; // by the number of their call
     bool m_hostAnswers = false;
     bool m_refused = false; // until the key or the address changes, or a minute has passed

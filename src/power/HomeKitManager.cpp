@@ -39,6 +39,24 @@ HomeKitManager::HomeKitManager(PrinterSettings &settings, QObject *parent, QStri
     refreshStatus();
 }
 
+// A state that names the printer is told anew; nothing runs for it.
+void HomeKitManager::setPrinterName(const QString &name)
+{
+    if (name == m_printerName)
+        return;
+    const QString before = words().noStatus.arg(m_printerName);
+    m_printerName = name;
+    if (m_accessoryState == HomeKitAccessoryState::unknown(before))
+        setAccessoryState(HomeKitAccessoryState::unknown(words().noStatus.arg(m_printerName)));
+    else
+        emit accessoryStateChanged(m_accessoryState);
+}
+
+QString HomeKitManager::statusText() const
+{
+    return kestrel::statusText(m_accessoryState, m_printerName);
+}
+
 bool HomeKitManager::canPowerOn() const
 {
     return m_shortcutsAvailable && m_accessoryState.kind() != HomeKitAccessoryState::Kind::on;
@@ -62,7 +80,7 @@ void HomeKitManager::refreshStatus()
 
     const QString name = m_settings.homeKitStatusShortcutName().trimmed();
     if (name.isEmpty()) {
-        setAccessoryState(HomeKitAccessoryState::unknown(words().noStatus));
+        setAccessoryState(HomeKitAccessoryState::unknown(words().noStatus.arg(m_printerName)));
         return;
     }
 

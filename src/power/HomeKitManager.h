@@ -38,6 +38,11 @@ public:
     bool canPowerOn() const;
     // The words for what runs: shortcuts, or (without the shortcuts tool) scenes.
     const PowerWords &words() const;
+    // How the texts name the printer: "Ender" unless told otherwise.
+    QString printerName() const { return m_printerName; }
+    void setPrinterName(const QString &name);
+    // The power state as the screens show it.
+    QString statusText() const;
 
     // Checks for the tool and starts a new status query; the answer of any earlier query that
     // is still running is dropped when it arrives.
@@ -66,6 +71,7 @@ private:
     HomeKitAccessoryState m_accessoryState;
     std::optional<QString> m_actionMessage;
     bool m_shortcutsAvailable = false;
+    QString m_printerName = QStringLiteral("Ender");
     quint64 m_query = 0; // bumped by every refresh; an older query's answer is dropped
 };
 

@@ -23,12 +23,17 @@ const PowerWords &PowerWords::shortcuts()
         tr("HomeKit aktualisieren"),
         tr("Bist du sicher, dass der Raspberry Pi ueber die HomeKit-Szene ausgeschaltet werden "
            "soll?"),
-        tr("Der Kurzbefehl schaltet den Drucker aus."),
+        tr("Der Kurzbefehl schaltet %1 aus."),
+        tr("Für %1 sind noch keine Kurzbefehle eingetragen"),
+        tr("Achtung: Auch %1 nutzt den Kurzbefehl „%2“. Jeder Drucker braucht eigene "
+           "Kurzbefehle."),
         tr("Der Klipper auf dem Raspberry Pi reagiert nicht. Möchtest du ihn jetzt mit der "
            "HomeKit-Szene einstarten?"),
+        tr("Der Klipper auf dem Raspberry Pi reagiert nicht. Für %1 ist noch kein Kurzbefehl "
+           "zum Einschalten eingetragen; trage ihn in den Einstellungen ein."),
         tr("HomeKit/Kurzbefehle: "),
         tr("Die macOS Kurzbefehle-CLI ist nicht verfuegbar"),
-        tr("Kein Status-Kurzbefehl hinterlegt. Optional kann ein Kurzbefehl den Zustand von Ender "
+        tr("Kein Status-Kurzbefehl hinterlegt. Optional kann ein Kurzbefehl den Zustand von %1 "
            "als ein/aus zurueckgeben."),
         tr("Kein Kurzbefehls-Name eingetragen"),
         tr("Kurzbefehl \"%1\" ausgefuehrt"),
@@ -50,12 +55,16 @@ const PowerWords &PowerWords::scenes()
            "ausgeben."),
         tr("Status aktualisieren"),
         tr("Bist du sicher, dass der Raspberry Pi ueber die Szene ausgeschaltet werden soll?"),
-        tr("Die Szene schaltet den Drucker aus."),
+        tr("Die Szene schaltet %1 aus."),
+        tr("Für %1 sind noch keine Szenen eingetragen"),
+        tr("Achtung: Auch %1 nutzt die Szene „%2“. Jeder Drucker braucht eigene Szenen."),
         tr("Der Klipper auf dem Raspberry Pi reagiert nicht. Möchtest du ihn jetzt mit der Szene "
            "einschalten?"),
+        tr("Der Klipper auf dem Raspberry Pi reagiert nicht. Für %1 ist noch keine Szene zum "
+           "Einschalten eingetragen; trage sie in den Einstellungen ein."),
         tr("Steckdose: "),
         tr("Kestrels Szenen-Starter kestrel-scene ist nicht installiert"),
-        tr("Keine Status-Szene hinterlegt. Optional kann eine Szene den Zustand von Ender als "
+        tr("Keine Status-Szene hinterlegt. Optional kann eine Szene den Zustand von %1 als "
            "ein/aus ausgeben."),
         tr("Kein Szenen-Name eingetragen"),
         tr("Szene \"%1\" ausgefuehrt"),

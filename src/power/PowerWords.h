@@ -17,11 +17,14 @@ struct PowerWords
     QString statusHint;       // what it is to say
     QString refresh;          // the button that asks again
     QString offQuestion;      // the settings' confirmation before switching off
-    QString switchesOff;      // a camera window's confirmation before switching off
+    QString switchesOff;      // a camera window's confirmation before switching off; %1 is whom
+    QString noScenes;         // a printer without scenes of its own; %1 is the printer
+    QString sharedScene;      // another printer, %1, names the same scene, %2
     QString startQuestion;    // the start-up prompt's question
+    QString cannotStart;      // the start-up prompt without a scene to start with; %1: printer
     QString powerLine;        // the main window's line before the state
     QString toolMissing;      // no program to run
-    QString noStatus;         // no status shortcut or scene named
+    QString noStatus;         // no status shortcut or scene named; %1 is the printer
     QString noName;           // a power action without a name
     QString ran;              // a power action that worked; %1 is its name
     QString failed;           // a run that failed silently; %1 is its status

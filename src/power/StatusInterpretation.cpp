@@ -68,15 +68,16 @@ HomeKitAccessoryState interpretStatusResult(const ShortcutExecutionResult &resul
     return HomeKitAccessoryState::unknown(said.statusUnreadable);
 }
 
-QString statusText(const HomeKitAccessoryState &state)
+QString statusText(const HomeKitAccessoryState &state, const QString &printer)
 {
     switch (state.kind()) {
     case HomeKitAccessoryState::Kind::checking:
-        return QCoreApplication::translate("HomeKitManager", "Status von Ender wird geprueft");
+        return QCoreApplication::translate("HomeKitManager", "Status von %1 wird geprueft")
+            .arg(printer);
     case HomeKitAccessoryState::Kind::on:
-        return QCoreApplication::translate("HomeKitManager", "Ender ist eingeschaltet");
+        return QCoreApplication::translate("HomeKitManager", "%1 ist eingeschaltet").arg(printer);
     case HomeKitAccessoryState::Kind::off:
-        return QCoreApplication::translate("HomeKitManager", "Ender ist ausgeschaltet");
+        return QCoreApplication::translate("HomeKitManager", "%1 ist ausgeschaltet").arg(printer);
     case HomeKitAccessoryState::Kind::unknown:
     case HomeKitAccessoryState::Kind::unavailable:
         break;

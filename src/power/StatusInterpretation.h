@@ -18,7 +18,8 @@ ShortcutExecutionResult shortcutResultFromProcess(const ProcessResult &process,
 HomeKitAccessoryState interpretStatusResult(const ShortcutExecutionResult &result,
                                             const PowerWords &said);
 
-// The power state as the screens show it.
-QString statusText(const HomeKitAccessoryState &state);
+// The power state as the screens show it, naming the printer as `printer`.
+QString statusText(const HomeKitAccessoryState &state,
+                   const QString &printer = QStringLiteral("Ender"));
 
 } // namespace kestrel

@@ -9,6 +9,42 @@ Printer::Printer(PrinterSettings &settings, const ExternalTools &tools, QObject 
       m_power(settings, nullptr, tools.shortcuts, tools.sceneRunner),
       m_monitor(settings, nullptr, timings.probeInterval, tools.curl, probes),
       m_printStatus(settings, m_monitor, nullptr, timings.printStatus)
-{}
+{
+    connect(&settings, &PrinterSettings::changed, this, &Printer::nameThePower);
+}
+
+void Printer::setAmongSeveral(bool amongSeveral)
+{
+    if (std::exchange(m_amongSeveral, amongSeveral) == amongSeveral)
+        return;
+    nameThePower();
+    emit namingChanged();
+}
+
+QString Printer::nameInTexts() const
+{
+    return m_amongSeveral ? m_settings.displayName() : QStringLiteral("Ender");
+}
+
+void Printer::setSettingsShown(bool shown)
+{
+    if (std::exchange(m_settingsShown, shown) != shown)
+        emit settingsShownChanged(shown);
+}
+
+bool Printer::offersPowerOn() const
+{
+    return m_settings.isFirst() || !m_settings.homeKitPowerOnSceneName().trimmed().isEmpty();
+}
+
+bool Printer::offersPowerOff() const
+{
+    return m_settings.isFirst() || !m_settings.homeKitPowerOffSceneName().trimmed().isEmpty();
+}
+
+void Printer::nameThePower()
+{
+    m_power.setPrinterName(nameInTexts());
+}
 
 } // namespace kestrel

@@ -31,11 +31,51 @@ Printer *PrinterList::printer(const QString &id) const
     return nullptr;
 }
 
+namespace {
+
+QStringList scenesOf(const Printer &printer)
+{
+    const PrinterSettings &settings = printer.settings();
+    QStringList names;
+    for (const QString &name :
+         {settings.homeKitPowerOnSceneName(), settings.homeKitPowerOffSceneName(),
+          settings.homeKitStatusShortcutName()}) {
+        if (!name.trimmed().isEmpty() && !names.contains(name.trimmed()))
+            names.append(name.trimmed());
+    }
+    return names;
+}
+
+} // namespace
+
+QList<std::pair<const Printer *, QString>>
+PrinterList::scenesSharedWith(const Printer &printer) const
+{
+    QList<std::pair<const Printer *, QString>> shared;
+    const QStringList own = scenesOf(printer);
+    for (const Printer *other : m_printers) {
+        if (other == &printer)
+            continue;
+        for (const QString &scene : scenesOf(*other)) {
+            if (own.contains(scene))
+                shared.append({other, scene});
+        }
+    }
+    return shared;
+}
+
 void PrinterList::add(PrinterSettings *settings)
 {
     auto *printer = new Printer(*settings, m_tools, this, m_timings, &m_probes);
     m_printers.append(printer);
+    tellEachHowMany();
     emit printerAdded(printer);
+}
+
+void PrinterList::tellEachHowMany()
+{
+    for (Printer *printer : std::as_const(m_printers))
+        printer->setAmongSeveral(isSeveral());
 }
 
 void PrinterList::remove(PrinterSettings *settings)
@@ -46,6 +86,7 @@ void PrinterList::remove(PrinterSettings *settings)
     emit printerRemoving(printer);
     m_printers.removeOne(printer);
     printer->deleteLater();
+    tellEachHowMany();
 }
 
 } // namespace kestrel

@@ -31,6 +31,10 @@ public:
     // Whether windows, cards and notifications must say which printer they belong to.
     bool isSeveral() const { return m_printers.size() > 1; }
 
+    // The scenes `printer` names that another printer names too, each with that printer: both
+    // would switch the same plug.
+    QList<std::pair<const Printer *, QString>> scenesSharedWith(const Printer &printer) const;
+
 signals:
     void printerAdded(kestrel::Printer *printer);
     // While the printer still works; it is deleted on the next turn of the event loop.
@@ -39,6 +43,7 @@ signals:
 private:
     void add(PrinterSettings *settings);
     void remove(PrinterSettings *settings);
+    void tellEachHowMany();
 
     AppSettings &m_settings;
     const ExternalTools m_tools;

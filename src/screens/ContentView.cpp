@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "screens/ContentView.h"
 
+#include "camera/PrintControls.h"
 #include "printers/PrinterList.h"
 #include "screens/PrinterPanel.h"
 #include "widgets/SecondaryText.h"
@@ -12,6 +13,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
+#include <QScreen>
 #include <QScrollArea>
 #include <QVBoxLayout>
 
@@ -60,39 +62,35 @@ ContentView::ContentView(PrinterList &printers, WindowCoordinator &coordinator,
     connect(quit, &QPushButton::clicked, qApp, &QCoreApplication::quit, Qt::QueuedConnection);
     layout->addLayout(commands);
 
-    // Queued: a printer that goes is still in the list while it is announced.
-    connect(&printers, &PrinterList::printerAdded, this, &ContentView::rebuildPanels);
-    connect(&printers, &PrinterList::printerRemoving, this, &ContentView::rebuildPanels,
-            Qt::QueuedConnection);
+    for (Printer *printer : printers.printers())
+        m_controls.insert(printer, new PrintControls(*printer, this));
+    connect(&printers, &PrinterList::printerAdded, this, &ContentView::addCard);
+    connect(&printers, &PrinterList::printerRemoving, this, &ContentView::removeCard);
     rebuildPanels();
 }
 
-// A new printer or one less: every panel is made anew, since one printer and several look
-// different. Prompts that were open close with their panels.
+// One printer and several look different: going from one to the other makes every panel anew.
+// A start-up prompt that was open closes with its panel; the controls' questions stay.
 void ContentView::rebuildPanels()
 {
     while (QLayoutItem *item = m_panels->takeAt(0))
         delete item;
     delete m_shownPanels;
     m_panelList.clear();
+    m_cards = nullptr;
     if (!m_printers.isSeveral()) {
-        auto *panel = new PrinterPanel(m_printers.first(), m_printers, PrinterPanel::Style::full);
+        Printer &printer = m_printers.first();
+        auto *panel = new PrinterPanel(printer, m_printers, PrinterPanel::Style::full,
+                                       *m_controls.value(&printer));
         m_panelList.append(panel);
         m_shownPanels = panel;
     } else {
         auto *cards = new QWidget;
-        auto *list = new QVBoxLayout(cards);
-        list->setSpacing(12);
-        for (Printer *printer : m_printers.printers()) {
-            auto *frame = new QFrame(cards);
-            frame->setFrameShape(QFrame::StyledPanel);
-            auto *inside = new QVBoxLayout(frame);
-            auto *panel = new PrinterPanel(*printer, m_printers, PrinterPanel::Style::card, frame);
-            inside->addWidget(panel);
-            list->addWidget(frame);
-            m_panelList.append(panel);
-        }
-        list->addStretch();
+        m_cards = new QVBoxLayout(cards);
+        m_cards->setSpacing(12);
+        for (Printer *printer : m_printers.printers())
+            m_cards->addWidget(card(*printer));
+        m_cards->addStretch();
         auto *scroll = new QScrollArea;
         scroll->setWidget(cards);
         scroll->setWidgetResizable(true);
@@ -103,6 +101,41 @@ void ContentView::rebuildPanels()
     if (!m_printers.isSeveral())
         m_panels->addStretch();
     updateGeometry();
+}
+
+QWidget *ContentView::card(Printer &printer)
+{
+    auto *frame = new QFrame;
+    frame->setFrameShape(QFrame::StyledPanel);
+    auto *inside = new QVBoxLayout(frame);
+    auto *panel = new PrinterPanel(printer, m_printers, PrinterPanel::Style::card,
+                                   *m_controls.value(&printer), frame);
+    inside->addWidget(panel);
+    m_panelList.append(panel);
+    return frame;
+}
+
+void ContentView::addCard(Printer *printer)
+{
+    m_controls.insert(printer, new PrintControls(*printer, this));
+    if (!m_cards) {
+        rebuildPanels();
+        return;
+    }
+    m_cards->insertWidget(m_cards->count() - 1, card(*printer)); // before the stretch
+    updateGeometry();
+}
+
+// The printer is still in the list while it is announced.
+void ContentView::removeCard(Printer *printer)
+{
+    if (PrinterPanel *gone = panel(printer->id())) {
+        m_panelList.removeOne(gone);
+        delete gone->parentWidget(); // its card
+    }
+    delete m_controls.take(printer);
+    if (m_printers.printers().size() == 2)
+        QMetaObject::invokeMethod(this, &ContentView::rebuildPanels, Qt::QueuedConnection);
 }
 
 PrinterPanel *ContentView::panel(const QString &printerID) const
@@ -127,6 +160,26 @@ QSize ContentView::minimumSizeHint() const
         return smallest; // the cards scroll
     const int width = std::max(this->width(), smallest.width());
     return {smallest.width(), std::max(smallest.height(), layout()->totalHeightForWidth(width))};
+}
+
+// With several printers, three cards' worth where the screen allows; the others scroll. The
+// window's title bar and menu bar come on top of the content.
+QSize ContentView::sizeHint() const
+{
+    const QSize hint = QWidget::sizeHint();
+    if (!m_cards)
+        return hint;
+    const int shown = std::min(3, m_cards->count() - 1); // the stretch is no card
+    int cards = m_cards->contentsMargins().top() + m_cards->contentsMargins().bottom() +
+                m_cards->spacing() * std::max(0, shown - 1);
+    for (int i = 0; i < shown; ++i)
+        cards += m_cards->itemAt(i)->sizeHint().height();
+    int height = hint.height() - m_shownPanels->sizeHint().height() + cards;
+    if (const QScreen *shownOn = screen()) {
+        constexpr int windowChrome = 80;
+        height = std::min(height, shownOn->availableGeometry().height() - windowChrome);
+    }
+    return {hint.width(), std::max(height, minimumSizeHint().height())};
 }
 
 void ContentView::showEvent(QShowEvent *)

@@ -11,6 +11,7 @@ QLineEdit *boundField(QObject *context, const QString &label, QFormLayout *into,
 {
     auto *field = new QLineEdit;
     field->setClearButtonEnabled(false);
+    field->setAccessibleName(label); // what a screen reader, and a test, finds it by
     QObject::connect(field, &QLineEdit::textEdited, context, std::move(assign));
     into->addRow(label, field);
     return field;

@@ -12,7 +12,8 @@ class QObject;
 namespace kestrel {
 
 // A text field in a settings form whose every keystroke is an assignment, taken as typed:
-// nothing is trimmed or checked here. `context` ends the binding when it goes.
+// nothing is trimmed or checked here. `context` ends the binding when it goes. The label is also
+// the field's accessible name.
 QLineEdit *boundField(QObject *context, const QString &label, QFormLayout *into,
                       std::function<void(const QString &)> assign);
 

@@ -16,57 +16,85 @@
 
 namespace kestrel {
 
-PrintControlRow::PrintControlRow(Printer &printer, QWidget *parent)
-    : QWidget(parent), m_controls(new PrintControls(printer, this)), m_buttons(new QWidget(this)),
-      m_failure(new QLabel(this))
+PrintControlRow::PrintControlRow(PrintControls &controls, QWidget *parent)
+    : QWidget(parent), m_controls(controls), m_buttonRow(new QWidget(this)),
+      m_note(new QLabel(this))
 {
-    auto *buttons = new QHBoxLayout(m_buttons);
+    auto *buttons = new QHBoxLayout(m_buttonRow);
     buttons->setContentsMargins(0, 0, 0, 0);
-    const QList<QAction *> &actions = m_controls->actions();
-    for (QAction *action : actions) {
-        auto *button = new QPushButton(action->text(), m_buttons);
+    for (QAction *action : controls.actions()) {
+        auto *button = new QPushButton(action->text(), m_buttonRow);
         button->setFont(textStyles::caption());
         button->setAccessibleName(action->text());
         connect(button, &QPushButton::clicked, action, &QAction::trigger);
-        connect(action, &QAction::changed, button, [this, button, action] {
-            button->setVisible(action->isVisible());
-            button->setEnabled(action->isEnabled());
-            refresh();
-        });
-        button->setVisible(action->isVisible());
         // The one that cannot be undone.
-        if (action == m_controls->action(PrintControl::emergencyStop))
+        if (action == controls.action(PrintControl::emergencyStop))
             buttonStyles::makeDestructive(button);
         buttons->addWidget(button);
+        m_buttons.append(button);
+        connect(action, &QAction::changed, this, &PrintControlRow::follow);
     }
     buttons->addStretch();
 
-    m_failure->setFont(textStyles::caption());
-    m_failure->setWordWrap(true);
-    QPalette red = m_failure->palette();
-    red.setColor(QPalette::WindowText, systemColors::red());
-    m_failure->setPalette(red);
-    connect(m_controls, &PrintControls::failureChanged, this, &PrintControlRow::refresh);
+    m_note->setFont(textStyles::caption());
+    m_note->setWordWrap(true);
+    connect(&controls, &PrintControls::noteChanged, this, &PrintControlRow::refreshNote);
 
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(4);
-    layout->addWidget(m_buttons);
-    layout->addWidget(m_failure);
-    refresh();
+    layout->addWidget(m_buttonRow);
+    layout->addWidget(m_note);
+    follow();
+    refreshNote();
 }
 
-void PrintControlRow::refresh()
+// A button that has the focus and is about to go, or to wait, hands it on first: Qt would pass
+// it to the next button, which may be the emergency stop.
+void PrintControlRow::follow()
 {
-    const QList<QAction *> &actions = m_controls->actions();
-    const bool offers = std::any_of(actions.begin(), actions.end(),
-                                    [](const QAction *action) { return action->isVisible(); });
-    m_buttons->setVisible(offers);
-    const QString failure = m_controls->failure();
-    m_failure->setText(failure);
-    m_failure->setVisible(!failure.isEmpty());
-    setVisible(offers || !failure.isEmpty());
+    const QList<QAction *> &actions = m_controls.actions();
+    const QAction *emergencyStop = m_controls.action(PrintControl::emergencyStop);
+    const auto usable = [](const QAction *action) {
+        return action->isVisible() && action->isEnabled();
+    };
+    for (qsizetype i = 0; i < m_buttons.size(); ++i) {
+        if (!m_buttons[i]->hasFocus() || usable(actions[i]))
+            continue;
+        const auto safe = std::find_if(actions.begin(), actions.end(), [&](const QAction *action) {
+            return action != emergencyStop && usable(action);
+        });
+        if (safe == actions.end()) {
+            m_buttons[i]->clearFocus();
+        } else {
+            QPushButton *next = m_buttons[safe - actions.begin()];
+            next->setVisible(true);
+            next->setEnabled(true);
+            next->setFocus(Qt::OtherFocusReason);
+        }
+    }
+    bool offers = false;
+    for (qsizetype i = 0; i < m_buttons.size(); ++i) {
+        m_buttons[i]->setVisible(actions[i]->isVisible());
+        m_buttons[i]->setEnabled(actions[i]->isEnabled());
+        offers = offers || actions[i]->isVisible();
+    }
+    m_buttonRow->setVisible(offers);
+    setVisible(offers || !m_note->text().isEmpty());
     updateGeometry();
+}
+
+void PrintControlRow::refreshNote()
+{
+    const PrintControls::Note note = m_controls.note();
+    m_note->setText(note.text);
+    m_note->setVisible(!note.text.isEmpty());
+    QPalette palette = m_note->palette();
+    palette.setColor(QPalette::WindowText, note.isFailure
+                                               ? systemColors::red()
+                                               : palette.color(QPalette::PlaceholderText));
+    m_note->setPalette(palette);
+    follow();
 }
 
 } // namespace kestrel

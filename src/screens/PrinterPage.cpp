@@ -15,9 +15,9 @@
 
 namespace kestrel {
 
-PrinterPage::PrinterPage(Printer &printer, QWidget *parent)
+PrinterPage::PrinterPage(Printer &printer, const PrinterList &printers, QWidget *parent)
     : QWidget(parent), m_printer(printer), m_cameras(new CameraSettingsSection(printer.settings())),
-      m_power(new PowerSettingsSection(printer))
+      m_power(new PowerSettingsSection(printer, printers))
 {
     auto *sections = new QVBoxLayout(this);
     sections->setContentsMargins(0, 0, 0, 0);
@@ -28,7 +28,23 @@ PrinterPage::PrinterPage(Printer &printer, QWidget *parent)
     connect(m_cameras, &CameraSettingsSection::camerasTakenOver, this,
             &PrinterPage::camerasTakenOver);
     connect(&printer.settings(), &PrinterSettings::changed, this, &PrinterPage::refresh);
+    connect(&printer, &Printer::namingChanged, this, &PrinterPage::refresh);
     refresh();
+}
+
+PrinterPage::~PrinterPage()
+{
+    m_printer.setSettingsShown(false);
+}
+
+void PrinterPage::showEvent(QShowEvent *)
+{
+    m_printer.setSettingsShown(true);
+}
+
+void PrinterPage::hideEvent(QHideEvent *)
+{
+    m_printer.setSettingsShown(false);
 }
 
 QWidget *PrinterPage::printerSection()
@@ -38,15 +54,15 @@ QWidget *PrinterPage::printerSection()
     auto *form = new QFormLayout(box);
     m_name = boundField(this, tr("Druckername"), form,
                         [&settings](const QString &text) { settings.setPrinterName(text); });
-    m_name->setAccessibleName(tr("Druckername"));
     m_printerIP = boundField(this, tr("IP-Adresse"), form,
                              [&settings](const QString &text) { settings.setPrinterIP(text); });
+    // Leaving the field is the end of typing: the address counts at once.
+    connect(m_printerIP, &QLineEdit::editingFinished, &settings, &PrinterSettings::settlePrinterIP);
     form->addRow(QString(),
                  secondaryText(tr("Beispiel: ") + PrinterSettings::defaultPrinterIP(), box));
     m_apiKey = boundField(this, tr("API-Schlüssel"), form,
                           [&settings](const QString &text) { settings.setPrinterApiKey(text); });
     m_apiKey->setEchoMode(QLineEdit::Password);
-    m_apiKey->setAccessibleName(tr("API-Schlüssel"));
     form->addRow(QString(), secondaryText(tr("Nur für Drucker-Hosts, die Kestrel sonst nicht "
                                              "vertrauen"),
                                           box));

@@ -10,6 +10,7 @@ namespace kestrel {
 class CameraSettingsSection;
 class PowerSettingsSection;
 class Printer;
+class PrinterList;
 
 // Everything the user sets for one printer: its name, address and API key, its cameras, and its
 // power switch. Each keystroke, toggle and choice is assigned and written at once.
@@ -18,13 +19,19 @@ class PrinterPage : public QWidget
     Q_OBJECT
 
 public:
-    explicit PrinterPage(Printer &printer, QWidget *parent = nullptr);
+    PrinterPage(Printer &printer, const PrinterList &printers, QWidget *parent = nullptr);
+
+    ~PrinterPage() override;
 
     Printer &printer() const { return m_printer; }
 
 signals:
     // "Vom Drucker übernehmen" changed cameras: open windows should show them as they are now.
     void camerasTakenOver();
+
+protected:
+    void showEvent(QShowEvent *event) override;
+    void hideEvent(QHideEvent *event) override;
 
 private:
     QWidget *printerSection();

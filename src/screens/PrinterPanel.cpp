@@ -4,7 +4,6 @@
 #include "camera/PowerOffQuestion.h"
 #include "camera/PrintLineLabel.h"
 #include "power/PowerWords.h"
-#include "power/StatusInterpretation.h"
 #include "printers/PrinterList.h"
 #include "screens/CameraCaption.h"
 #include "screens/PrintControlRow.h"
@@ -34,7 +33,7 @@ QPushButton *smallButton(const QString &text, QWidget *parent)
 } // namespace
 
 PrinterPanel::PrinterPanel(Printer &printer, const PrinterList &printers, Style style,
-                           QWidget *parent)
+                           PrintControls &controls, QWidget *parent)
     : QWidget(parent), m_printer(printer), m_printers(printers), m_style(style),
       m_address(new SymbolLabel(this)), m_hostState(new SymbolLabel(this)),
       m_hostDetail(secondaryText(QString(), this)), m_printLine(new PrintLineLabel(this)),
@@ -58,15 +57,15 @@ PrinterPanel::PrinterPanel(Printer &printer, const PrinterList &printers, Style 
     layout->addWidget(m_printLine);
     m_temperatures->setVisible(false);
     layout->addWidget(m_temperatures);
-    layout->addWidget(new PrintControlRow(printer, this));
+    layout->addWidget(new PrintControlRow(controls, this));
     layout->addWidget(makePowerOnRow());
     if (style == Style::full) {
         layout->addWidget(m_powerState);
     } else {
         auto *power = new QHBoxLayout;
-        m_powerOff = smallButton(tr("Ausschalten…"), this);
+        m_powerOff = smallButton(QString(), this);
         connect(m_powerOff, &QPushButton::clicked, this,
-                [this] { askToPowerOff(this, m_printer); });
+                [this] { askToPowerOff(window(), m_printer); });
         power->addWidget(m_powerState, 1);
         power->addWidget(m_powerOff);
         layout->addLayout(power);
@@ -75,6 +74,9 @@ PrinterPanel::PrinterPanel(Printer &printer, const PrinterList &printers, Style 
     addCameraRows();
 
     connect(&printer.settings(), &PrinterSettings::changed, this, &PrinterPanel::refresh);
+    connect(&printer, &Printer::namingChanged, this, &PrinterPanel::refresh);
+    // A page of the settings that closes may have kept a prompt waiting.
+    connect(&printer, &Printer::settingsShownChanged, this, &PrinterPanel::askToStartIfDown);
     const HomeKitManager &power = printer.power();
     connect(&power, &HomeKitManager::accessoryStateChanged, this, &PrinterPanel::refresh);
     connect(&power, &HomeKitManager::actionMessageChanged, this, &PrinterPanel::refresh);
@@ -92,14 +94,13 @@ QWidget *PrinterPanel::makePowerOnRow()
     m_powerOnRow = new QWidget(this);
     auto *row = new QHBoxLayout(m_powerOnRow);
     row->setContentsMargins(0, 0, 0, 0);
-    QPushButton *powerOn = smallButton(
-        m_style == Style::full ? tr("Ender einschalten") : tr("Einschalten"), m_powerOnRow);
-    buttonStyles::makeProminent(powerOn);
+    m_powerOn = smallButton(QString(), m_powerOnRow);
+    buttonStyles::makeProminent(m_powerOn);
     QPushButton *later = smallButton(tr("Später starten"), m_powerOnRow);
-    row->addWidget(powerOn);
+    row->addWidget(m_powerOn);
     row->addWidget(later);
     row->addStretch();
-    connect(powerOn, &QPushButton::clicked, this, &PrinterPanel::powerOn);
+    connect(m_powerOn, &QPushButton::clicked, this, &PrinterPanel::powerOn);
     connect(later, &QPushButton::clicked, this, [this] { setShowStartupInfo(true); });
     return m_powerOnRow;
 }
@@ -160,12 +161,21 @@ void PrinterPanel::refresh()
         break;
     }
     m_hostDetail->setText(reachability.detail());
+    // A printer added in the settings switches nothing until its own scenes are named.
     const HomeKitManager &power = m_printer.power();
-    const bool offersPowerOn = reachability.isUnreachable() && power.canPowerOn();
+    const QString name = m_printer.nameInTexts();
+    const bool offersPowerOn =
+        reachability.isUnreachable() && power.canPowerOn() && m_printer.offersPowerOn();
     m_powerOnRow->setVisible(offersPowerOn);
-    if (m_powerOff)
-        m_powerOff->setVisible(!offersPowerOn && power.shortcutsAvailable());
-    m_powerState->setText(power.words().powerLine + statusText(power.accessoryState()));
+    m_powerOn->setText(tr("%1 einschalten").arg(name));
+    if (m_powerOff) {
+        m_powerOff->setVisible(!offersPowerOn && power.shortcutsAvailable() &&
+                               m_printer.offersPowerOff());
+        m_powerOff->setText(tr("%1 ausschalten…").arg(name));
+    }
+    const bool switchable = m_printer.offersPowerOn() || m_printer.offersPowerOff();
+    m_powerState->setText(power.words().powerLine +
+                          (switchable ? power.statusText() : power.words().noScenes.arg(name)));
     const auto message = power.actionMessage();
     m_actionMessage->setVisible(message.has_value());
     m_actionMessage->setText(message.value_or(QString()));
@@ -211,15 +221,29 @@ void PrinterPanel::reachabilityChanged(const PiReachability &reachability)
         return;
     m_lastReachability = reachability;
     refresh();
-    if (reachability.isUnreachable())
-        setShowStartupInfo(true);
+    if (reachability.kind() == PiReachability::Kind::reachable)
+        m_declined = false;
+    askToStartIfDown();
 }
 
 void PrinterPanel::appear()
 {
     m_printer.power().refreshStatus();
-    if (m_printer.monitor().reachability().isUnreachable())
-        setShowStartupInfo(true);
+    askToStartIfDown();
+}
+
+// Alone, a printer asks whenever its host fails anew, as it always has. Among several, one that
+// is being set up is not interrupted: it asks only once its host has failed at an address that
+// typing has left alone, not while its page of the settings is open, and after "Abbrechen" only
+// once it has been reachable in between.
+void PrinterPanel::askToStartIfDown()
+{
+    if (!m_printer.monitor().reachability().isUnreachable())
+        return;
+    if (m_printer.isAmongSeveral() && (m_declined || m_printer.settingsShown() ||
+                                       m_printer.settings().watchedPrinterIP().trimmed().isEmpty()))
+        return;
+    setShowStartupInfo(true);
 }
 
 void PrinterPanel::setShowStartupInfo(bool show)
@@ -233,9 +257,10 @@ void PrinterPanel::setShowStartupInfo(bool show)
         m_startupInfo = nullptr;
         return;
     }
-    m_startupInfo = new StartupInfoView(
-        m_printer.power().words().startQuestion,
-        [this] {
+    const PowerWords &words = m_printer.power().words();
+    std::function<void()> start;
+    if (m_printer.offersPowerOn()) {
+        start = [this] {
             // The prompt stays until the shortcut has finished, whether it worked or not.
             m_printer.power()
                 .runShortcut(m_printer.settings().homeKitPowerOnSceneName())
@@ -243,12 +268,21 @@ void PrinterPanel::setShowStartupInfo(bool show)
                     if (self)
                         self->setShowStartupInfo(false);
                 });
-        },
-        [this] { setShowStartupInfo(false); }, this,
+        };
+    }
+    m_startupInfo = new StartupInfoView(
+        start ? words.startQuestion : words.cannotStart.arg(m_printer.nameInTexts()), start,
+        [this] { decline(); }, this,
         m_printers.isSeveral() ? m_printer.settings().displayName() : QString());
     // Closed by the window system (Escape, the title bar): the same as cancelling.
-    connect(m_startupInfo, &QDialog::finished, this, [this] { setShowStartupInfo(false); });
+    connect(m_startupInfo, &QDialog::finished, this, &PrinterPanel::decline);
     m_startupInfo->show();
+}
+
+void PrinterPanel::decline()
+{
+    m_declined = true;
+    setShowStartupInfo(false);
 }
 
 void PrinterPanel::powerOn()

@@ -15,14 +15,16 @@ namespace kestrel {
 
 class Printer;
 class PrinterList;
+class PrintControls;
 class PrintLineLabel;
 class SymbolLabel;
 
 // One printer in the main window: its address, whether its host answers, the print's line with
-// the temperatures and the print's controls, the power state with the last power action's outcome, and its cameras. While the host does not
-// answer it offers to switch the printer on, and it decides when the printer's start-up prompt
-// shows. Alone, the printer gets the full view with a row per camera; among several, a compact
-// card under the printer's name, with its cameras on one line and a power button of its own.
+// the temperatures and the print's controls, the power state with the last power action's outcome,
+// and its cameras. While the host does not answer it offers to switch the printer on, and it
+// decides when the printer's start-up prompt shows. Alone, the printer gets the full view with a
+// row per camera; among several, a compact card under the printer's name, with its cameras on one
+// line and a power button of its own.
 class PrinterPanel : public QWidget
 {
     Q_OBJECT
@@ -34,8 +36,9 @@ public:
         card
     };
 
+    // The print's controls belong to the window, which keeps them while panels come and go.
     PrinterPanel(Printer &printer, const PrinterList &printers, Style style,
-                 QWidget *parent = nullptr);
+                 PrintControls &controls, QWidget *parent = nullptr);
 
     Printer &printer() const { return m_printer; }
 
@@ -52,6 +55,8 @@ private:
     void refreshCameras();
     void refreshPrintStatus(const PrintStatus &status);
     void reachabilityChanged(const PiReachability &reachability);
+    void askToStartIfDown();
+    void decline();
     void powerOn();
 
     Printer &m_printer;
@@ -66,6 +71,7 @@ private:
     QString m_printText;
     QLabel *m_temperatures;
     QWidget *m_powerOnRow = nullptr;
+    QPushButton *m_powerOn = nullptr;
     QLabel *m_powerState;
     QPushButton *m_powerOff = nullptr;
     QLabel *m_actionMessage;
@@ -73,6 +79,7 @@ private:
     QLabel *m_cameraLine = nullptr;
     QPointer<StartupInfoView> m_startupInfo;
     PiReachability m_lastReachability;
+    bool m_declined = false; // "Abbrechen" since the host last answered
 };
 
 } // namespace kestrel

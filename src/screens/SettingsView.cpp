@@ -136,7 +136,7 @@ void SettingsView::showPage(Printer *printer)
     if (m_page && &m_page->printer() == printer)
         return;
     delete m_page;
-    m_page = new PrinterPage(*printer);
+    m_page = new PrinterPage(*printer, m_printers);
     m_page->setFixedWidth(pageWidth);
     connect(m_page, &PrinterPage::camerasTakenOver, this,
             [this, printer] { emit camerasTakenOver(printer); });

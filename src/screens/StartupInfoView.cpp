@@ -4,8 +4,10 @@
 #include "widgets/ButtonStyles.h"
 #include "widgets/TextStyles.h"
 
+#include <QApplication>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QLineEdit>
 #include <QPushButton>
 #include <QVBoxLayout>
 
@@ -40,19 +42,24 @@ StartupInfoView::StartupInfoView(const QString &question, std::function<void()> 
     message->setAlignment(Qt::AlignCenter);
     layout->addWidget(message);
 
-    auto *cancel = new QPushButton(tr("Abbrechen"), this);
-    auto *start = new QPushButton(tr("Bis du sicher?"), this);
-    start->setObjectName(QStringLiteral("destructive"));
-    buttonStyles::makeDestructive(start);
+    auto *cancel = new QPushButton(onStart ? tr("Abbrechen") : tr("Schließen"), this);
     cancel->setDefault(true);
     connect(cancel, &QPushButton::clicked, this, std::move(onCancel));
-    connect(start, &QPushButton::clicked, this, std::move(onStart));
     auto *buttons = new QHBoxLayout;
     buttons->addStretch();
     buttons->addWidget(cancel);
-    buttons->addWidget(start);
+    if (onStart) {
+        auto *start = new QPushButton(tr("Bis du sicher?"), this);
+        start->setObjectName(QStringLiteral("destructive"));
+        buttonStyles::makeDestructive(start);
+        connect(start, &QPushButton::clicked, this, std::move(onStart));
+        buttons->addWidget(start);
+    }
     buttons->addStretch();
     layout->addLayout(buttons);
+    // Whoever is typing an address or a name goes on typing; the sheet waits beside it.
+    setAttribute(Qt::WA_ShowWithoutActivating,
+                 qobject_cast<QLineEdit *>(QApplication::focusWidget()) != nullptr);
 }
 
 } // namespace kestrel

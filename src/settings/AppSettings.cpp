@@ -120,6 +120,7 @@ PrinterSettings &AppSettings::addPrinter(const QString &name)
     PrinterSettings &added = *m_printers.back().settings;
     added.setPrinterName(name);
     added.setPrinterIP({});
+    added.settlePrinterIP(); // before anyone watches it: the example address is never reached
     emit printerAdded(&added);
     emit changed();
     return added;

@@ -10,7 +10,7 @@ namespace kestrel::printerApi {
 
 std::optional<QUrl> url(const PrinterSettings &settings, const QString &path)
 {
-    return strictHttpUrl(QStringLiteral("http://") + settings.printerIP().trimmed() + path);
+    return strictHttpUrl(QStringLiteral("http://") + settings.settledPrinterIP().trimmed() + path);
 }
 
 QByteArray keyHeaderValue(const QString &key)

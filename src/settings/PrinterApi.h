@@ -15,7 +15,7 @@ class PrinterSettings;
 // key where the host wants one.
 namespace printerApi {
 
-// "http://" + printer address + path, or none when the address is no valid one.
+// "http://" + the settled printer address + path, or none when the address is no valid one.
 std::optional<QUrl> url(const PrinterSettings &settings, const QString &path);
 
 // The key as it goes into the X-Api-Key header: its visible ASCII characters only, so that a

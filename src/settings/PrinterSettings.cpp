@@ -34,15 +34,20 @@ PrinterSettings::PrinterSettings(KeyValueStore &store, QString printerID, QObjec
     : QObject(parent), m_store(store), m_printerID(std::move(printerID))
 {
     using namespace codec;
+    // The power scenes' defaults are the first printer's: any other printer switches nothing
+    // until the user names its own, so that no printer ever runs another's plug.
+    const bool first = isFirst();
     m_printerName = decodeString(store.value(keys::printerName), {});
     m_printerIP = decodeString(store.value(keys::printerIP), defaultPrinterIP());
-    m_homeKitAccessoryName =
-        decodeString(store.value(keys::homeKitAccessoryName), QStringLiteral("Ender"));
-    m_homeKitPowerOnSceneName = decodeString(store.value(keys::homeKitPowerOnSceneName),
-                                             QStringLiteral("Klipper einschalten"));
+    m_homeKitAccessoryName = decodeString(store.value(keys::homeKitAccessoryName),
+                                          first ? QStringLiteral("Ender") : QString());
+    m_homeKitPowerOnSceneName =
+        decodeString(store.value(keys::homeKitPowerOnSceneName),
+                     first ? QStringLiteral("Klipper einschalten") : QString());
     m_homeKitStatusShortcutName = decodeString(store.value(keys::homeKitStatusShortcutName), {});
-    m_homeKitPowerOffSceneName = decodeString(store.value(keys::homeKitPowerOffSceneName),
-                                              QStringLiteral("Klipper ausschalten"));
+    m_homeKitPowerOffSceneName =
+        decodeString(store.value(keys::homeKitPowerOffSceneName),
+                     first ? QStringLiteral("Klipper ausschalten") : QString());
     m_customCameraNames = decodeCameraTexts(store.value(keys::customCameraNames), EmptyTexts::skip);
     m_customSnapshotPaths =
         decodeCameraTexts(store.value(keys::customSnapshotPaths), EmptyTexts::skip);
@@ -58,6 +63,10 @@ PrinterSettings::PrinterSettings(KeyValueStore &store, QString printerID, QObjec
     m_printerApiKey = decodeString(store.value(keys::printerApiKey), {});
     m_cameraOrientations =
         decodeOrientations(store.value(keys::cameraRotations), store.value(keys::cameraMirroring));
+    m_settledPrinterIP = m_printerIP;
+    m_addressRest.setSingleShot(true);
+    m_addressRest.setInterval(addressRest);
+    connect(&m_addressRest, &QTimer::timeout, this, &PrinterSettings::settlePrinterIP);
 }
 
 template <typename T, typename WillChange>
@@ -87,6 +96,16 @@ void PrinterSettings::setPrinterName(QString value)
 void PrinterSettings::setPrinterIP(QString value)
 {
     assign(m_printerIP, std::move(value), &PrinterSettings::printerIPWillChange, keys::printerIP);
+    m_addressRest.start();
+}
+
+void PrinterSettings::settlePrinterIP()
+{
+    m_addressRest.stop();
+    if (m_settledPrinterIP == m_printerIP)
+        return;
+    m_settledPrinterIP = m_printerIP;
+    emit printerIPSettled(m_settledPrinterIP);
 }
 
 void PrinterSettings::setSelectedCameraIDs(CameraIdSet value)

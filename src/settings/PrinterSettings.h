@@ -5,7 +5,9 @@
 
 #include <QObject>
 #include <QRectF>
+#include <QTimer>
 
+#include <chrono>
 #include <optional>
 
 namespace kestrel {
@@ -19,6 +21,11 @@ class KeyValueStore;
 // place (readers see the old value), then stores and writes the field, then emits changed().
 // Long-lived objects follow single fields through the WillChange signals; screens redraw on
 // changed(). Both fire on every assignment, even when the value is the same.
+//
+// The printer address is typed key by key, and every key is stored. Whatever reaches out to the
+// printer with it waits until typing rests (settledPrinterIP), so that no request and no key
+// ever goes to an address half typed; only the first printer's probe loop and windows follow
+// every change, as they always have.
 class PrinterSettings : public QObject
 {
     Q_OBJECT
@@ -33,12 +40,24 @@ public:
     explicit PrinterSettings(KeyValueStore &store, QString printerID = {},
                              QObject *parent = nullptr);
 
+    // How long typing must rest before an address counts.
+    static constexpr std::chrono::milliseconds addressRest{1000};
+
     QString printerID() const { return m_printerID; }
+    // The printer at the top level of the store, the one Kestrel always had.
+    bool isFirst() const { return m_printerID.isEmpty(); }
     QString printerName() const { return m_printerName; }
     // What the user calls the printer: its name, or its address while it has none; never empty.
     QString displayName() const;
 
     QString printerIP() const { return m_printerIP; }
+    // The address as it stood when typing last rested; the stored one at the start.
+    QString settledPrinterIP() const { return m_settledPrinterIP; }
+    // What the probe loop and the camera windows go by: the first printer's address as stored,
+    // any other printer's settled one.
+    QString watchedPrinterIP() const { return isFirst() ? m_printerIP : m_settledPrinterIP; }
+    // The user has left the field: the address counts now, without waiting for the rest.
+    void settlePrinterIP();
     CameraIdSet selectedCameraIDs() const { return m_selectedCameraIDs; }
     PlacementMap cameraPlacements() const { return m_cameraPlacements; }
     CameraTextMap cameraWindowFrames() const { return m_cameraWindowFrames; }
@@ -111,6 +130,8 @@ signals:
 
     // After any field has been stored and written.
     void changed();
+    // Typing rested on an address other than the settled one before.
+    void printerIPSettled(const QString &address);
 
 private:
     template <typename T, typename WillChange>
@@ -124,6 +145,8 @@ private:
 
     QString m_printerName;
     QString m_printerIP;
+    QString m_settledPrinterIP;
+    QTimer m_addressRest;
     CameraIdSet m_selectedCameraIDs;
     PlacementMap m_cameraPlacements;
     CameraTextMap m_cameraWindowFrames;

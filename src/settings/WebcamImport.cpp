@@ -138,7 +138,7 @@ WebcamTakeOver takeOverWebcams(PrinterSettings &settings, const QList<ListedWebc
     for (qsizetype i = 0; i < std::min<qsizetype>(webcams.size(), cameraCatalogue().size()); ++i) {
         const Camera &camera = cameraCatalogue()[i];
         const ListedWebcam &webcam = webcams[i];
-        const PrinterPath snapshot = pathOnPrinter(webcam.snapshotUrl, settings.printerIP());
+        const PrinterPath snapshot = pathOnPrinter(webcam.snapshotUrl, settings.settledPrinterIP());
         if (!snapshot.otherHost.isEmpty()) {
             outcome.notes << tr("%1: Adresse auf einem anderen Host (%2), nicht übernommen")
                                  .arg(camera.name, snapshot.otherHost);
@@ -151,7 +151,8 @@ WebcamTakeOver takeOverWebcams(PrinterSettings &settings, const QList<ListedWebc
             settings.setCustomName(webcam.name, camera.id);
         settings.setCustomSnapshotPath(snapshot.path, camera.id);
         settings.setOrientation(webcam.orientation, camera.id);
-        if (const auto stream = streamPathOf(webcam, settings.printerIP(), camera, outcome.notes))
+        if (const auto stream =
+                streamPathOf(webcam, settings.settledPrinterIP(), camera, outcome.notes))
             settings.setStreamPath(*stream, camera.id);
         const Camera after = settings.resolvedCamera(camera);
         const QString streamAfter = settings.cameraStreamPaths().value(camera.id);

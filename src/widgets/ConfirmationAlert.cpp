@@ -8,10 +8,12 @@
 
 namespace kestrel {
 
-void confirmDestructive(QWidget *parent, const QString &title, const QString &message,
-                        const QString &confirmLabel, std::function<void()> confirmed)
+QMessageBox *confirmDestructive(QWidget *parent, const QString &title, const QString &message,
+                                const QString &confirmLabel, std::function<void()> confirmed,
+                                const QString &cancelLabel)
 {
     auto *alert = new QMessageBox(parent);
+    alert->setWindowFlag(Qt::WindowStaysOnTopHint);
     alert->setAttribute(Qt::WA_DeleteOnClose);
     alert->setWindowModality(Qt::WindowModal);
     alert->setIcon(QMessageBox::Warning);
@@ -19,13 +21,15 @@ void confirmDestructive(QWidget *parent, const QString &title, const QString &me
     alert->setText(title);
     alert->setInformativeText(message);
     alert->setTextFormat(Qt::PlainText);
-    QPushButton *cancel = alert->addButton(QObject::tr("Abbrechen"), QMessageBox::RejectRole);
+    QPushButton *cancel = alert->addButton(
+        cancelLabel.isEmpty() ? QObject::tr("Abbrechen") : cancelLabel, QMessageBox::RejectRole);
     QPushButton *confirm = alert->addButton(confirmLabel, QMessageBox::DestructiveRole);
     buttonStyles::makeDestructive(confirm);
     alert->setDefaultButton(cancel);
     alert->setEscapeButton(cancel);
     QObject::connect(confirm, &QPushButton::clicked, alert, std::move(confirmed));
     alert->open();
+    return alert;
 }
 
 } // namespace kestrel

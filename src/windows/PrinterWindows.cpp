@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "windows/PrinterWindows.h"
 
+#include "camera/PrintControls.h"
 #include "printers/PrinterList.h"
 #include "settings/AppSettings.h"
 #include "windows/CameraWindow.h"
@@ -17,15 +18,19 @@ PrinterWindows::PrinterWindows(Printer &printer, const PrinterList &printers,
       m_placements(printer.settings().cameraPlacements()), m_alwaysOnTop(settings().alwaysOnTop())
 {
     // The announcements come before the store holds the new value, so each reconciliation uses
-    // the announced values, never the store's. A new address only needs the windows rebuilt.
+    // the announced values, never the store's. A new address only needs the windows rebuilt:
+    // the first printer's at every change, any other's once typing rests.
     const auto reconcile = [this] { reconcileWindows(m_selection, m_placements, m_alwaysOnTop); };
     PrinterSettings &own = printer.settings();
+    if (own.isFirst())
+        connect(&own, &PrinterSettings::printerIPWillChange, this, reconcile);
+    else
+        connect(&own, &PrinterSettings::printerIPSettled, this, reconcile);
     connect(&own, &PrinterSettings::selectedCameraIDsWillChange, this,
             [this, reconcile](const CameraIdSet &selection) {
                 m_selection = selection;
                 reconcile();
             });
-    connect(&own, &PrinterSettings::printerIPWillChange, this, reconcile);
     connect(&own, &PrinterSettings::cameraPlacementsWillChange, this,
             [this, reconcile](const PlacementMap &placements) {
                 m_placements = placements;
@@ -100,25 +105,29 @@ void PrinterWindows::refreshCameras()
             continue;
         CameraWindow *window = m_windows.value(entry.id);
         window->setWindowTitle(title(camera));
-        window->setContent(m_makeView(m_printer, camera, *this));
+        window->setContent(m_makeView(m_printer, camera, *this, *m_controls.value(entry.id)));
         m_shownCameras.insert(entry.id, camera);
     }
 }
 
+// A printer added in the settings has no address yet: its cameras stay selected, but a window
+// without a picture to show would only push the others aside.
 void PrinterWindows::reconcileWindows(const CameraIdSet &selection, const PlacementMap &placements,
                                       bool alwaysOnTop)
 {
+    const PrinterSettings &own = m_printer.settings();
+    const bool addressless = !own.isFirst() && own.watchedPrinterIP().trimmed().isEmpty();
     QList<Camera> cameras;
     for (const Camera &camera : cameraCatalogue()) {
-        if (selection.contains(camera.id))
-            cameras.append(m_printer.settings().resolvedCamera(camera));
+        if (selection.contains(camera.id) && !addressless)
+            cameras.append(own.resolvedCamera(camera));
     }
     for (const Camera &camera : std::as_const(cameras))
         openOrUpdateWindow(camera, alwaysOnTop, placements);
 
     const QList<CameraId> open = m_windows.keys();
     for (const CameraId id : open) {
-        if (!selection.contains(id))
+        if (!selection.contains(id) || addressless)
             closeProgrammatically(id);
     }
     for (CameraWindow *window : std::as_const(m_windows))
@@ -128,13 +137,18 @@ void PrinterWindows::reconcileWindows(const CameraIdSet &selection, const Placem
     m_layoutWanted(LayoutWhen::now);
 }
 
+// An open window's content is made anew for the first printer, whose windows have always
+// started afresh with every reconciliation; any other printer's content follows the settings by
+// itself and is made anew only for another camera.
 void PrinterWindows::openOrUpdateWindow(const Camera &camera, bool alwaysOnTop,
                                         const PlacementMap &placements)
 {
+    const Camera shown = m_shownCameras.value(camera.id);
     m_shownCameras.insert(camera.id, camera);
     if (CameraWindow *window = m_windows.value(camera.id)) {
         window->setWindowTitle(title(camera));
-        window->setContent(m_makeView(m_printer, camera, *this));
+        if (m_printer.settings().isFirst() || shown != camera)
+            window->setContent(m_makeView(m_printer, camera, *this, *m_controls.value(camera.id)));
         window->raise();
         return;
     }
@@ -147,7 +161,9 @@ void PrinterWindows::openOrUpdateWindow(const Camera &camera, bool alwaysOnTop,
     screenFrames::setContentRect(window, initial);
     window->setWindowFlag(Qt::WindowStaysOnTopHint, alwaysOnTop);
     window->setWindowTitle(title(camera));
-    window->setContent(m_makeView(m_printer, camera, *this));
+    auto *controls = new PrintControls(m_printer, window);
+    m_controls.insert(camera.id, controls);
+    window->setContent(m_makeView(m_printer, camera, *this, *controls));
     // Only an explicit "free" gets its saved frame back; a camera without any placement keeps
     // the cascade position.
     const auto placement = placements.constFind(camera.id);
@@ -200,6 +216,7 @@ void PrinterWindows::handleWindowClosed(CameraId id, const QRectF &frame)
     own.saveFrame(frame, id);
     if (CameraWindow *window = m_windows.take(id))
         window->deleteLater();
+    m_controls.remove(id);
     m_shownCameras.remove(id);
     m_restoredFrames.remove(id);
     if (m_programmaticClosures.remove(id))

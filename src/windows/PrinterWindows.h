@@ -18,9 +18,12 @@ class CameraWindow;
 class Printer;
 class PrinterList;
 class PrinterWindows;
+class PrintControls;
 
-// Makes the content of a printer's camera window; the window owns what it gets.
-using CameraViewFactory = std::function<QWidget *(Printer &, const Camera &, PrinterWindows &)>;
+// Makes the content of a printer's camera window; the window owns what it gets, and the print's
+// controls, which outlive every content it is given.
+using CameraViewFactory =
+    std::function<QWidget *(Printer &, const Camera &, PrinterWindows &, PrintControls &)>;
 
 // When the owner should lay out the corner windows again: right away after a reconciliation, or
 // once a burst of window-manager news is over, and never from inside a move.
@@ -81,7 +84,8 @@ private:
     const std::function<void(LayoutWhen)> m_layoutWanted;
 
     QMap<CameraId, CameraWindow *> m_windows;
-    QMap<CameraId, Camera> m_shownCameras; // what each open window's content was made for
+    QMap<CameraId, PrintControls *> m_controls; // each window's own, owned by it
+    QMap<CameraId, Camera> m_shownCameras;      // what each open window's content was made for
     QSet<CameraId> m_programmaticClosures;
     // Saved frames restored before the window manager framed the window; set again once it has.
     QMap<CameraId, QRectF> m_restoredFrames;

@@ -29,11 +29,12 @@ constexpr qint64 apiDownMs = 20000;
 } // namespace
 
 DemoKlipper::DemoKlipper(LoopbackHttpServer &printer, std::chrono::seconds printLength,
-                         KlipperFault fault, DemoHost host, QObject *parent)
+                         std::chrono::milliseconds rest, KlipperFault fault, DemoHost host,
+                         QObject *parent)
     : QObject(parent),
       m_server(QStringLiteral("kestrel-demo-printer"), QWebSocketServer::NonSecureMode),
-      m_print(double(printLength.count()), fault), m_answersControls(fault != KlipperFault::deaf),
-      m_host(std::move(host))
+      m_print(double(printLength.count()), fault, rest),
+      m_answersControls(fault != KlipperFault::deaf), m_host(std::move(host))
 {
     printer.setUpgradeHandler([this](QTcpSocket *connection) { accept(connection); });
     connect(&m_server, &QWebSocketServer::newConnection, this, &DemoKlipper::acceptPending);

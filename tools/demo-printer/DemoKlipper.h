@@ -44,8 +44,9 @@ class DemoKlipper : public QObject
     Q_OBJECT
 
 public:
-    DemoKlipper(LoopbackHttpServer &printer, std::chrono::seconds printLength, KlipperFault fault,
-                DemoHost host, QObject *parent = nullptr);
+    DemoKlipper(LoopbackHttpServer &printer, std::chrono::seconds printLength,
+                std::chrono::milliseconds rest, KlipperFault fault, DemoHost host,
+                QObject *parent = nullptr);
 
     // GET /server/files/metadata?filename=…
     HttpReply metadata(const HttpRequest &request) const;

@@ -10,8 +10,6 @@ namespace kestrel::demo {
 
 namespace {
 
-constexpr qint64 endedMs = 10000;   // a print's end shows this long before standby
-constexpr qint64 standbyMs = 10000; // and standby before the next print
 constexpr qint64 klippyDownMs = 5000;
 constexpr qint64 shutdownMs = 10000;
 const QString restartAdvice =
@@ -47,8 +45,9 @@ QJsonObject heater(double temperature, double target)
 
 } // namespace
 
-DemoPrint::DemoPrint(double printLength, KlipperFault fault)
-    : m_printLength(printLength), m_fault(fault), m_nozzle(room), m_bed(room)
+DemoPrint::DemoPrint(double printLength, KlipperFault fault, std::chrono::milliseconds rest)
+    : m_printLength(printLength), m_fault(fault), m_restMs(rest.count()), m_nozzle(room),
+      m_bed(room)
 {
     enter(fault == KlipperFault::idle ? QStringLiteral("standby") : QStringLiteral("printing"));
 }
@@ -206,13 +205,13 @@ DemoPrint::News DemoPrint::advance(double seconds)
             return {.klippyGone = true};
         }
     } else if (m_state == u"standby") {
-        if (m_fault != KlipperFault::idle && m_inState.elapsed() >= standbyMs) {
+        if (m_fault != KlipperFault::idle && m_inState.elapsed() >= m_restMs) {
             m_printed = 0; // the next print of the same file
             m_total = 0;
             m_restarted = false;
             enter(QStringLiteral("printing"));
         }
-    } else if (m_state != u"paused" && m_inState.elapsed() >= endedMs) {
+    } else if (m_state != u"paused" && m_inState.elapsed() >= m_restMs) {
         enter(QStringLiteral("standby"));
     }
     News news;

@@ -5,6 +5,8 @@
 #include <QJsonObject>
 #include <QString>
 
+#include <chrono>
+
 #include <variant>
 
 namespace kestrel::demo {
@@ -28,7 +30,9 @@ enum class KlipperFault
 class DemoPrint
 {
 public:
-    DemoPrint(double printLength, KlipperFault fault);
+    // A print's end shows for `rest` before standby, and standby as long before the next print
+    // of the same file.
+    DemoPrint(double printLength, KlipperFault fault, std::chrono::milliseconds rest);
 
     // What the host must tell its clients after a step or a control.
     struct News
@@ -68,6 +72,7 @@ private:
 
     const double m_printLength;
     const KlipperFault m_fault;
+    const qint64 m_restMs;
     QElapsedTimer m_inState; // since the print's state last changed
     QString m_state;
     double m_printed = 0; // seconds, pauses left out

@@ -141,7 +141,7 @@ int main(int argc, char *argv[])
             "Rückgabewerte:\n"
             "  0  Beendet, oder Hilfe oder Version gezeigt.\n"
             "  2  Unbekannte Option, ungültiger Port, ungültige Bildrate, Druckdauer unter\n"
-            "     10 Sekunden oder unbekannter Fehlerfall."));
+            "     10 Sekunden, Pause unter 1 Sekunde oder unbekannter Fehlerfall."));
     const QCommandLineOption portOption(
         QStringLiteral("port"),
         QStringLiteral("Port auf 127.0.0.1 (Vorgabe 8080, 0 für einen freien)."),
@@ -179,6 +179,12 @@ int main(int argc, char *argv[])
                        "Aufheizen (Vorgabe 0)."),
         QStringLiteral("ms"), QStringLiteral("0"));
     commandLine.addOption(delayOption);
+    const QCommandLineOption restOption(
+        QStringLiteral("rest-seconds"),
+        QStringLiteral("So lange steht ein beendeter Druck, und danach der Drucker, bis zum\n"
+                       "nächsten Druck derselben Datei (Vorgabe 10)."),
+        QStringLiteral("sekunden"), QStringLiteral("10"));
+    commandLine.addOption(restOption);
     commandLine.addOption(bootOption);
     commandLine.addOption(fpsOption);
     commandLine.addOption(printOption);
@@ -248,8 +254,14 @@ int main(int argc, char *argv[])
         return 2;
     }
     kestrel::LoopbackHttpServer server(nullptr, quint16(port));
-    kestrel::demo::DemoKlipper klipper(server, std::chrono::seconds(printSeconds), klipperFault,
-                                       host);
+    const int restSeconds = commandLine.value(restOption).toInt();
+    if (restSeconds < 1) {
+        std::fprintf(stderr, "kestrel-demo-printer: ungültige Pause „%s“\n",
+                     qPrintable(commandLine.value(restOption)));
+        return 2;
+    }
+    kestrel::demo::DemoKlipper klipper(server, std::chrono::seconds(printSeconds),
+                                       std::chrono::seconds(restSeconds), klipperFault, host);
     server.setHandler([&](const HttpRequest &request) {
         if (request.path.startsWith("/server/") || request.path.startsWith("/printer/")) {
             if (const auto refused = klipper.refusal(request))
