@@ -532,6 +532,15 @@ void PrintStatusTest::oneNotificationPerChange()
     QCOMPARE(recorder.shown[1].app, u"Kestrel"_s);
     QCOMPARE(recorder.shown[1].hints.value(u"desktop-entry"_s).toString(),
              QStringLiteral(KESTREL_APP_ID));
+    // The user's own emergency stop is no failure, and says which printer it stopped.
+    settings.firstPrinter().setPrinterName(u"Voron"_s);
+    notifier.follow(settings.firstPrinter(), status(State::printing));
+    notifier.follow(settings.firstPrinter(),
+                    status(State::shutdown, u"Shutdown due to M112 command"_s), true);
+    QTRY_COMPARE_WITH_TIMEOUT(recorder.shown.size(), 5, 20000);
+    QCOMPARE(recorder.shown[4].title, u"Not-Aus ausgelöst"_s);
+    QCOMPARE(recorder.shown[4].body, u"Voron · benchy.gcode"_s);
+    QCOMPARE(recorder.shown[4].hints.value(u"urgency"_s).toInt(), 1);
 
     settings.setNotifyPrintEvents(false);
     notifier.follow(settings.firstPrinter(), status(State::printing));
@@ -542,7 +551,7 @@ void PrintStatusTest::oneNotificationPerChange()
     notifier.follow(settings.firstPrinter(), status(State::paused));
     QVERIFY(undelivered.wait(20000));
     QCOMPARE(undelivered.first().at(0).toString(), u"Druck pausiert"_s);
-    QCOMPARE(recorder.shown.size(), 4);
+    QCOMPARE(recorder.shown.size(), 5);
     QDBusConnection::disconnectFromBus(u"daemon"_s);
 }
 
@@ -729,8 +738,10 @@ void PrintStatusTest::controlsActFromEveryWindow()
     QTRY_VERIFY(shows(panel, u"Nicht abgebrochen: „kestrel-benchy.gcode“ läuft nicht mehr"_s));
     QCOMPARE(state(), State::printing);
 
+    QVERIFY(camera->findChild<QMessageBox *>()->windowFlags() & Qt::WindowStaysOnTopHint);
     QCOMPARE(answer(camera, u"Not-Aus"_s).value(0), u"Not-Aus für Voron auslösen?"_s);
     QTRY_COMPARE_WITH_TIMEOUT(state(), State::shutdown, 20000);
+    QVERIFY(printer.printStatus().stoppedHere());
     QCOMPARE(printer.printStatus().line().text(),
              u"Klipper gestoppt: Shutdown due to M112 command"_s);
     QVERIFY(temperatureText(printer.printStatus().status()).isEmpty());
@@ -770,7 +781,7 @@ void PrintStatusTest::emergencyStopWithoutItsConnection()
     QCOMPARE(host.stops.size(), 1);
     QCOMPARE(host.stops[0].method, QByteArray("POST"));
     QCOMPARE(host.stops[0].headers.value("x-api-key"), QByteArray("k3y"));
-    QVERIFY(client.stoppedHereLately());
+    QVERIFY(client.stoppedHere());
 
     host.stop = HttpReply{.statusLine = "HTTP/1.1 307 Temporary Redirect",
                           .headers = "Location: http://" + elsewhere.address().toUtf8() +

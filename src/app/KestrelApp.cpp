@@ -10,6 +10,7 @@
 #include "screens/SettingsView.h"
 #include "settings/AppSettings.h"
 #include "widgets/GlyphRoom.h"
+#include "windows/DesktopWindow.h"
 #include "windows/WindowCoordinator.h"
 
 #include <QAction>
@@ -66,7 +67,7 @@ void KestrelApp::notifyAbout(const Printer *printer)
     connect(&printer->printStatus(), &PrintStatusClient::statusChanged, m_printNotifier,
             [this, printer](const PrintStatus &status) {
                 m_printNotifier->follow(printer->settings(), status,
-                                        printer->printStatus().stoppedHereLately());
+                                        printer->printStatus().stoppedHere());
             });
 }
 
@@ -174,6 +175,9 @@ SettingsView *KestrelApp::settingsWindow() const
     return m_settingsWindow;
 }
 
+// The settings are set up while the camera windows float: as high as they float, so that their
+// list and fields are never covered, also when "Fenster immer oben halten" is switched on in them
+// and the camera windows come to the front.
 void KestrelApp::openSettings()
 {
     if (!m_settingsWindow) {
@@ -181,6 +185,12 @@ void KestrelApp::openSettings()
         m_settingsWindow->setAttribute(Qt::WA_QuitOnClose, false);
         connect(m_settingsWindow, &SettingsView::camerasTakenOver, m_windowCoordinator,
                 [this](const Printer *printer) { m_windowCoordinator->refreshCameras(*printer); });
+        connect(m_settings, &AppSettings::alwaysOnTopWillChange, m_settingsWindow, [this](bool on) {
+            desktopWindow::setStaysOnTop(m_settingsWindow, on);
+            if (m_settingsWindow->isVisible())
+                m_settingsWindow->raise();
+        });
+        m_settingsWindow->setWindowFlag(Qt::WindowStaysOnTopHint, m_settings->alwaysOnTop());
     }
     m_settingsWindow->show();
     m_settingsWindow->raise();

@@ -122,11 +122,6 @@ std::optional<PrintIdentity> PrintStatusClient::printUnderWay() const
     return print;
 }
 
-bool PrintStatusClient::stoppedHereLately() const
-{
-    return m_stopped.isValid() && m_stopped.elapsed() < 10000;
-}
-
 bool PrintStatusClient::isHeardLately() const
 {
     return isConnected() && m_heard.isValid() &&
@@ -307,11 +302,25 @@ void PrintStatusClient::received(const QString &frame)
 {
     heard();
     const PrintStatusProtocol::Step step = m_protocol.handle(frame.toUtf8());
-    if (step.statusChanged)
+    if (step.statusChanged) {
         m_statusAtMs = steadyNowMs();
+        forgetOwnStopOnceUp();
+    }
     take(step);
     if (step.refused)
         refused();
+}
+
+// Frames already on their way when the stop was sent may still tell of the print; only a Klipper
+// seen up a while after it ends the stop's account.
+void PrintStatusClient::forgetOwnStopOnceUp()
+{
+    using State = PrintStatus::State;
+    const State state = status().state;
+    const bool up = state != State::shutdown && state != State::none &&
+                    state != State::unauthorized && state != State::apiUnavailable;
+    if (up && m_stopped.isValid() && m_stopped.elapsed() > 5000)
+        m_stopped.invalidate();
 }
 
 // Once per print: the slicer's estimate of the whole print time, if the file has one.

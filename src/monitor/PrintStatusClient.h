@@ -73,8 +73,10 @@ public:
     // The emergency stop takes the host API's HTTP way where the connection is down or has not
     // been heard from lately, since the host may well answer all the same.
     PrintControlCall *send(PrintControl control);
-    // Whether Kestrel itself sent the emergency stop in the last few seconds.
-    bool stoppedHereLately() const;
+    // Kestrel sent the emergency stop, and has heard of Klipper since only that it is shut down,
+    // or nothing at all: a shutdown it hears of now, also once a lost connection is back, is
+    // that stop's.
+    bool stoppedHere() const { return m_stopped.isValid(); }
 
     // Frames larger than this close the connection: no status of ours is anywhere near it.
     static constexpr qint64 largestFrame = 1024 * 1024;
@@ -97,6 +99,7 @@ private:
     void received(const QString &frame);
     void heard();
     void askForEstimate();
+    void forgetOwnStopOnceUp();
     bool isHeardLately() const;
 
     const PrinterSettings &m_settings;
@@ -108,7 +111,7 @@ private:
     std::optional<double> m_slicerEstimate;
     qint64 m_statusAtMs = 0; // when the status last changed, on the steady clock
     QElapsedTimer m_heard;   // since the connection was last heard from
-    QElapsedTimer m_stopped; // since Kestrel's own last emergency stop
+    QElapsedTimer m_stopped; // since Kestrel's own emergency stop, until Klipper is seen up
     QHash<qint64, PrintControlCall *> m_controls; // by the number of their call
     bool m_hostAnswers = false;
     bool m_refused = false; // until the key or the address changes, or a minute has passed

@@ -24,6 +24,7 @@ StartupInfoView::StartupInfoView(const QString &question, std::function<void()> 
     // It stands over the main window as a sheet does, but blocks nothing: a host that does not
     // answer is exactly when the menu and the settings are needed, to correct its address.
     setWindowModality(Qt::NonModal);
+    setWindowFlag(Qt::WindowStaysOnTopHint); // never under the floating camera windows
     setWindowTitle(heading);
     setMinimumWidth(320);
 

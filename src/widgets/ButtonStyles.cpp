@@ -7,11 +7,22 @@
 
 namespace kestrel::buttonStyles {
 
+namespace {
+
+// A button that cannot be pressed keeps the style's grey, whatever it says when it can.
+void colourWhileEnabled(QPalette &palette, QPalette::ColorRole role, const QColor &colour)
+{
+    for (const auto group : {QPalette::Active, QPalette::Inactive})
+        palette.setColor(group, role, colour);
+}
+
+} // namespace
+
 void makeProminent(QPushButton *button)
 {
     QPalette palette = button->palette();
-    palette.setColor(QPalette::Button, palette.color(QPalette::Highlight));
-    palette.setColor(QPalette::ButtonText, palette.color(QPalette::HighlightedText));
+    colourWhileEnabled(palette, QPalette::Button, palette.color(QPalette::Highlight));
+    colourWhileEnabled(palette, QPalette::ButtonText, palette.color(QPalette::HighlightedText));
     button->setPalette(palette);
     button->setDefault(true);
 }
@@ -19,7 +30,7 @@ void makeProminent(QPushButton *button)
 void makeDestructive(QPushButton *button)
 {
     QPalette palette = button->palette();
-    palette.setColor(QPalette::ButtonText, systemColors::red());
+    colourWhileEnabled(palette, QPalette::ButtonText, systemColors::red());
     button->setPalette(palette);
 }
 

@@ -13,9 +13,10 @@ QMessageBox *confirmDestructive(QWidget *parent, const QString &title, const QSt
                                 const QString &cancelLabel)
 {
     auto *alert = new QMessageBox(parent);
-    alert->setWindowFlag(Qt::WindowStaysOnTopHint);
     alert->setAttribute(Qt::WA_DeleteOnClose);
     alert->setWindowModality(Qt::WindowModal);
+    // After the modality, which makes the alert a sheet anew and forgets its other flags.
+    alert->setWindowFlag(Qt::WindowStaysOnTopHint);
     alert->setIcon(QMessageBox::Warning);
     alert->setWindowTitle(title);
     alert->setText(title);

@@ -120,7 +120,6 @@ void setStaysOnTop(QWidget *window, bool onTop)
     window->overrideWindowFlags(flags);
     if (QWindow *handle = window->windowHandle())
         handle->setFlags(flags);
-    followAllDesktops(window);
 }
 
 void watchFrame(QWidget *window, std::function<void()> changed)

@@ -11,7 +11,8 @@ class QWidget;
 namespace kestrel::desktopWindow {
 
 // Keeps the window above ordinary windows, or makes it ordinary again, in place: the window
-// keeps its position, stays mapped and keeps its native window.
+// keeps its position, stays mapped and keeps its native window. A window that follows the user
+// to every desktop is told so again afterwards.
 void setStaysOnTop(QWidget *window, bool onTop);
 
 // Shows the window on every virtual desktop, so it follows the user. Call it before the window

@@ -130,8 +130,10 @@ void PrinterWindows::reconcileWindows(const CameraIdSet &selection, const Placem
         if (!selection.contains(id) || addressless)
             closeProgrammatically(id);
     }
-    for (CameraWindow *window : std::as_const(m_windows))
+    for (CameraWindow *window : std::as_const(m_windows)) {
         desktopWindow::setStaysOnTop(window, alwaysOnTop);
+        desktopWindow::followAllDesktops(window);
+    }
     m_laidOutCameras = cameras;
     m_laidOutPlacements = placements;
     m_layoutWanted(LayoutWhen::now);
@@ -154,7 +156,12 @@ void PrinterWindows::openOrUpdateWindow(const Camera &camera, bool alwaysOnTop,
     }
 
     const PrinterSettings &own = m_printer.settings();
+    // Another printer's window opens once typing of its address rests, and the user may well go
+    // on typing: it takes no keyboard. The first printer's windows come forward as they always
+    // have. Qt hands this on to the native window only when it makes it, so it comes first.
+    const bool activates = alwaysOnTop && own.isFirst();
     auto *window = new CameraWindow(camera.id, m_printer.id());
+    window->setAttribute(Qt::WA_ShowWithoutActivating, !activates);
     QRectF initial = windowGeometry::initialContentRect(camera.id);
     if (own.orientation(camera.id).isSideways())
         initial.setSize(initial.size().transposed()); // a sideways camera's picture stands up
@@ -181,10 +188,9 @@ void PrinterWindows::openOrUpdateWindow(const Camera &camera, bool alwaysOnTop,
     m_windows.insert(camera.id, window);
 
     desktopWindow::followAllDesktops(window);
-    window->setAttribute(Qt::WA_ShowWithoutActivating, !alwaysOnTop);
     window->show();
     window->raise();
-    if (alwaysOnTop)
+    if (activates)
         window->activateWindow();
     desktopWindow::followAllDesktops(window); // mapped now: ask the window manager as well
 }

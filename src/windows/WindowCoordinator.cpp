@@ -5,6 +5,8 @@
 #include "windows/CameraWindow.h"
 #include "windows/ScreenFrames.h"
 
+#include <QApplication>
+
 namespace kestrel {
 
 WindowCoordinator::WindowCoordinator(PrinterList &printers, CameraViewFactory makeView,
@@ -94,6 +96,7 @@ void WindowCoordinator::layout(LayoutWhen when)
 {
     if (when == LayoutWhen::now) {
         layoutCorners();
+        keepOthersInFront();
         return;
     }
     if (std::exchange(m_layoutPending, true))
@@ -105,6 +108,17 @@ void WindowCoordinator::layout(LayoutWhen when)
             layoutCorners();
         },
         Qt::QueuedConnection);
+}
+
+// Kestrel's other windows that float as high as the camera windows (the settings while they do,
+// a question, a start-up prompt) stay in front of whichever camera window just came forward.
+void WindowCoordinator::keepOthersInFront()
+{
+    for (QWidget *window : QApplication::topLevelWidgets()) {
+        if (window->isVisible() && !qobject_cast<CameraWindow *>(window) &&
+            window->windowFlags().testFlag(Qt::WindowStaysOnTopHint))
+            window->raise();
+    }
 }
 
 void WindowCoordinator::layoutCorners()

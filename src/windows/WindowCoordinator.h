@@ -40,6 +40,7 @@ private:
     void remove(Printer *printer);
     void layout(LayoutWhen when);
     void layoutCorners();
+    void keepOthersInFront();
 
     PrinterList &m_printers;
     const CameraViewFactory m_makeView;

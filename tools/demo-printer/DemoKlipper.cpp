@@ -23,7 +23,7 @@ QJsonObject rpcError(int code, const QString &message)
     return {{QStringLiteral("code"), code}, {QStringLiteral("message"), message}};
 }
 
-constexpr std::chrono::seconds apiDropEvery{30};
+constexpr std::chrono::seconds apiDropEvery{60};
 constexpr qint64 apiDownMs = 20000;
 
 } // namespace

@@ -25,7 +25,7 @@ struct DemoHost
     // Before a control is carried out and answered, as while Klipper waits for a heater; the
     // emergency stop is carried out at once.
     std::chrono::milliseconds controlDelay{0};
-    // Every 30 s the API drops its connections and refuses new ones for 20 s, while the web
+    // Every minute the API drops its connections and refuses new ones for 20 s, while the web
     // server goes on answering.
     bool dropsApi = false;
 };

@@ -151,7 +151,7 @@ int main(int argc, char *argv[])
         QStringLiteral("Lässt eine Kamera scheitern, z. B. 2=404 (404, html, truncated, stall,"
                        " nolength), oder den Druck: klippy-restart, shutdown, print-error, idle,\n"
                        "deaf (nimmt Pause, Abbruch und Not-Aus an und antwortet nie), api-drops\n"
-                       "(die API trennt alle 30 s ihre Verbindungen und ist 20 s lang weg)."),
+                       "(die API trennt jede Minute ihre Verbindungen und ist 20 s lang weg)."),
         QStringLiteral("kamera=fehler"));
     const QCommandLineOption printOption(
         QStringLiteral("print-seconds"),
