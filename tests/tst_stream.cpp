@@ -5,6 +5,8 @@
 #include "Helpers.h"
 #include "LoopbackHttpServer.h"
 #include "settings/SnapshotUrls.h"
+#include "stream/KeepAliveSnapshotSource.h"
+#include "stream/NewestFirstDecoder.h"
 #include "stream/SnapshotFetch.h"
 #include "stream/SnapshotLoader.h"
 
@@ -59,6 +61,8 @@ private slots:
     void curlGetsExactlyEightArguments();
     void picturesArriveTurnedAndMirrored_data();
     void picturesArriveTurnedAndMirrored();
+    void wallPicturesShareOneConnectionAndStopWhenUnseen();
+    void theNewestPictureWins();
 
 private:
     std::unique_ptr<SnapshotLoader> makeLoader(const QString &curl = u"/usr/bin/curl"_s)
@@ -108,22 +112,27 @@ void StreamTest::failuresBecomeTextsWithTheUrl_data()
         << stallingMidPicture << u"curl: (28) Operation timed out after 5"_s;
 }
 
+// The wall's in-process source words each failure as curl does, so a tile and a camera window
+// say the same about one camera.
 void StreamTest::failuresBecomeTextsWithTheUrl()
 {
     QFETCH(HttpReply, reply);
     QFETCH(QString, textStart);
     LoopbackHttpServer server;
+    server.setKeepAlive(true);
     server.setReply(reply);
     const QUrl url = urlOf(server, "/webcam2/?action=snapshot");
-    auto loader = makeLoader();
-    QSignalSpy rounds(loader.get(), &SnapshotLoader::roundFinished);
-    loader->start({url}, 1);
-    QVERIFY(rounds.wait(20000));
-    loader->stop();
-    const QString text = loader->errorText().value_or(QString());
-    QVERIFY2(text.startsWith(textStart) && text.endsWith(u": "_s + absolute(url)),
-             qPrintable(text));
-    QVERIFY(loader->image().isNull());
+    std::unique_ptr<PictureSource> sources[] = {makeLoader(),
+                                                std::make_unique<KeepAliveSnapshotSource>()};
+    for (const auto &source : sources) {
+        source->start({url}, 1);
+        QTRY_VERIFY_WITH_TIMEOUT(source->errorText(), 20000);
+        source->stop();
+        const QString text = *source->errorText();
+        QVERIFY2(text.startsWith(textStart) && text.endsWith(u": "_s + absolute(url)),
+                 qPrintable(text));
+        QVERIFY(source->image().isNull());
+    }
 }
 
 // Addresses are tried in order each round: the first picture ends the round and clears the
@@ -303,6 +312,53 @@ void StreamTest::picturesArriveTurnedAndMirrored()
     const QImage sharp = *SnapshotFetch::decodeAndRemove(path, {{840, 560}, 2.0, orientation});
     QCOMPARE(sharp.size(), orientation.isSideways() ? QSize(315, 560) : QSize(840, 472));
     QCOMPARE(sharp.deviceIndependentSize(), QSizeF(sharp.size()) / 2);
+}
+
+// One connection serves every picture, each decoded at the tile's size; a source that is paused
+// (its tile out of sight) asks for nothing until it resumes with what it showed.
+void StreamTest::wallPicturesShareOneConnectionAndStopWhenUnseen()
+{
+    LoopbackHttpServer server;
+    server.setKeepAlive(true);
+    server.setReply(jpegReply({1280, 960}));
+    KeepAliveSnapshotSource source;
+    source.setDecodeSize({320, 240}, 1.0);
+    QSignalSpy pictures(&source, &PictureSource::imageChanged);
+    source.start({urlOf(server, "/snap")}, 50);
+    QTRY_VERIFY_WITH_TIMEOUT(pictures.count() >= 6, 20000);
+    QCOMPARE(source.image().size(), QSize(320, 240));
+    QCOMPARE(server.connectionCount(), 1);
+
+    source.pause();
+    const qsizetype asked = server.requests().size();
+    QTest::qWait(200); // ten pictures' worth
+    QCOMPARE(server.requests().size(), asked);
+    QVERIFY(!source.image().isNull());
+    source.resume({urlOf(server, "/snap")}, 50);
+    QTRY_VERIFY_WITH_TIMEOUT(server.requests().size() > asked, 20000);
+
+    // A host slower than the rate gets one request at a time, never a queue.
+    server.setReply(HttpReply::with(HttpReply::Action::hold));
+    QTRY_COMPARE_WITH_TIMEOUT(server.heldCount(), 1, 20000);
+    QTest::qWait(200);
+    QCOMPARE(server.heldCount(), 1);
+    source.stop();
+}
+
+// Pictures that come while one is decoded wait, and only the newest of them is decoded next.
+void StreamTest::theNewestPictureWins()
+{
+    QList<QSize> decoded;
+    NewestFirstDecoder decoder([&](std::optional<QImage> image) { decoded << image->size(); },
+                               nullptr);
+    for (const QSize size : {QSize(640, 480), QSize(320, 240), QSize(160, 120)})
+        decoder.decode(test::testJpeg(size), {});
+    QTRY_COMPARE_WITH_TIMEOUT(decoded, (QList<QSize>{{640, 480}, {160, 120}}), 20000);
+
+    decoder.decode(test::testJpeg({640, 480}), {});
+    decoder.forget(); // stopped: what was on its way is never shown
+    QTest::qWait(100);
+    QCOMPARE(decoded.size(), 2);
 }
 
 QTEST_MAIN(StreamTest)

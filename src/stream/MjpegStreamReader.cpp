@@ -4,17 +4,15 @@
 #include "settings/SnapshotUrls.h"
 #include "stream/SnapshotFetch.h"
 
-#include <QBuffer>
-#include <QFutureWatcher>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
-#include <QtConcurrent>
 
 namespace kestrel {
 
 MjpegStreamReader::MjpegStreamReader(QObject *parent, StreamTimings timings)
     : PictureSource(parent), m_timings(std::move(timings)),
-      m_network(new QNetworkAccessManager(this))
+      m_network(new QNetworkAccessManager(this)),
+      m_decoder(new NewestFirstDecoder([this](auto image) { showDecoded(std::move(image)); }, this))
 {
     m_stall.setSingleShot(true);
     m_stall.setInterval(m_timings.stall);
@@ -25,7 +23,7 @@ MjpegStreamReader::MjpegStreamReader(QObject *parent, StreamTimings timings)
     connect(&m_retry, &QTimer::timeout, this, &MjpegStreamReader::connectToStream);
 }
 
-void MjpegStreamReader::start(const QList<QUrl> &urls, qint64)
+void MjpegStreamReader::start(const QList<QUrl> &urls, double)
 {
     if (m_running && urls.value(0) == m_url)
         return;
@@ -38,11 +36,10 @@ void MjpegStreamReader::start(const QList<QUrl> &urls, qint64)
 
 void MjpegStreamReader::stop()
 {
-    ++m_generation;
+    m_decoder->forget();
     m_running = false;
     disconnectReply();
     m_retry.stop();
-    m_waiting.reset();
     m_failures = 0;
     m_url.clear();
     m_pausedUrl.clear();
@@ -55,7 +52,7 @@ void MjpegStreamReader::pause()
     m_pausedUrl = url;
 }
 
-void MjpegStreamReader::resume(const QList<QUrl> &urls, qint64 fps)
+void MjpegStreamReader::resume(const QList<QUrl> &urls, double fps)
 {
     if (m_running || urls.isEmpty() || urls.first() != m_pausedUrl) {
         start(urls, fps);
@@ -68,7 +65,7 @@ void MjpegStreamReader::resume(const QList<QUrl> &urls, qint64 fps)
 
 qsizetype MjpegStreamReader::heldBytes() const
 {
-    return (m_parts ? m_parts->held() : 0) + (m_waiting ? m_waiting->size() : 0);
+    return (m_parts ? m_parts->held() : 0) + m_decoder->waitingBytes();
 }
 
 void MjpegStreamReader::connectToStream()
@@ -129,7 +126,7 @@ void MjpegStreamReader::readBody()
         break;
     }
     if (part)
-        decode(std::move(*part));
+        m_decoder->decode(std::move(*part), decodeTarget());
 }
 
 void MjpegStreamReader::connectionEnded()
@@ -143,49 +140,23 @@ void MjpegStreamReader::connectionEnded()
         fail(m_reply->errorString());
 }
 
-// Newest first: a part that arrives while another is decoded replaces any that waited.
-void MjpegStreamReader::decode(QByteArray part)
+// Pictures decoded, not parts received, keep the stream alive: a stream the machine is too busy
+// to decode is as stalled as a silent one.
+void MjpegStreamReader::showDecoded(std::optional<QImage> image)
 {
-    if (m_decoding) {
-        m_waiting = std::move(part);
-        return;
+    m_stall.start();
+    if (image) {
+        m_failures = 0;
+        publishPicture(std::move(*image));
+    } else {
+        setErrorText(QStringLiteral("JPEG ungültig: ") + absoluteString(m_url));
     }
-    m_decoding = true;
-    auto *watcher = new QFutureWatcher<std::optional<QImage>>(this);
-    connect(watcher, &QFutureWatcherBase::finished, this,
-            [this, watcher, generation = m_generation, url = m_url] {
-                watcher->deleteLater();
-                m_decoding = false;
-                if (generation == m_generation) {
-                    // Pictures decoded, not parts received, keep the stream alive: a stream the
-                    // machine is too busy to decode is as stalled as a silent one.
-                    m_stall.start();
-                    if (const std::optional<QImage> image = watcher->result()) {
-                        m_failures = 0;
-                        publishPicture(*image);
-                    } else {
-                        setErrorText(QStringLiteral("JPEG ungültig: ") + absoluteString(url));
-                    }
-                }
-                if (m_waiting)
-                    decode(*std::exchange(m_waiting, std::nullopt));
-            });
-    watcher->setFuture(QtConcurrent::run(
-        &decodingThreads(),
-        [](const QByteArray &bytes, const DecodeTarget &target) {
-            QBuffer buffer;
-            buffer.setData(bytes);
-            buffer.open(QIODevice::ReadOnly);
-            return decodePicture(buffer, target);
-        },
-        std::move(part), decodeTarget()));
 }
 
 void MjpegStreamReader::fail(const QString &reason)
 {
     // A picture still on its way from the broken connection would clear the failure at once.
-    ++m_generation;
-    m_waiting.reset();
+    m_decoder->forget();
     setErrorText(reason + QStringLiteral(": ") + absoluteString(m_url));
     disconnectReply();
     const auto &retries = m_timings.retries;

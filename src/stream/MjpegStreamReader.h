@@ -2,6 +2,7 @@
 #pragma once
 
 #include "stream/MjpegPartReader.h"
+#include "stream/NewestFirstDecoder.h"
 #include "stream/PictureSource.h"
 
 #include <QTimer>
@@ -38,10 +39,10 @@ class MjpegStreamReader : public PictureSource
 public:
     explicit MjpegStreamReader(QObject *parent = nullptr, StreamTimings timings = {});
 
-    void start(const QList<QUrl> &urls, qint64 fps) override;
+    void start(const QList<QUrl> &urls, double fps) override;
     void stop() override;
     void pause() override;
-    void resume(const QList<QUrl> &urls, qint64 fps) override;
+    void resume(const QList<QUrl> &urls, double fps) override;
     bool isRunning() const override { return m_running; }
 
     // Bytes held for the part in progress and the picture waiting to be decoded.
@@ -52,7 +53,7 @@ private:
     void readHeaders();
     void readBody();
     void connectionEnded();
-    void decode(QByteArray part);
+    void showDecoded(std::optional<QImage> image);
     void fail(const QString &reason);
     void disconnectReply();
 
@@ -63,12 +64,10 @@ private:
     QUrl m_url;
     QUrl m_pausedUrl;
     bool m_running = false;
-    bool m_decoding = false;
-    std::optional<QByteArray> m_waiting; // the newest part while another is decoded
+    NewestFirstDecoder *m_decoder;
     QTimer m_stall;
     QTimer m_retry;
     qsizetype m_failures = 0; // in a row, for the back-off
-    quint64 m_generation = 0; // bumped by stops and failures; late pictures from before are dropped
 };
 
 } // namespace kestrel

@@ -26,18 +26,22 @@ public:
     using QObject::QObject;
 
     // Starts showing pictures from these addresses, or keeps what runs if they are the same.
-    virtual void start(const QList<QUrl> &urls, qint64 fps) = 0;
+    // `fps` is the wished rate; a wall of many cameras may want less than one a second.
+    virtual void start(const QList<QUrl> &urls, double fps) = 0;
     virtual void stop() = 0;
     // A pause is a stop that resume() takes back: the picture and the error text stay until the
     // next picture or failure. Any other list starts afresh.
     virtual void pause() = 0;
-    virtual void resume(const QList<QUrl> &urls, qint64 fps) = 0;
+    virtual void resume(const QList<QUrl> &urls, double fps) = 0;
     virtual bool isRunning() const = 0;
 
     // Pictures are decoded to fit this size (device pixels), which keeps decoding cheap.
     void setDecodeSize(QSize size, qreal devicePixelRatio);
     // Pictures that arrive from now on are turned and mirrored so.
-    void setOrientation(const CameraOrientation &orientation) { m_target.orientation = orientation; }
+    void setOrientation(const CameraOrientation &orientation)
+    {
+        m_target.orientation = orientation;
+    }
 
     QImage image() const { return m_image; }
     std::optional<QString> errorText() const { return m_errorText; }

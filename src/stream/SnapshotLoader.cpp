@@ -7,6 +7,7 @@
 #include <QPointer>
 
 #include <algorithm>
+#include <cmath>
 
 namespace kestrel {
 
@@ -25,7 +26,7 @@ std::chrono::milliseconds SnapshotLoader::pauseFor(qint64 fps)
     return std::chrono::ceil<std::chrono::milliseconds>(pause);
 }
 
-void SnapshotLoader::start(const QList<QUrl> &urls, qint64 fps)
+void SnapshotLoader::start(const QList<QUrl> &urls, double fps)
 {
     if (m_running && urls == m_currentURLs)
         return;
@@ -35,9 +36,9 @@ void SnapshotLoader::start(const QList<QUrl> &urls, qint64 fps)
     runLoop(fps);
 }
 
-void SnapshotLoader::runLoop(qint64 fps)
+void SnapshotLoader::runLoop(double fps)
 {
-    m_pause.setInterval(pauseFor(fps));
+    m_pause.setInterval(pauseFor(std::llround(fps)));
     m_running = true;
     const quint64 loop = m_loop;
     QMetaObject::invokeMethod(
@@ -65,7 +66,7 @@ void SnapshotLoader::pause()
     m_pausedURLs = std::move(urls);
 }
 
-void SnapshotLoader::resume(const QList<QUrl> &urls, qint64 fps)
+void SnapshotLoader::resume(const QList<QUrl> &urls, double fps)
 {
     if (m_running || urls.isEmpty() || urls != m_pausedURLs) {
         start(urls, fps);

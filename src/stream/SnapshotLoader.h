@@ -36,10 +36,10 @@ public:
 
     // Starts fetching from these URLs, or keeps the running loop if they are the same, in the
     // same order. Any other list restarts at once, without a pause.
-    void start(const QList<QUrl> &urls, qint64 fps) override;
+    void start(const QList<QUrl> &urls, double fps) override;
     void stop() override;
     void pause() override;
-    void resume(const QList<QUrl> &urls, qint64 fps) override;
+    void resume(const QList<QUrl> &urls, double fps) override;
     bool isRunning() const override { return m_running; }
 
     QList<QUrl> currentURLs() const { return m_currentURLs; }
@@ -48,7 +48,7 @@ signals:
     void roundFinished();
 
 private:
-    void runLoop(qint64 fps);
+    void runLoop(double fps);
     void runRound();
     void fetchFrom(const QList<QUrl> &urls, qsizetype index, quint64 loop);
     void finishRound(const QList<QUrl> &urls, bool gotPicture, quint64 loop);

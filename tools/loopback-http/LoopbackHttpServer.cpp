@@ -83,6 +83,7 @@ void LoopbackHttpServer::accept()
 {
     while (QTcpSocket *socket = m_server->nextPendingConnection()) {
         socket->setParent(this);
+        ++m_connections;
         connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
         connect(socket, &QTcpSocket::readyRead, this, [this, socket] { readRequest(socket); });
     }
@@ -153,7 +154,7 @@ void LoopbackHttpServer::perform(QTcpSocket *socket, const HttpRequest &request,
         break;
     }
     QTimer::singleShot(reply.delay, socket,
-                       [socket, request, reply] { answer(socket, request, reply); });
+                       [this, socket, request, reply] { answer(socket, request, reply); });
 }
 
 void LoopbackHttpServer::answer(QTcpSocket *socket, const HttpRequest &request,
@@ -164,7 +165,10 @@ void LoopbackHttpServer::answer(QTcpSocket *socket, const HttpRequest &request,
     const qsizetype length = reply.declaredLength >= 0 ? reply.declaredLength : reply.body.size();
     if (!reply.pieces)
         head += "Content-Length: " + QByteArray::number(length) + "\r\n";
-    head += "Connection: close\r\n\r\n";
+    const bool keepAlive = m_keepAlive && !reply.pieces && !reply.stallAfterBody &&
+                           reply.declaredLength < 0 &&
+                           request.headers.value("connection").toLower() != "close";
+    head += keepAlive ? "Connection: keep-alive\r\n\r\n" : "Connection: close\r\n\r\n";
     socket->write(head);
     if (request.method != "HEAD" && reply.pieces) {
         writePieces(socket, reply);
@@ -172,8 +176,14 @@ void LoopbackHttpServer::answer(QTcpSocket *socket, const HttpRequest &request,
     }
     if (request.method != "HEAD")
         socket->write(reply.body);
-    if (!reply.stallAfterBody)
+    if (keepAlive) {
+        socket->setProperty("handled", false);
+        socket->setProperty("buffer", QVariant());
+        if (socket->bytesAvailable() > 0)
+            readRequest(socket);
+    } else if (!reply.stallAfterBody) {
         socket->disconnectFromHost();
+    }
 }
 
 // A client that reads slowly gets fewer pieces, never a growing queue: what a camera's streamer

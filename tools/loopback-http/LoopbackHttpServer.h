@@ -58,7 +58,7 @@ struct HttpReply
 };
 
 // A tiny HTTP server on 127.0.0.1, scripted by the demo printer, the benchmarks and the tests. One
-// request per connection; every request is recorded.
+// request per connection unless it keeps connections alive; every request is recorded.
 class LoopbackHttpServer : public QObject
 {
     Q_OBJECT
@@ -79,6 +79,12 @@ public:
     // also drops every open connection.
     void setListening(bool listening);
 
+    // Whole answers leave the connection open for the client's next request, as camera servers
+    // do; a streamed or stalled body, and a client that asks to close, still end it.
+    void setKeepAlive(bool keepAlive) { m_keepAlive = keepAlive; }
+    // Connections accepted so far.
+    int connectionCount() const { return m_connections; }
+
     void setReply(const HttpReply &reply);
     void setHandler(std::function<HttpReply(const HttpRequest &)> handler);
     // Takes the connections that ask to become websockets, with their handshake still unread.
@@ -97,7 +103,7 @@ private:
     void accept();
     void readRequest(QTcpSocket *socket);
     void perform(QTcpSocket *socket, const HttpRequest &request, const HttpReply &reply);
-    static void answer(QTcpSocket *socket, const HttpRequest &request, const HttpReply &reply);
+    void answer(QTcpSocket *socket, const HttpRequest &request, const HttpReply &reply);
     static void writePieces(QTcpSocket *socket, const HttpReply &reply);
 
     QTcpServer *m_server;
@@ -106,6 +112,8 @@ private:
     std::function<HttpReply(const HttpRequest &)> m_handler;
     std::function<void(QTcpSocket *)> m_upgrade;
     QList<HttpRequest> m_requests;
+    bool m_keepAlive = false;
+    int m_connections = 0;
     QList<std::pair<QTcpSocket *, HttpRequest>> m_held;
 };
 
