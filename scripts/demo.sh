@@ -6,19 +6,21 @@
 # through the demo printer's plug. Arguments go to the demo printer, e.g. --fault 2=404 or
 # --print-seconds 60.
 #
-# With --printers N (2 to 5) as the first arguments, N demo printers start instead, each with its
+# With --printers N (2 to 20) as the first arguments, N demo printers start instead, each with its
 # own name, plug, scenes and print length, the third with a failing camera, and one Kestrel is set
-# up with all of them; further arguments go to every demo printer.
+# up with all of them; further arguments go to every demo printer. From five printers on, Kestrel
+# starts with the printer wall, and the live streams run at 2 pictures a second.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 source scripts/common.sh
 ensure_packages "${KESTREL_PACKAGES[@]}"
 
 printers=1
+wall=()
 if [ "${1:-}" = --printers ]; then
     printers=${2:-}
     shift 2 || true
-    case $printers in [2-5]) ;; *) echo "demo.sh: --printers takes 2 to 5" >&2; exit 2 ;; esac
+    case $printers in [2-9] | 1[0-9] | 20) ;; *) echo "demo.sh: --printers takes 2 to 20" >&2; exit 2 ;; esac
 fi
 
 build_kestrel kestrel kestrel-demo-printer
@@ -35,15 +37,17 @@ if [ "$printers" -eq 1 ]; then
     write_demo_scenes "$work"
     echo "Demo printer at http://$printer_address/, its plug at http://$plug_address/"
 else
-    names=(Voron Prusa Ender Rat Sovol)
-    seconds=(90 150 240 300 360)
+    names=(Voron Prusa Ender Rat Sovol Anycubic Bambu Creality Elegoo Flashforge Kingroon Mingda
+        Qidi Sidewinder Tronxy Trident Switchwire Annex Mercury Hevort)
+    [ "$printers" -gt 4 ] && wall=(--wall) && set -- --fps 2 "$@"
     # The first printer shows all three cameras in their corners; each further one its first
     # camera, alternately in the bottom-right and the top-left corner, beside the first's.
     corners=(bottomRight topLeft)
     entries=()
     for ((i = 0; i < printers; i++)); do
         mkdir -p "$work/printer-$i"
-        options=(--print-seconds "${seconds[$i]}")
+        # Prints of different lengths, so that each ends at its own moment.
+        options=(--print-seconds $((90 + 53 * i % 400)))
         [ "$i" -eq 2 ] && options+=(--fault 2=404)
         start_demo_printer "$work/printer-$i" "" build/tools/demo-printer/kestrel-demo-printer \
             "${options[@]}" "$@"
@@ -66,4 +70,4 @@ else
     list=$(IFS=,; echo "${entries[*]}")
     printf '{%s, "additionalPrinters": [%s]}\n' "$first" "$list" >"$work/config/Kestrel/settings.json"
 fi
-XDG_CONFIG_HOME="$work/config" build/src/kestrel
+XDG_CONFIG_HOME="$work/config" build/src/kestrel "${wall[@]}"

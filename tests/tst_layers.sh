@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: GPL-3.0-or-later
-# Every include points down the layers: app → screens → windows → camera → printers → monitor,
+# Every include points down the layers: app → screens → wall → windows → camera → printers → monitor,
 # power, the picture sources and the widget kit → settings → platform. A folder may include from its own
 # folder and from lower ones, never from a folder beside or above it. Usage: tst_layers.sh <src>
 set -euo pipefail
 declare -A rank=([platform]=1 [settings]=2 [monitor]=3 [power]=3 [widgets]=3 [stream]=3
-    [printers]=4 [camera]=5 [windows]=6 [screens]=7 [app]=8)
+    [printers]=4 [camera]=5 [windows]=6 [wall]=7 [screens]=8 [app]=9)
 cd "$1"
 status=0
 while IFS=: read -r file _ include; do

@@ -9,6 +9,7 @@
 #include "screens/ContentView.h"
 #include "screens/SettingsView.h"
 #include "settings/AppSettings.h"
+#include "wall/WallWindow.h"
 #include "widgets/GlyphRoom.h"
 #include "windows/DesktopWindow.h"
 #include "windows/WindowCoordinator.h"
@@ -60,6 +61,8 @@ KestrelApp::KestrelApp(KeyValueStore &store, const ExternalTools &tools, StartMo
         waitForTray(mode, trayWait);
     if (mode == StartMode::shown)
         m_mainWindow.show();
+    if (m_settings->wall().isOpen())
+        openWall();
 }
 
 void KestrelApp::notifyAbout(const Printer *printer)
@@ -96,6 +99,7 @@ void KestrelApp::waitForTray(StartMode mode, std::chrono::milliseconds wait)
 // others, must go before any of them.
 KestrelApp::~KestrelApp()
 {
+    delete m_wall;
     delete m_settingsWindow;
     delete m_windowCoordinator;
 }
@@ -110,6 +114,7 @@ void KestrelApp::addMenuCommands()
     preferences->setShortcut(platform.isEmpty() ? QKeySequence(Qt::CTRL | Qt::Key_Comma)
                                                 : platform);
     preferences->setShortcutContext(Qt::ApplicationShortcut);
+    menu->addAction(tr("Druckerwand"), this, &KestrelApp::openWall)->setMenuRole(QAction::NoRole);
     QAction *sync = menu->addAction(tr("Kamerafenster synchronisieren"), m_windowCoordinator,
                                     &WindowCoordinator::syncWindows);
     sync->setMenuRole(QAction::NoRole);
@@ -123,6 +128,7 @@ void KestrelApp::addTrayIcon()
 {
     m_tray = new TrayIcon(*m_printers, this);
     connect(m_tray, &TrayIcon::showMainWindowRequested, this, &KestrelApp::bringToFront);
+    connect(m_tray, &TrayIcon::openWallRequested, this, &KestrelApp::openWall);
     connect(m_tray, &TrayIcon::syncWindowsRequested, m_windowCoordinator,
             &WindowCoordinator::syncWindows);
     connect(m_tray, &TrayIcon::openSettingsRequested, this, &KestrelApp::openSettings);
@@ -159,6 +165,8 @@ void KestrelApp::closeCameraWindowsForQuit()
 {
     m_quitting = true;
     m_windowCoordinator->closeAllWindows();
+    if (m_wall)
+        m_wall->closeForQuit();
 }
 
 // Whatever it was before it went (maximised, full screen), but no longer minimised.
@@ -168,6 +176,21 @@ void KestrelApp::bringToFront()
     m_mainWindow.show();
     m_mainWindow.raise();
     m_mainWindow.activateWindow();
+}
+
+WallWindow *KestrelApp::wallWindow() const
+{
+    return m_wall;
+}
+
+void KestrelApp::openWall()
+{
+    if (!m_wall)
+        m_wall = new WallWindow(*m_printers, *m_windowCoordinator);
+    m_wall->setWindowState(m_wall->windowState() & ~Qt::WindowMinimized);
+    m_wall->show();
+    m_wall->raise();
+    m_wall->activateWindow();
 }
 
 SettingsView *KestrelApp::settingsWindow() const

@@ -21,6 +21,7 @@ class PrinterList;
 class PrintNotifier;
 class SettingsView;
 class TrayIcon;
+class WallWindow;
 class WindowCoordinator;
 
 // The application: creates the long-lived objects in their fixed order (settings first, since
@@ -52,6 +53,9 @@ public:
 
     // The single settings window: made on first use, brought to the front after that.
     void openSettings();
+    // The printer wall: made on first use, brought to the front after that.
+    void openWall();
+    WallWindow *wallWindow() const;
     // Shows the main window in front, as when Kestrel is launched while it already runs.
     void bringToFront();
 
@@ -89,6 +93,7 @@ private:
     WindowCoordinator *m_windowCoordinator;
     ContentView *m_contentView;
     QPointer<SettingsView> m_settingsWindow;
+    QPointer<WallWindow> m_wall;
     TrayIcon *m_tray = nullptr;
     bool m_quitting = false;
 };

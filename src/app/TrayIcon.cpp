@@ -11,6 +11,7 @@ TrayIcon::TrayIcon(const PrinterList &printers, QObject *parent)
     : QSystemTrayIcon(QGuiApplication::windowIcon(), parent), m_printers(printers)
 {
     m_menu.addAction(tr("Kestrel anzeigen"), this, &TrayIcon::showMainWindowRequested);
+    m_menu.addAction(tr("Druckerwand"), this, &TrayIcon::openWallRequested);
     m_menu.addAction(tr("Kamerafenster synchronisieren"), this, &TrayIcon::syncWindowsRequested);
     m_menu.addAction(tr("Einstellungen…"), this, &TrayIcon::openSettingsRequested);
     m_menu.addSeparator();

@@ -10,9 +10,10 @@ class Printer;
 class PrinterList;
 
 // Kestrel's icon in the desktop's tray, where one exists: it keeps Kestrel within reach while
-// only the camera windows are open. A click brings the main window; its menu also syncs the
-// camera windows, opens the settings and quits. Its tooltip is the printer host's state; with
-// several printers, one line per printer with its name and its print, or its host's state.
+// only the camera windows are open. A click brings the main window; its menu also opens the
+// printer wall, syncs the camera windows, opens the settings and quits. Its tooltip is the printer
+// host's state; with several printers, one line per printer with its name and its print, or its
+// host's state.
 class TrayIcon : public QSystemTrayIcon
 {
     Q_OBJECT
@@ -25,6 +26,7 @@ public:
 
 signals:
     void showMainWindowRequested();
+    void openWallRequested();
     void syncWindowsRequested();
     void openSettingsRequested();
     void quitRequested();

@@ -39,6 +39,9 @@ int main(int argc, char *argv[])
         kestrel::autostart::hiddenOption,
         QStringLiteral("Startet nur mit dem Symbol im Infobereich, ohne Hauptfenster."));
     commandLine.addOption(hidden);
+    const QCommandLineOption wall(QStringLiteral("wall"),
+                                  QStringLiteral("Öffnet beim Start die Druckerwand."));
+    commandLine.addOption(wall);
     if (const auto status = commandLine.parse(argc, argv))
         return *status;
 
@@ -60,6 +63,8 @@ int main(int argc, char *argv[])
     kestrel::KestrelApp kestrel(store, {},
                                 commandLine.isSet(hidden) ? kestrel::KestrelApp::StartMode::toTray
                                                           : kestrel::KestrelApp::StartMode::shown);
+    if (commandLine.isSet(wall))
+        kestrel.openWall();
     QObject::connect(&instance, &kestrel::SingleInstance::anotherLaunch, &kestrel,
                      &kestrel::KestrelApp::bringToFront);
     return QApplication::exec();

@@ -191,17 +191,20 @@ void CameraWindowView::refreshPictureRate()
 
 void CameraWindowView::refreshStatusDot()
 {
-    switch (m_environment.printer.monitor().reachability().kind()) {
+    m_statusDot->setColor(hostStateColor(m_environment.printer.monitor().reachability()));
+}
+
+QColor CameraWindowView::hostStateColor(const PiReachability &reachability)
+{
+    switch (reachability.kind()) {
     case PiReachability::Kind::checking:
-        m_statusDot->setColor(systemColors::yellow());
-        break;
+        return systemColors::yellow();
     case PiReachability::Kind::reachable:
-        m_statusDot->setColor(systemColors::green());
-        break;
+        return systemColors::green();
     case PiReachability::Kind::unreachable:
-        m_statusDot->setColor(systemColors::red());
         break;
     }
+    return systemColors::red();
 }
 
 void CameraWindowView::rebuildCameraMenu()

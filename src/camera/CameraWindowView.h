@@ -2,6 +2,7 @@
 #pragma once
 
 #include "camera/CameraWindowEnvironment.h"
+#include "monitor/PiReachability.h"
 #include "settings/Camera.h"
 
 #include <QList>
@@ -42,6 +43,9 @@ public:
     // "<resolution> • Aktualisierung bis <rate> FPS", the rate capped at 6 from above only; a
     // streaming camera says "<resolution> • Live-Stream".
     static QString caption(const Camera &camera, bool streaming);
+    // The status dot's colour for the printer host's state: yellow while checking, then green or
+    // red.
+    static QColor hostStateColor(const PiReachability &reachability);
 
 signals:
     // The user chose another camera for this window in its menu.

@@ -4,6 +4,7 @@
 #include "camera/SnapshotErrorCard.h"
 #include "monitor/PiStatusMonitor.h"
 #include "settings/SnapshotUrls.h"
+#include "stream/KeepAliveSnapshotSource.h"
 #include "stream/MjpegStreamReader.h"
 #include "stream/SnapshotLoader.h"
 #include "widgets/ProgressSpinner.h"
@@ -14,6 +15,7 @@
 #include <QPainterPath>
 
 #include <algorithm>
+#include <cmath>
 
 namespace kestrel {
 
@@ -38,10 +40,17 @@ void SnapshotStreamView::useSource(PictureFeed feed)
 {
     delete m_source;
     m_feed = feed;
-    if (feed == PictureFeed::stream)
+    switch (feed) {
+    case PictureFeed::stream:
         m_source = new MjpegStreamReader(this);
-    else
+        break;
+    case PictureFeed::keptAlive:
+        m_source = new KeepAliveSnapshotSource(this);
+        break;
+    case PictureFeed::snapshots:
         m_source = new SnapshotLoader(this, m_curlPath);
+        break;
+    }
     m_source->setOrientation(m_orientation);
     const qreal ratio = devicePixelRatioF();
     m_source->setDecodeSize(size() * ratio, ratio);
@@ -59,13 +68,23 @@ void SnapshotStreamView::setAddresses(const QList<QUrl> &urls, PictureFeed feed)
     if (feed != m_feed)
         useSource(feed);
     m_urls = urls;
-    if (isVisible())
+    if (isVisible() && m_inSight)
         startSource();
 }
 
-void SnapshotStreamView::setTargetFPS(qint64 fps)
+void SnapshotStreamView::setTargetFPS(double fps)
 {
     m_targetFPS = fps;
+}
+
+void SnapshotStreamView::setInSight(bool inSight)
+{
+    if (inSight == std::exchange(m_inSight, inSight))
+        return;
+    if (!inSight)
+        m_source->pause();
+    else if (isVisible())
+        m_source->resume(m_urls, shownRate());
 }
 
 void SnapshotStreamView::setCornerRadius(qreal radius)
@@ -94,14 +113,18 @@ void SnapshotStreamView::startSource()
     m_source->start(m_urls, shownRate());
 }
 
-qint64 SnapshotStreamView::shownRate() const
+double SnapshotStreamView::shownRate() const
 {
-    return SnapshotLoader::shownRate(m_targetFPS);
+    if (m_feed == PictureFeed::keptAlive)
+        return m_targetFPS;
+    return double(SnapshotLoader::shownRate(std::llround(m_targetFPS)));
 }
 
 void SnapshotStreamView::updateOverlays()
 {
     const auto errorText = m_source->errorText();
+    if (m_dimmedOnFailure)
+        update();
     // The spinner says a picture is on its way; under a failure's card it only muddles the card.
     m_spinner->setVisible(m_source->image().isNull() && !errorText);
     if (!errorText) {
@@ -142,6 +165,8 @@ void SnapshotStreamView::paintEvent(QPaintEvent *)
     const QImage image = m_source->image();
     if (!image.isNull())
         drawPicture(painter, image);
+    if (m_dimmedOnFailure && m_errorCard->isVisible())
+        painter.fillRect(rect(), QColor(0, 0, 0, 140));
     if (m_printProgress) {
         const QRectF bar(0, height() - printBarHeight, width(), printBarHeight);
         painter.fillRect(bar, systemColors::white(0.25));
@@ -175,7 +200,8 @@ void SnapshotStreamView::resizeEvent(QResizeEvent *)
 // the next round has news.
 void SnapshotStreamView::showEvent(QShowEvent *)
 {
-    m_source->resume(m_urls, shownRate());
+    if (m_inSight)
+        m_source->resume(m_urls, shownRate());
 }
 
 void SnapshotStreamView::hideEvent(QHideEvent *)

@@ -18,11 +18,13 @@ class PictureSource;
 class ProgressSpinner;
 class SnapshotErrorCard;
 
-// Where a camera's pictures come from: still snapshots (the default) or its live MJPEG stream.
+// Where a camera's pictures come from: still snapshots (the default) or its live MJPEG stream;
+// the printer wall fetches its snapshots in-process, over connections kept open.
 enum class PictureFeed
 {
     snapshots,
-    stream
+    stream,
+    keptAlive
 };
 
 // One camera's live picture: black, the latest picture fitted into the area, a spinner until
@@ -42,8 +44,13 @@ public:
     // A new list restarts fetching; the same list keeps the running loop. Another feed takes
     // another source at once.
     void setAddresses(const QList<QUrl> &urls, PictureFeed feed = PictureFeed::snapshots);
-    // The wished rate; it takes effect with the next list, as a rate alone never restarts.
-    void setTargetFPS(qint64 fps);
+    // The wished rate; it takes effect with the next list, as a rate alone never restarts. Curl
+    // snapshots come at 1 to 6 a second, the wall's as wished.
+    void setTargetFPS(double fps);
+    // A view scrolled out of sight fetches nothing, as a hidden one.
+    void setInSight(bool inSight);
+    // Dims the picture under a failure's card, so that a wall tells a dead camera at a glance.
+    void setDimmedOnFailure(bool dimmed) { m_dimmedOnFailure = dimmed; }
     // Rounds the corners of the black area and the picture.
     void setCornerRadius(qreal radius);
     void setOrientation(const CameraOrientation &orientation);
@@ -63,7 +70,7 @@ private:
     void useSource(PictureFeed feed);
     void drawPicture(QPainter &painter, const QImage &image);
     void startSource();
-    qint64 shownRate() const;
+    double shownRate() const;
     void updateOverlays();
     void placeOverlays();
 
@@ -75,7 +82,9 @@ private:
     ProgressSpinner *m_spinner;
     SnapshotErrorCard *m_errorCard;
     QList<QUrl> m_urls;
-    qint64 m_targetFPS = 1;
+    double m_targetFPS = 1;
+    bool m_inSight = true;
+    bool m_dimmedOnFailure = false;
     qreal m_cornerRadius = 0;
     static constexpr int printBarHeight = 3;
     qint64 m_paintedKey = 0; // the last picture painted, for the benchmarks' log

@@ -32,7 +32,8 @@ QVariantList entriesOf(const QVariant &stored)
 
 } // namespace
 
-AppSettings::AppSettings(KeyValueStore &store, QObject *parent) : QObject(parent), m_store(store)
+AppSettings::AppSettings(KeyValueStore &store, QObject *parent)
+    : QObject(parent), m_store(store), m_wall(new WallSettings(store, this))
 {
     using namespace codec;
     m_alwaysOnTop = decodeBool(store.value(keys::alwaysOnTop), true);

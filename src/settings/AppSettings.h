@@ -2,6 +2,7 @@
 #pragma once
 
 #include "settings/PrinterSettings.h"
+#include "settings/WallSettings.h"
 
 #include <QList>
 #include <QObject>
@@ -39,6 +40,8 @@ public:
     bool showPictureRate() const { return m_showPictureRate; }
     // A desktop notification when a print ends or pauses.
     bool notifyPrintEvents() const { return m_notifyPrintEvents; }
+
+    WallSettings &wall() const { return *m_wall; }
 
     void setAlwaysOnTop(bool value);
     void setShowPictureRate(bool value);
@@ -81,6 +84,7 @@ private:
     void assign(bool &field, bool value, WillChange willChange, const QString &key);
 
     KeyValueStore &m_store;
+    WallSettings *m_wall;
     std::vector<Entry> m_printers;
     bool m_alwaysOnTop = true;
     bool m_showPictureRate = false;

@@ -23,6 +23,7 @@ const QString cameraRotations = QStringLiteral("cameraRotations");
 const QString cameraMirroring = QStringLiteral("cameraMirroring");
 const QString cameraStreamPaths = QStringLiteral("cameraStreamPaths");
 const QString printerApiKey = QStringLiteral("printerApiKey");
+const QString wallCamera = QStringLiteral("wallCamera");
 } // namespace keys
 
 QString PrinterSettings::defaultPrinterIP()
@@ -61,6 +62,7 @@ PrinterSettings::PrinterSettings(KeyValueStore &store, QString printerID, QObjec
     m_selectedCameraIDs = decodeSelection(store.value(keys::selectedCameraIDs), {1});
     m_cameraStreamPaths = decodeCameraTexts(store.value(keys::cameraStreamPaths), EmptyTexts::skip);
     m_printerApiKey = decodeString(store.value(keys::printerApiKey), {});
+    m_wallCamera = decodeCatalogueCamera(store.value(keys::wallCamera));
     m_cameraOrientations =
         decodeOrientations(store.value(keys::cameraRotations), store.value(keys::cameraMirroring));
     m_settledPrinterIP = m_printerIP;
@@ -76,6 +78,19 @@ void PrinterSettings::assign(T &field, T value, WillChange willChange, const QSt
     field = std::move(value);
     m_store.setValue(key, codec::encode(field));
     emit changed();
+}
+
+void PrinterSettings::setWallCamera(CameraId id)
+{
+    assign(m_wallCamera, std::optional(id), &PrinterSettings::wallCameraWillChange,
+           keys::wallCamera);
+}
+
+CameraId PrinterSettings::wallCamera() const
+{
+    if (m_wallCamera)
+        return *m_wallCamera;
+    return m_selectedCameraIDs.empty() ? 1 : *m_selectedCameraIDs.begin();
 }
 
 QString PrinterSettings::displayName() const

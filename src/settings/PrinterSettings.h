@@ -72,6 +72,9 @@ public:
     CameraTextMap cameraStreamPaths() const { return m_cameraStreamPaths; }
     // What the printer host's API asks of a client outside its trusted networks; empty for none.
     QString printerApiKey() const { return m_printerApiKey; }
+    // The camera the printer wall shows: the one chosen there, else the first selected camera,
+    // else camera 1.
+    CameraId wallCamera() const;
 
     void setPrinterName(QString value);
     void setPrinterIP(QString value);
@@ -88,6 +91,7 @@ public:
     void setCameraOrientations(OrientationMap value);
     void setCameraStreamPaths(CameraTextMap value);
     void setPrinterApiKey(QString value);
+    void setWallCamera(CameraId id);
 
     // The catalogue camera with the user's name and snapshot path, taken as they are.
     Camera resolvedCamera(const Camera &camera) const;
@@ -127,6 +131,7 @@ signals:
     void cameraOrientationsWillChange(const kestrel::OrientationMap &newValue);
     void cameraStreamPathsWillChange(const kestrel::CameraTextMap &newValue);
     void printerApiKeyWillChange(const QString &newValue);
+    void wallCameraWillChange(std::optional<kestrel::CameraId> newValue);
 
     // After any field has been stored and written.
     void changed();
@@ -159,6 +164,7 @@ private:
     OrientationMap m_cameraOrientations;
     CameraTextMap m_cameraStreamPaths;
     QString m_printerApiKey;
+    std::optional<CameraId> m_wallCamera;
 };
 
 } // namespace kestrel

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "settings/SettingsCodec.h"
 
+#include "settings/Camera.h"
+
 #include <QVariantList>
 #include <QVariantMap>
 
@@ -124,6 +126,21 @@ CameraIdSet decodeSelection(const QVariant &stored, const CameraIdSet &fallback)
         result.insert(element.toLongLong());
     }
     return result.empty() ? fallback : result;
+}
+
+std::optional<CameraId> decodeCatalogueCamera(const QVariant &stored)
+{
+    if (!holdsInteger(stored))
+        return std::nullopt;
+    const CameraId id = stored.toLongLong();
+    const bool known = std::any_of(cameraCatalogue().cbegin(), cameraCatalogue().cend(),
+                                   [id](const Camera &camera) { return camera.id == id; });
+    return known ? std::optional(id) : std::nullopt;
+}
+
+QVariant encode(std::optional<CameraId> id)
+{
+    return id ? QVariant::fromValue<qint64>(*id) : QVariant();
 }
 
 QVariant encode(const QString &text)

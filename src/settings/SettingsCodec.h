@@ -39,6 +39,10 @@ OrientationMap decodeOrientations(const QVariant &rotations, const QVariant &mir
 // A non-empty array of integers; anything else gives the fallback. Unknown ids are kept.
 CameraIdSet decodeSelection(const QVariant &stored, const CameraIdSet &fallback);
 
+// One camera of the catalogue, by its id; none for anything else.
+std::optional<CameraId> decodeCatalogueCamera(const QVariant &stored);
+
+QVariant encode(std::optional<CameraId> id);
 QVariant encode(const QString &text);
 QVariant encode(bool flag);
 QVariant encode(const CameraIdSet &ids);

@@ -254,6 +254,7 @@ int main(int argc, char *argv[])
         return 2;
     }
     kestrel::LoopbackHttpServer server(nullptr, quint16(port));
+    server.setKeepAlive(true); // as a camera's web server does
     const int restSeconds = commandLine.value(restOption).toInt();
     if (restSeconds < 1) {
         std::fprintf(stderr, "kestrel-demo-printer: ungültige Pause „%s“\n",

@@ -1,0 +1,223 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "wall/WallTile.h"
+
+#include "camera/CameraWindowView.h"
+#include "camera/PowerOffQuestion.h"
+#include "camera/PrintControls.h"
+#include "camera/PrintLineLabel.h"
+#include "camera/SnapshotStreamView.h"
+#include "printers/Printer.h"
+#include "settings/SnapshotUrls.h"
+#include "widgets/StatusDot.h"
+#include "widgets/SystemColors.h"
+#include "widgets/TextStyles.h"
+
+#include <QContextMenuEvent>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QMenu>
+#include <QPainter>
+
+namespace kestrel {
+
+namespace {
+
+constexpr int padding = 10;
+
+Camera wallCameraOf(const PrinterSettings &settings)
+{
+    const CameraId id = settings.wallCamera();
+    for (const Camera &camera : cameraCatalogue()) {
+        if (camera.id == id)
+            return settings.resolvedCamera(camera);
+    }
+    return settings.resolvedCamera(cameraCatalogue().first());
+}
+
+QString colourRule(const QColor &colour)
+{
+    return QStringLiteral("color: %1;").arg(colour.name(QColor::HexArgb));
+}
+
+} // namespace
+
+WallTile::WallTile(Printer &printer, QWidget *parent)
+    : QFrame(parent), m_printer(printer), m_controls(new PrintControls(printer, this)),
+      m_dot(new StatusDot(10, this)), m_name(new QLabel(this)), m_camera(new QLabel(this)),
+      m_picture(new SnapshotStreamView(printer.monitor(), this)), m_line(new PrintLineLabel(this)),
+      m_temperatures(new QLabel(this))
+{
+    setFocusPolicy(Qt::StrongFocus);
+    setCursor(Qt::PointingHandCursor);
+    m_name->setFont(textStyles::headline());
+    m_name->setStyleSheet(colourRule(Qt::white));
+    m_name->setTextFormat(Qt::PlainText);
+    m_camera->setFont(textStyles::caption());
+    m_camera->setStyleSheet(colourRule(systemColors::white(0.6)));
+    m_camera->setTextFormat(Qt::PlainText);
+    auto *header = new QHBoxLayout;
+    header->addWidget(m_dot);
+    header->addWidget(m_name);
+    header->addWidget(m_camera, 1);
+
+    m_picture->setCornerRadius(6);
+    m_picture->setDimmedOnFailure(true);
+    m_line->setFont(textStyles::caption());
+    m_line->setStyleSheet(colourRule(systemColors::white(0.85)));
+    m_temperatures->setFont(textStyles::caption2());
+    m_temperatures->setStyleSheet(colourRule(systemColors::white(0.6)));
+    // The rows of the wall stay even whether a printer prints or not.
+    for (QWidget *text : {static_cast<QWidget *>(m_line), static_cast<QWidget *>(m_temperatures)}) {
+        QSizePolicy policy = text->sizePolicy();
+        policy.setRetainSizeWhenHidden(true);
+        text->setSizePolicy(policy);
+    }
+
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(padding, padding, padding, padding);
+    layout->setSpacing(6);
+    layout->addLayout(header);
+    layout->addWidget(m_picture);
+    layout->addWidget(m_line);
+    layout->addWidget(m_temperatures);
+
+    const PrinterSettings &settings = printer.settings();
+    connect(&settings, &PrinterSettings::changed, this, &WallTile::refresh);
+    connect(&settings, &PrinterSettings::printerIPSettled, this, &WallTile::refresh);
+    connect(&printer.monitor(), &PiStatusMonitor::reachabilityChanged, this,
+            &WallTile::refreshState);
+    connect(&printer.printStatus(), &PrintStatusClient::statusChanged, this,
+            &WallTile::refreshPrint);
+    refresh();
+    refreshState();
+    refreshPrint();
+}
+
+TileFacts WallTile::facts() const
+{
+    const PrintStatusClient &client = m_printer.printStatus();
+    const PrintStatus status = client.status();
+    return {status.state, m_printer.monitor().reachability().isUnreachable(),
+            secondsLeft(status, client.slicerEstimate())};
+}
+
+void WallTile::setTileWidth(int width)
+{
+    setFixedWidth(width);
+    const int pictureWidth = width - 2 * padding;
+    m_picture->setFixedHeight(pictureWidth * 3 / 4);
+}
+
+void WallTile::setPicturesPerSecond(double rate)
+{
+    m_picture->setTargetFPS(rate);
+    // A rate takes effect with the next list; the same list again keeps what runs.
+    const QList<QUrl> urls = m_urls;
+    m_picture->setAddresses({}, PictureFeed::keptAlive);
+    m_picture->setAddresses(urls, PictureFeed::keptAlive);
+}
+
+void WallTile::setInSight(bool inSight)
+{
+    m_picture->setInSight(inSight);
+}
+
+// The snapshot path even of a streaming camera: one still picture at a time is what a wall of
+// many cameras can afford.
+void WallTile::refresh()
+{
+    const PrinterSettings &settings = m_printer.settings();
+    const Camera camera = wallCameraOf(settings);
+    m_name->setText(settings.displayName());
+    m_camera->setText(camera.name);
+    m_picture->setOrientation(settings.orientation(camera.id));
+    m_urls = makeSnapshotURLs(settings.watchedPrinterIP(), camera.snapshotPath);
+    m_picture->setAddresses(m_urls, PictureFeed::keptAlive);
+    describe();
+}
+
+void WallTile::refreshState()
+{
+    m_dot->setColor(CameraWindowView::hostStateColor(m_printer.monitor().reachability()));
+    describe();
+    emit factsChanged();
+}
+
+void WallTile::refreshPrint()
+{
+    PrintStatusLine line = m_printer.printStatus().line();
+    line.temperatures.clear(); // in their own row, in small type
+    m_line->setLine(line);
+    m_picture->setPrintProgress(line.progress);
+    m_temperatures->setText(temperatureText(m_printer.printStatus().status()));
+    describe();
+    emit factsChanged();
+}
+
+// Read by screen readers, and how tests find a tile: "<printer> · <camera>", described by the
+// print's line, or by what keeps the printer from answering.
+void WallTile::describe()
+{
+    setAccessibleName(m_name->text() + QStringLiteral(" · ") + m_camera->text());
+    const PiReachability reachability = m_printer.monitor().reachability();
+    setAccessibleDescription(reachability.isUnreachable()
+                                 ? tr("Raspberry Pi offline: %1").arg(reachability.reason())
+                                 : m_printer.printStatus().line().text());
+    setToolTip(accessibleDescription());
+}
+
+void WallTile::mouseReleaseEvent(QMouseEvent *event)
+{
+    if (event->button() == Qt::LeftButton && rect().contains(event->position().toPoint()))
+        emit openRequested(&m_printer, m_printer.settings().wallCamera());
+    QFrame::mouseReleaseEvent(event);
+}
+
+void WallTile::keyPressEvent(QKeyEvent *event)
+{
+    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter ||
+        event->key() == Qt::Key_Space) {
+        emit openRequested(&m_printer, m_printer.settings().wallCamera());
+        return;
+    }
+    QFrame::keyPressEvent(event);
+}
+
+void WallTile::contextMenuEvent(QContextMenuEvent *event)
+{
+    QMenu menu(this);
+    menu.addActions(m_controls->actions());
+    menu.addSeparator();
+    const HomeKitManager &power = m_printer.power();
+    const QString name = m_printer.nameInTexts();
+    if (m_printer.monitor().reachability().isUnreachable() && power.canPowerOn() &&
+        m_printer.offersPowerOn()) {
+        menu.addAction(tr("%1 einschalten").arg(name), this, [this] {
+            m_printer.power().runShortcut(m_printer.settings().homeKitPowerOnSceneName());
+        });
+    } else if (power.shortcutsAvailable() && m_printer.offersPowerOff()) {
+        menu.addAction(tr("%1 ausschalten…").arg(name), this,
+                       [this] { askToPowerOff(window(), m_printer); });
+    }
+    QMenu *cameras = menu.addMenu(tr("Kamera"));
+    PrinterSettings &settings = m_printer.settings();
+    for (const Camera &camera : cameraCatalogue()) {
+        QAction *choice = cameras->addAction(settings.resolvedCamera(camera).name);
+        choice->setCheckable(true);
+        choice->setChecked(camera.id == settings.wallCamera());
+        connect(choice, &QAction::triggered, &settings,
+                [&settings, id = camera.id] { settings.setWallCamera(id); });
+    }
+    menu.exec(event->globalPos());
+}
+
+void WallTile::paintEvent(QPaintEvent *)
+{
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(hasFocus() ? QPen(systemColors::white(0.5), 1.5) : Qt::NoPen);
+    painter.setBrush(QColor::fromRgbF(0.1, 0.11, 0.14));
+    painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), 10, 10);
+}
+
+} // namespace kestrel
