@@ -27,8 +27,10 @@
 
 #include <QApplication>
 #include <QCryptographicHash>
+#include <QDBusArgument>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
+#include <QDBusMessage>
 #include <QElapsedTimer>
 #include <QJsonDocument>
 #include <QLabel>
@@ -67,15 +69,32 @@ public:
     struct Shown
     {
         QString app, icon, title, body;
+        QStringList actions;
         QVariantMap hints;
+        QSize picture; // from "image-data", whose pixels must fill rows × height
     };
     QList<Shown> shown;
+    QStringList capabilities{u"body"_s};
 
 public slots:
+    QStringList GetCapabilities() { return capabilities; }
     uint Notify(const QString &app, uint, const QString &icon, const QString &title,
-                const QString &body, const QStringList &, const QVariantMap &hints, int)
+                const QString &body, const QStringList &actions, const QVariantMap &hints, int)
     {
-        shown.append({app, icon, title, body, hints});
+        QSize picture;
+        if (hints.contains(u"image-data"_s)) {
+            const auto data = hints.value(u"image-data"_s).value<QDBusArgument>();
+            int width = 0, height = 0, rowBytes = 0, bits = 0, channels = 0;
+            bool alpha = true;
+            QByteArray pixels;
+            data.beginStructure();
+            data >> width >> height >> rowBytes >> alpha >> bits >> channels >> pixels;
+            data.endStructure();
+            if (!alpha && bits == 8 && channels == 3 && pixels.size() == rowBytes * height &&
+                rowBytes >= 3 * width)
+                picture = {width, height};
+        }
+        shown.append({app, icon, title, body, actions, hints, picture});
         return uint(shown.size());
     }
 };
@@ -295,6 +314,7 @@ private slots:
     void controlsActFromEveryWindow();
     void emergencyStopWithoutItsConnection();
     void aPrinterAddedInTheSettingsWorksAtOnce();
+    void notificationsShowTheCamera();
 
 private:
     QProcess m_bus;
@@ -901,6 +921,55 @@ void PrintStatusTest::aPrinterAddedInTheSettingsWorksAtOnce()
     QTRY_VERIFY(!content.panel(id));
     QTRY_COMPARE(windows.window(1)->windowTitle(), u"Übersichtscam"_s);
     QCOMPARE(store.value(AppSettings::additionalPrintersKey), QVariant(QVariantList{}));
+}
+
+// A print's end shows the camera's picture where the service shows pictures, and "Anzeigen" where
+// it offers actions, which brings up the printer's camera; a camera that does not answer delays
+// the notification by the short wait only.
+void PrintStatusTest::notificationsShowTheCamera()
+{
+    NotificationRecorder recorder;
+    recorder.capabilities << u"actions"_s;
+    QDBusConnection daemon = QDBusConnection::connectToBus(m_busAddress, u"pictures"_s);
+    QVERIFY(daemon.registerObject(u"/org/freedesktop/Notifications"_s, &recorder,
+                                  QDBusConnection::ExportAllSlots));
+    QVERIFY(daemon.registerService(u"org.freedesktop.Notifications"_s));
+    LoopbackHttpServer camera;
+    camera.setReply(HttpReply::content("image/jpeg", test::testJpeg({1280, 960})));
+    MemoryKeyValueStore store(QVariantMap{{u"printerIP"_s, camera.address()}});
+    AppSettings settings(store);
+    PrinterList printers(settings, {});
+    PrintNotifier notifier(settings);
+    notifier.setPictureSupply([&](const PrinterSettings &, auto done) {
+        printers.first().recentPicture().fetch(std::move(done));
+    });
+    QSignalSpy shown(&notifier.notifications(), &DesktopNotifications::showRequested);
+    for (const State state : {State::printing, State::complete, State::printing})
+        notifier.follow(settings.firstPrinter(), status(state));
+    QTRY_COMPARE_WITH_TIMEOUT(recorder.shown.size(), 1, 20000);
+    QCOMPARE(recorder.shown[0].title, u"Druck fertig"_s);
+    QCOMPARE(recorder.shown[0].picture, QSize(360, 270));
+    QCOMPARE(recorder.shown[0].actions, (QStringList{u"default"_s, u"Anzeigen"_s}));
+    QDBusMessage invoked =
+        QDBusMessage::createSignal(u"/org/freedesktop/Notifications"_s,
+                                   u"org.freedesktop.Notifications"_s, u"ActionInvoked"_s);
+    invoked << uint(1) << u"default"_s;
+    QVERIFY(daemon.send(invoked));
+    QVERIFY(shown.wait(20000));
+    QCOMPARE(shown.first().first().toString(), QString()); // the first printer
+
+    camera.setReply(HttpReply::with(HttpReply::Action::silent));
+    recorder.capabilities = {u"body"_s};
+    QTest::qWait(int(RecentPicture::freshFor.count())); // the last picture is stale by now
+    QElapsedTimer waited;
+    waited.start();
+    notifier.follow(settings.firstPrinter(), status(State::paused));
+    QTRY_COMPARE_WITH_TIMEOUT(recorder.shown.size(), 2, 20000);
+    QVERIFY(waited.elapsed() < 4000);
+    QCOMPARE(recorder.shown[1].picture, QSize());
+    QVERIFY(recorder.shown[1].actions.isEmpty());
+    daemon.unregisterService(u"org.freedesktop.Notifications"_s);
+    QDBusConnection::disconnectFromBus(u"pictures"_s);
 }
 
 QTEST_MAIN(PrintStatusTest)

@@ -42,6 +42,16 @@ KestrelApp::KestrelApp(KeyValueStore &store, const ExternalTools &tools, StartMo
 {
     for (const Printer *printer : m_printers->printers())
         notifyAbout(printer);
+    m_printNotifier->setPictureSupply(
+        [this](const PrinterSettings &settings, std::function<void(const QImage &)> done) {
+            Printer *printer = m_printers->printer(settings.printerID());
+            printer ? printer->recentPicture().fetch(std::move(done)) : done({});
+        });
+    connect(&m_printNotifier->notifications(), &DesktopNotifications::showRequested, this,
+            [this](const QString &printerID) {
+                if (Printer *printer = m_printers->printer(printerID))
+                    m_windowCoordinator->bringUp(*printer, printer->settings().wallCamera());
+            });
     connect(m_printers, &PrinterList::printerAdded, this, &KestrelApp::notifyAbout);
     m_mainWindow.setWindowTitle(QStringLiteral("Kestrel"));
     m_mainWindow.setCentralWidget(m_contentView);

@@ -3,6 +3,8 @@
 
 #include "settings/AppSettings.h"
 
+#include <QPointer>
+
 namespace kestrel {
 
 PrintNotifier::PrintNotifier(const AppSettings &settings, QObject *parent)
@@ -25,9 +27,17 @@ void PrintNotifier::follow(const PrinterSettings &printer, const PrintStatus &st
                          : event->body.isEmpty()
                              ? printer.displayName()
                              : printer.displayName() + QStringLiteral(" · ") + event->body;
-    m_notifications.notify(event->title, body,
-                           event->isError ? DesktopNotifications::Urgency::critical
-                                          : DesktopNotifications::Urgency::normal);
+    const auto urgency = event->isError ? DesktopNotifications::Urgency::critical
+                                        : DesktopNotifications::Urgency::normal;
+    if (!m_pictures) {
+        m_notifications.notify(event->title, body, urgency);
+        return;
+    }
+    m_pictures(printer, [notifications = QPointer(&m_notifications), title = event->title, body,
+                         urgency, id = printer.printerID()](const QImage &picture) {
+        if (notifications)
+            notifications->notify(title, body, urgency, picture, id);
+    });
 }
 
 } // namespace kestrel

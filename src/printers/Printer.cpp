@@ -8,7 +8,7 @@ Printer::Printer(PrinterSettings &settings, const ExternalTools &tools, QObject 
     : QObject(parent), m_settings(settings),
       m_power(settings, nullptr, tools.shortcuts, tools.sceneRunner),
       m_monitor(settings, nullptr, timings.probeInterval, tools.curl, probes),
-      m_printStatus(settings, m_monitor, nullptr, timings.printStatus)
+      m_printStatus(settings, m_monitor, nullptr, timings.printStatus), m_recentPicture(settings)
 {
     connect(&settings, &PrinterSettings::changed, this, &Printer::nameThePower);
 }

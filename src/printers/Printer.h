@@ -5,6 +5,7 @@
 #include "monitor/PrintStatusClient.h"
 #include "platform/ExternalTools.h"
 #include "power/HomeKitManager.h"
+#include "printers/RecentPicture.h"
 #include "settings/PrinterSettings.h"
 
 #include <QObject>
@@ -51,6 +52,7 @@ public:
     HomeKitManager &power() { return m_power; }
     const HomeKitManager &power() const { return m_power; }
     const PiStatusMonitor &monitor() const { return m_monitor; }
+    RecentPicture &recentPicture() { return m_recentPicture; }
     PrintStatusClient &printStatus() { return m_printStatus; }
     const PrintStatusClient &printStatus() const { return m_printStatus; }
 
@@ -68,6 +70,7 @@ private:
     HomeKitManager m_power;
     PiStatusMonitor m_monitor;
     PrintStatusClient m_printStatus;
+    RecentPicture m_recentPicture;
 };
 
 } // namespace kestrel

@@ -93,6 +93,15 @@ CameraId PrinterSettings::wallCamera() const
     return m_selectedCameraIDs.empty() ? 1 : *m_selectedCameraIDs.begin();
 }
 
+Camera PrinterSettings::resolvedWallCamera() const
+{
+    const CameraId id = wallCamera();
+    const QList<Camera> &catalogue = cameraCatalogue();
+    const auto camera = std::find_if(catalogue.cbegin(), catalogue.cend(),
+                                     [id](const Camera &entry) { return entry.id == id; });
+    return resolvedCamera(camera == catalogue.cend() ? catalogue.first() : *camera);
+}
+
 QString PrinterSettings::displayName() const
 {
     const QString name = m_printerName.trimmed();

@@ -75,6 +75,8 @@ public:
     // The camera the printer wall shows: the one chosen there, else the first selected camera,
     // else camera 1.
     CameraId wallCamera() const;
+    // That camera as the catalogue has it, with the user's name and snapshot path.
+    Camera resolvedWallCamera() const;
 
     void setPrinterName(QString value);
     void setPrinterIP(QString value);

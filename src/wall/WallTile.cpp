@@ -8,6 +8,7 @@
 #include "camera/SnapshotStreamView.h"
 #include "printers/Printer.h"
 #include "settings/SnapshotUrls.h"
+#include "stream/PictureSource.h"
 #include "widgets/StatusDot.h"
 #include "widgets/SystemColors.h"
 #include "widgets/TextStyles.h"
@@ -23,16 +24,6 @@ namespace kestrel {
 namespace {
 
 constexpr int padding = 10;
-
-Camera wallCameraOf(const PrinterSettings &settings)
-{
-    const CameraId id = settings.wallCamera();
-    for (const Camera &camera : cameraCatalogue()) {
-        if (camera.id == id)
-            return settings.resolvedCamera(camera);
-    }
-    return settings.resolvedCamera(cameraCatalogue().first());
-}
 
 QString colourRule(const QColor &colour)
 {
@@ -91,6 +82,9 @@ WallTile::WallTile(Printer &printer, QWidget *parent)
     refresh();
     refreshState();
     refreshPrint();
+    // The wall's source is there from the first refresh on; a notification may want its picture.
+    connect(&m_picture->source(), &PictureSource::imageChanged, this,
+            [this] { m_printer.recentPicture().remember(m_picture->source().image()); });
 }
 
 TileFacts WallTile::facts() const
@@ -127,7 +121,7 @@ void WallTile::setInSight(bool inSight)
 void WallTile::refresh()
 {
     const PrinterSettings &settings = m_printer.settings();
-    const Camera camera = wallCameraOf(settings);
+    const Camera camera = settings.resolvedWallCamera();
     m_name->setText(settings.displayName());
     m_camera->setText(camera.name);
     m_picture->setOrientation(settings.orientation(camera.id));

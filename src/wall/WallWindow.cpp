@@ -5,7 +5,6 @@
 #include "settings/AppSettings.h"
 #include "wall/WallBar.h"
 #include "wall/WallTile.h"
-#include "windows/CameraWindow.h"
 #include "windows/DesktopWindow.h"
 #include "windows/ScreenFrames.h"
 #include "windows/WindowCoordinator.h"
@@ -112,7 +111,8 @@ void WallWindow::add(Printer *printer)
 {
     auto *tile = new WallTile(*printer, m_grid);
     tile->setPicturesPerSecond(m_rate);
-    connect(tile, &WallTile::openRequested, this, &WallWindow::openCamera);
+    connect(tile, &WallTile::openRequested, &m_coordinator,
+            [this](Printer *printer, CameraId camera) { m_coordinator.bringUp(*printer, camera); });
     connect(tile, &WallTile::factsChanged, this, &WallWindow::factsChanged);
     m_tiles.insert(m_printers.indexOf(*printer), tile);
     reorder();
@@ -184,16 +184,6 @@ void WallWindow::updateInSight()
                      m_scroll->viewport()->size());
     for (WallTile *tile : std::as_const(m_arranged))
         tile->setInSight(seen.intersects(tile->geometry()));
-}
-
-void WallWindow::openCamera(Printer *printer, CameraId camera)
-{
-    printer->settings().setCameraSelected(camera, true);
-    if (CameraWindow *window = m_coordinator.window(camera, printer->id())) {
-        window->show();
-        window->raise();
-        window->activateWindow();
-    }
 }
 
 void WallWindow::closeForQuit()

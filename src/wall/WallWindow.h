@@ -53,7 +53,6 @@ private:
     void reorder();
     void place();
     void updateInSight();
-    void openCamera(Printer *printer, CameraId camera);
     AppSettings &settings() const;
 
     PrinterList &m_printers;

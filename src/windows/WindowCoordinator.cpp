@@ -131,4 +131,15 @@ void WindowCoordinator::layoutCorners()
         screenFrames::setFrameOrigin(m_windows.at(printerIndex)->window(cameraID), origin);
 }
 
+void WindowCoordinator::bringUp(Printer &printer, CameraId camera)
+{
+    printer.settings().setCameraSelected(camera, true);
+    if (CameraWindow *window = this->window(camera, printer.id())) {
+        window->setWindowState(window->windowState() & ~Qt::WindowMinimized);
+        window->show();
+        window->raise();
+        window->activateWindow();
+    }
+}
+
 } // namespace kestrel

@@ -30,6 +30,9 @@ public:
     // After a take-over of the printer's cameras: see PrinterWindows::refreshCameras.
     void refreshCameras(const Printer &printer);
 
+    // Opens the camera's window, adding the camera to the printer's selection as the settings'
+    // switch would, or brings it to the front where it is open.
+    void bringUp(Printer &printer, CameraId camera);
     // The first printer's id is empty.
     PrinterWindows *windowsOf(const QString &printerID) const;
     QList<CameraId> openCameraIDs(const QString &printerID = {}) const;
