@@ -33,7 +33,7 @@ while [ $# -gt 0 ]; do
 done
 
 had_nginx=$(command -v nginx || true)
-ensure_packages "${KESTREL_PACKAGES[@]}" nginx-light python3 xvfb xauth openbox chromium \
+ensure_packages "${KESTREL_PACKAGES[@]}" nginx-light python3 xvfb xauth openbox chromium x11-utils xdotool \
     libjpeg62-turbo-dev
 # Installing nginx starts Debian's own server; the benchmarks want only their own on 127.0.0.1.
 [ -n "$had_nginx" ] || service nginx stop >/dev/null 2>&1 || true
@@ -62,7 +62,7 @@ if [ -z "$streams_only$printers_only" ]; then
     echo
 fi
 
-Xvfb -displayfd 3 -screen 0 1440x900x24 3>"$work/display" >/dev/null 2>&1 &
+Xvfb -displayfd 3 -screen 0 1920x1200x24 3>"$work/display" >/dev/null 2>&1 &
 xvfb_pid=$!
 until [ -s "$work/display" ]; do sleep 0.1; done
 export DISPLAY=":$(cat "$work/display")"
@@ -87,3 +87,7 @@ fi
 python3 bench/printers_bench.py --kestrel build/src/kestrel \
     --demo-printer build/tools/demo-printer/kestrel-demo-printer \
     --decode-floor build/bench/decode_floor --pictures "$work/pictures" --seconds "$seconds"
+echo
+python3 bench/wall_bench.py --kestrel build/src/kestrel \
+    --demo-printer build/tools/demo-printer/kestrel-demo-printer \
+    --decode-floor build/bench/decode_floor --chromium /usr/bin/chromium --seconds "$seconds"

@@ -278,7 +278,9 @@ int main(int argc, char *argv[])
         if (request.path == "/server/webcams/list")
             return HttpReply::content("application/json", webcamList());
         for (const DemoCamera &camera : std::as_const(cameras)) {
-            if (request.path == camera.snapshotPath)
+            // Further parameters are ignored, as streamers do: dashboards add one against caches.
+            if (request.path == camera.snapshotPath ||
+                request.path.startsWith(camera.snapshotPath + '&'))
                 return replyFor(camera, clock.elapsed());
             if (request.path == camera.streamPath)
                 return streamFor(camera, clock, fps);
