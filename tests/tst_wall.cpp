@@ -140,6 +140,9 @@ void WallTest::theWallFollowsItsPrinters()
     QVERIFY(coordinator.window(3));
     QCOMPARE(settings.firstPrinter().selectedCameraIDs(), (CameraIdSet{2, 3}));
 
+    settings.removePrinter(u"p3"_s); // Ender goes, and its tile with it
+    QCOMPARE(tileNames(*wall), QStringList{u"Voron · Filamentcam"_s});
+
     // The next start finds the wall as it was left.
     choose(*wall, u"Bilder pro Sekunde"_s, u"5"_s);
     wall->closeForQuit();

@@ -14,6 +14,8 @@
 #include <QScrollBar>
 #include <QVBoxLayout>
 
+#include <algorithm>
+
 namespace kestrel {
 
 namespace {
@@ -120,12 +122,14 @@ void WallWindow::add(Printer *printer)
 
 void WallWindow::remove(Printer *printer)
 {
-    for (WallTile *tile : std::as_const(m_tiles)) {
-        if (&tile->printer() == printer) {
-            m_tiles.removeOne(tile);
-            delete tile;
-        }
-    }
+    const auto tile = std::find_if(m_tiles.cbegin(), m_tiles.cend(), [printer](const WallTile *t) {
+        return &t->printer() == printer;
+    });
+    if (tile == m_tiles.cend())
+        return;
+    delete *tile;
+    m_tiles.erase(tile);
+    m_arranged.clear(); // the next order is placed whatever it is
     reorder();
 }
 
