@@ -47,6 +47,8 @@ void checkPrinter(const PrinterSettings &settings)
                 it.value().rotation >= 0);
     for (const CameraId id : settings.cameraWindowFrames().keys())
         settings.frame(id);
+    const CameraId onWall = settings.resolvedWallCamera().id;
+    require(onWall >= 1 && onWall <= 3);
 }
 
 // The further printers' array, without the ids given to entries that had none.
@@ -73,6 +75,10 @@ void checkSettingsDocument(const QByteArray &bytes)
     const QVariantMap stored = document.object().toVariantMap();
     MemoryKeyValueStore store(stored);
     AppSettings settings(store);
+    const WallSettings &wall = settings.wall();
+    require(WallSettings::offeredRates.contains(wall.picturesPerSecond()));
+    if (const auto frame = wall.frame())
+        require(frame->width() > 0 && frame->height() > 0);
     const QList<PrinterSettings *> printers = settings.printers();
     QStringList ids;
     for (const PrinterSettings *printer : printers) {

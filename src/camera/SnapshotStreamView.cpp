@@ -74,7 +74,10 @@ void SnapshotStreamView::setAddresses(const QList<QUrl> &urls, PictureFeed feed)
 
 void SnapshotStreamView::setTargetFPS(double fps)
 {
-    m_targetFPS = fps;
+    if (std::exchange(m_targetFPS, fps) == fps || !m_source->isRunning())
+        return;
+    m_source->stop();
+    startSource();
 }
 
 void SnapshotStreamView::setInSight(bool inSight)

@@ -44,8 +44,8 @@ public:
     // A new list restarts fetching; the same list keeps the running loop. Another feed takes
     // another source at once.
     void setAddresses(const QList<QUrl> &urls, PictureFeed feed = PictureFeed::snapshots);
-    // The wished rate; it takes effect with the next list, as a rate alone never restarts. Curl
-    // snapshots come at 1 to 6 a second, the wall's as wished.
+    // The wished rate, taken up at once by a source that runs. Curl snapshots come at 1 to 6 a
+    // second, the wall's as wished.
     void setTargetFPS(double fps);
     // A view scrolled out of sight fetches nothing, as a hidden one.
     void setInSight(bool inSight);

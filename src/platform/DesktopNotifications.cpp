@@ -11,8 +11,8 @@
 
 namespace {
 
-// The "image-data" hint: width, height, bytes per row, alpha, bits per sample, channels and the
-// pixels, as the notification specification lays them out.
+// The "image-data" hint, in the order every notification service reads it: width, height, bytes
+// per row, alpha, bits per sample, channels, then the pixels.
 struct NotificationPicture
 {
     QImage image;

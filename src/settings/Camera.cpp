@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "settings/Camera.h"
 
+#include <algorithm>
+
 namespace kestrel {
 
 const QList<Camera> &cameraCatalogue()
@@ -14,6 +16,14 @@ const QList<Camera> &cameraCatalogue()
          QStringLiteral("/webcam3/?action=snapshot"), QStringLiteral("1920x1080"), 30},
     };
     return catalogue;
+}
+
+const Camera *catalogueCamera(CameraId id)
+{
+    const QList<Camera> &catalogue = cameraCatalogue();
+    const auto camera = std::find_if(catalogue.cbegin(), catalogue.cend(),
+                                     [id](const Camera &entry) { return entry.id == id; });
+    return camera == catalogue.cend() ? nullptr : &*camera;
 }
 
 } // namespace kestrel

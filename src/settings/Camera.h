@@ -25,5 +25,7 @@ struct Camera
 
 // The three cameras a Crowsnest host of ours serves, in the order every screen lists them.
 const QList<Camera> &cameraCatalogue();
+// The catalogue's camera with this id; none for an id it does not know.
+const Camera *catalogueCamera(CameraId id);
 
 } // namespace kestrel

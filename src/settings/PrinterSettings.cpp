@@ -90,16 +90,14 @@ CameraId PrinterSettings::wallCamera() const
 {
     if (m_wallCamera)
         return *m_wallCamera;
-    return m_selectedCameraIDs.empty() ? 1 : *m_selectedCameraIDs.begin();
+    const auto known = std::find_if(m_selectedCameraIDs.cbegin(), m_selectedCameraIDs.cend(),
+                                    [](CameraId id) { return catalogueCamera(id) != nullptr; });
+    return known == m_selectedCameraIDs.cend() ? cameraCatalogue().first().id : *known;
 }
 
 Camera PrinterSettings::resolvedWallCamera() const
 {
-    const CameraId id = wallCamera();
-    const QList<Camera> &catalogue = cameraCatalogue();
-    const auto camera = std::find_if(catalogue.cbegin(), catalogue.cend(),
-                                     [id](const Camera &entry) { return entry.id == id; });
-    return resolvedCamera(camera == catalogue.cend() ? catalogue.first() : *camera);
+    return resolvedCamera(*catalogueCamera(wallCamera()));
 }
 
 QString PrinterSettings::displayName() const

@@ -72,8 +72,8 @@ public:
     CameraTextMap cameraStreamPaths() const { return m_cameraStreamPaths; }
     // What the printer host's API asks of a client outside its trusted networks; empty for none.
     QString printerApiKey() const { return m_printerApiKey; }
-    // The camera the printer wall shows: the one chosen there, else the first selected camera,
-    // else camera 1.
+    // The camera the printer wall shows: the one chosen there, else the first selected camera
+    // of the catalogue, else camera 1.
     CameraId wallCamera() const;
     // That camera as the catalogue has it, with the user's name and snapshot path.
     Camera resolvedWallCamera() const;

@@ -133,9 +133,7 @@ std::optional<CameraId> decodeCatalogueCamera(const QVariant &stored)
     if (!holdsInteger(stored))
         return std::nullopt;
     const CameraId id = stored.toLongLong();
-    const bool known = std::any_of(cameraCatalogue().cbegin(), cameraCatalogue().cend(),
-                                   [id](const Camera &camera) { return camera.id == id; });
-    return known ? std::optional(id) : std::nullopt;
+    return catalogueCamera(id) ? std::optional(id) : std::nullopt;
 }
 
 QVariant encode(std::optional<CameraId> id)

@@ -3,6 +3,7 @@
 
 #include "settings/SnapshotUrls.h"
 #include "stream/NewestFirstDecoder.h"
+#include "stream/PictureRequest.h"
 #include "stream/SnapshotFetch.h"
 
 #include <QCoreApplication>
@@ -64,7 +65,7 @@ KeepAliveSnapshotSource::KeepAliveSnapshotSource(QObject *parent, QNetworkAccess
               if (image)
                   publishPicture(std::move(*image));
               else
-                  setErrorText(QStringLiteral("JPEG ungültig: ") + absoluteString(m_urls.value(0)));
+                  setErrorText(QStringLiteral("JPEG ungültig: ") + absoluteString(urls().value(0)));
           },
           this))
 {
@@ -75,61 +76,25 @@ KeepAliveSnapshotSource::KeepAliveSnapshotSource(QObject *parent, QNetworkAccess
     });
 }
 
-void KeepAliveSnapshotSource::start(const QList<QUrl> &urls, double fps)
+void KeepAliveSnapshotSource::begin(double fps)
 {
-    if (isRunning() && urls == m_urls)
-        return;
-    stop();
-    m_urls = urls;
-    setErrorText(std::nullopt);
-    run(fps);
-}
-
-void KeepAliveSnapshotSource::run(double fps)
-{
-    if (m_urls.isEmpty())
+    if (urls().isEmpty())
         return;
     m_pace.start(std::chrono::milliseconds(std::lround(1000 / std::max(fps, 0.1))));
     fetch(0);
 }
 
-void KeepAliveSnapshotSource::stop()
+void KeepAliveSnapshotSource::halt()
 {
     m_pace.stop();
     abortFetch();
     m_decoder->forget();
-    m_urls.clear();
-    m_pausedURLs.clear();
-}
-
-void KeepAliveSnapshotSource::pause()
-{
-    QList<QUrl> urls = m_urls;
-    stop();
-    m_pausedURLs = std::move(urls);
-}
-
-void KeepAliveSnapshotSource::resume(const QList<QUrl> &urls, double fps)
-{
-    if (isRunning() || urls.isEmpty() || urls != m_pausedURLs) {
-        start(urls, fps);
-        return;
-    }
-    m_urls = std::exchange(m_pausedURLs, {});
-    restartRate();
-    run(fps);
 }
 
 void KeepAliveSnapshotSource::fetch(qsizetype index)
 {
-    QNetworkRequest request(m_urls[index]);
-    request.setAttribute(QNetworkRequest::CacheLoadControlAttribute,
-                         QNetworkRequest::AlwaysNetwork);
-    request.setAttribute(QNetworkRequest::CacheSaveControlAttribute, false);
-    request.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
     // As curl without -L: a redirect's own body is what came, and it is no picture.
-    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
-                         QNetworkRequest::ManualRedirectPolicy);
+    QNetworkRequest request = pictureRequest(urls()[index], QNetworkRequest::ManualRedirectPolicy);
     request.setTransferTimeout(int(timeout.count()));
     m_reply = m_network.get(request);
     m_received = 0;
@@ -137,7 +102,7 @@ void KeepAliveSnapshotSource::fetch(qsizetype index)
         m_received = received;
         if (received > SnapshotFetch::largestPicture) {
             abortFetch(); // no camera picture is that large; the next round asks again
-            setErrorText(QStringLiteral("JPEG ungültig: ") + absoluteString(m_urls.value(0)));
+            setErrorText(QStringLiteral("JPEG ungültig: ") + absoluteString(urls().value(0)));
         }
     });
     connect(m_reply, &QNetworkReply::finished, this, [this, index] { received(index); });
@@ -153,8 +118,8 @@ void KeepAliveSnapshotSource::received(qsizetype index)
         return;
     }
     setErrorText(failureText(*reply, m_sent.elapsed(), m_received) + QStringLiteral(": ") +
-                 absoluteString(m_urls[index]));
-    if (index + 1 < m_urls.size())
+                 absoluteString(urls()[index]));
+    if (index + 1 < urls().size())
         fetch(index + 1);
 }
 

@@ -27,10 +27,6 @@ public:
     explicit KeepAliveSnapshotSource(QObject *parent = nullptr,
                                      QNetworkAccessManager *network = nullptr);
 
-    void start(const QList<QUrl> &urls, double fps) override;
-    void stop() override;
-    void pause() override;
-    void resume(const QList<QUrl> &urls, double fps) override;
     bool isRunning() const override { return m_pace.isActive(); }
 
     // Whether a request is on its way; for the wall's figures and tests.
@@ -38,8 +34,11 @@ public:
 
     static constexpr std::chrono::milliseconds timeout{5000};
 
+protected:
+    void begin(double fps) override;
+    void halt() override;
+
 private:
-    void run(double fps);
     void fetch(qsizetype index);
     void received(qsizetype index);
     void abortFetch();
@@ -50,8 +49,6 @@ private:
     QNetworkReply *m_reply = nullptr;
     QElapsedTimer m_sent;
     qint64 m_received = 0;
-    QList<QUrl> m_urls;
-    QList<QUrl> m_pausedURLs;
 };
 
 } // namespace kestrel

@@ -2,6 +2,7 @@
 #include "stream/MjpegStreamReader.h"
 
 #include "settings/SnapshotUrls.h"
+#include "stream/PictureRequest.h"
 #include "stream/SnapshotFetch.h"
 
 #include <QNetworkAccessManager>
@@ -23,44 +24,19 @@ MjpegStreamReader::MjpegStreamReader(QObject *parent, StreamTimings timings)
     connect(&m_retry, &QTimer::timeout, this, &MjpegStreamReader::connectToStream);
 }
 
-void MjpegStreamReader::start(const QList<QUrl> &urls, double)
+void MjpegStreamReader::begin(double)
 {
-    if (m_running && urls.value(0) == m_url)
-        return;
-    stop();
-    m_url = urls.value(0);
-    setErrorText(std::nullopt);
-    if (!m_url.isEmpty())
+    if (!streamUrl().isEmpty())
         connectToStream();
 }
 
-void MjpegStreamReader::stop()
+void MjpegStreamReader::halt()
 {
     m_decoder->forget();
     m_running = false;
     disconnectReply();
     m_retry.stop();
     m_failures = 0;
-    m_url.clear();
-    m_pausedUrl.clear();
-}
-
-void MjpegStreamReader::pause()
-{
-    const QUrl url = m_url;
-    stop();
-    m_pausedUrl = url;
-}
-
-void MjpegStreamReader::resume(const QList<QUrl> &urls, double fps)
-{
-    if (m_running || urls.isEmpty() || urls.first() != m_pausedUrl) {
-        start(urls, fps);
-        return;
-    }
-    m_url = std::exchange(m_pausedUrl, {});
-    restartRate();
-    connectToStream();
 }
 
 qsizetype MjpegStreamReader::heldBytes() const
@@ -71,16 +47,10 @@ qsizetype MjpegStreamReader::heldBytes() const
 void MjpegStreamReader::connectToStream()
 {
     m_running = true;
-    QNetworkRequest request(m_url);
-    request.setAttribute(QNetworkRequest::CacheLoadControlAttribute,
-                         QNetworkRequest::AlwaysNetwork);
-    request.setAttribute(QNetworkRequest::CacheSaveControlAttribute, false);
-    request.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
     // Web servers redirect streamer paths ("/webcam?action=stream" to "/webcam/?action=stream");
     // only the same host is followed, as for every other request of ours.
-    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
-                         QNetworkRequest::SameOriginRedirectPolicy);
-    m_reply = m_network->get(request);
+    m_reply =
+        m_network->get(pictureRequest(streamUrl(), QNetworkRequest::SameOriginRedirectPolicy));
     connect(m_reply, &QNetworkReply::metaDataChanged, this, &MjpegStreamReader::readHeaders);
     connect(m_reply, &QNetworkReply::readyRead, this, &MjpegStreamReader::readBody);
     connect(m_reply, &QNetworkReply::finished, this, &MjpegStreamReader::connectionEnded);
@@ -149,7 +119,7 @@ void MjpegStreamReader::showDecoded(std::optional<QImage> image)
         m_failures = 0;
         publishPicture(std::move(*image));
     } else {
-        setErrorText(QStringLiteral("JPEG ungültig: ") + absoluteString(m_url));
+        setErrorText(QStringLiteral("JPEG ungültig: ") + absoluteString(streamUrl()));
     }
 }
 
@@ -157,7 +127,7 @@ void MjpegStreamReader::fail(const QString &reason)
 {
     // A picture still on its way from the broken connection would clear the failure at once.
     m_decoder->forget();
-    setErrorText(reason + QStringLiteral(": ") + absoluteString(m_url));
+    setErrorText(reason + QStringLiteral(": ") + absoluteString(streamUrl()));
     disconnectReply();
     const auto &retries = m_timings.retries;
     m_retry.start(retries.value(m_failures, retries.last()));

@@ -39,16 +39,17 @@ class MjpegStreamReader : public PictureSource
 public:
     explicit MjpegStreamReader(QObject *parent = nullptr, StreamTimings timings = {});
 
-    void start(const QList<QUrl> &urls, double fps) override;
-    void stop() override;
-    void pause() override;
-    void resume(const QList<QUrl> &urls, double fps) override;
     bool isRunning() const override { return m_running; }
 
     // Bytes held for the part in progress and the picture waiting to be decoded.
     qsizetype heldBytes() const;
 
+protected:
+    void begin(double fps) override;
+    void halt() override;
+
 private:
+    QUrl streamUrl() const { return urls().value(0); }
     void connectToStream();
     void readHeaders();
     void readBody();
@@ -61,8 +62,6 @@ private:
     QNetworkAccessManager *m_network;
     QNetworkReply *m_reply = nullptr;
     std::optional<MjpegPartReader> m_parts;
-    QUrl m_url;
-    QUrl m_pausedUrl;
     bool m_running = false;
     NewestFirstDecoder *m_decoder;
     QTimer m_stall;

@@ -27,13 +27,15 @@ public:
 
     // Starts showing pictures from these addresses, or keeps what runs if they are the same.
     // `fps` is the wished rate; a wall of many cameras may want less than one a second.
-    virtual void start(const QList<QUrl> &urls, double fps) = 0;
-    virtual void stop() = 0;
+    void start(const QList<QUrl> &urls, double fps);
+    void stop();
     // A pause is a stop that resume() takes back: the picture and the error text stay until the
     // next picture or failure. Any other list starts afresh.
-    virtual void pause() = 0;
-    virtual void resume(const QList<QUrl> &urls, double fps) = 0;
+    void pause();
+    void resume(const QList<QUrl> &urls, double fps);
     virtual bool isRunning() const = 0;
+    // The addresses pictures come from; none once stopped or paused.
+    QList<QUrl> urls() const { return m_urls; }
 
     // Pictures are decoded to fit this size (device pixels), which keeps decoding cheap.
     void setDecodeSize(QSize size, qreal devicePixelRatio);
@@ -53,12 +55,14 @@ signals:
     void errorTextChanged();
 
 protected:
+    // Fetching from urls() begins, or goes on after a pause; the picture and the error text stay.
+    virtual void begin(double fps) = 0;
+    // Whatever runs ends, and nothing still on its way is shown.
+    virtual void halt() = 0;
     DecodeTarget decodeTarget() const { return m_target; }
     // A new picture, which also clears the failure text.
     void publishPicture(QImage image);
     void setErrorText(std::optional<QString> text);
-    // A pause is no time without pictures: the rate counts afresh.
-    void restartRate() { m_rate.restart(); }
 
 private:
     DecodeTarget m_target;
@@ -68,6 +72,8 @@ private:
         return clock;
     }();
     PictureRate m_rate;
+    QList<QUrl> m_urls;
+    QList<QUrl> m_pausedURLs;
     QImage m_image;
     std::optional<QString> m_errorText;
 };

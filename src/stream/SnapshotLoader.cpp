@@ -26,17 +26,7 @@ std::chrono::milliseconds SnapshotLoader::pauseFor(qint64 fps)
     return std::chrono::ceil<std::chrono::milliseconds>(pause);
 }
 
-void SnapshotLoader::start(const QList<QUrl> &urls, double fps)
-{
-    if (m_running && urls == m_currentURLs)
-        return;
-    stop();
-    m_currentURLs = urls;
-    setErrorText(std::nullopt);
-    runLoop(fps);
-}
-
-void SnapshotLoader::runLoop(double fps)
+void SnapshotLoader::begin(double fps)
 {
     m_pause.setInterval(pauseFor(std::llround(fps)));
     m_running = true;
@@ -50,36 +40,16 @@ void SnapshotLoader::runLoop(double fps)
         Qt::QueuedConnection);
 }
 
-void SnapshotLoader::stop()
+void SnapshotLoader::halt()
 {
     ++m_loop;
     m_running = false;
     m_pause.stop();
-    m_currentURLs.clear();
-    m_pausedURLs.clear();
-}
-
-void SnapshotLoader::pause()
-{
-    QList<QUrl> urls = m_currentURLs;
-    stop();
-    m_pausedURLs = std::move(urls);
-}
-
-void SnapshotLoader::resume(const QList<QUrl> &urls, double fps)
-{
-    if (m_running || urls.isEmpty() || urls != m_pausedURLs) {
-        start(urls, fps);
-        return;
-    }
-    m_currentURLs = std::exchange(m_pausedURLs, {});
-    restartRate();
-    runLoop(fps);
 }
 
 void SnapshotLoader::runRound()
 {
-    fetchFrom(m_currentURLs, 0, m_loop);
+    fetchFrom(urls(), 0, m_loop);
 }
 
 void SnapshotLoader::fetchFrom(const QList<QUrl> &urls, qsizetype index, quint64 loop)

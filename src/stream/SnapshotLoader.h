@@ -34,21 +34,17 @@ public:
     // The rate a camera's pictures are fetched at: its own, kept between 1 and 6 a second.
     static qint64 shownRate(qint64 cameraFPS) { return std::clamp<qint64>(cameraFPS, 1, 6); }
 
-    // Starts fetching from these URLs, or keeps the running loop if they are the same, in the
-    // same order. Any other list restarts at once, without a pause.
-    void start(const QList<QUrl> &urls, double fps) override;
-    void stop() override;
-    void pause() override;
-    void resume(const QList<QUrl> &urls, double fps) override;
     bool isRunning() const override { return m_running; }
-
-    QList<QUrl> currentURLs() const { return m_currentURLs; }
 
 signals:
     void roundFinished();
 
+protected:
+    // The first round begins at once, without a pause.
+    void begin(double fps) override;
+    void halt() override;
+
 private:
-    void runLoop(double fps);
     void runRound();
     void fetchFrom(const QList<QUrl> &urls, qsizetype index, quint64 loop);
     void finishRound(const QList<QUrl> &urls, bool gotPicture, quint64 loop);
@@ -56,10 +52,8 @@ private:
     const QString m_curlPath;
     const QString m_temporaryFolder;
     QTimer m_pause;
-    QList<QUrl> m_currentURLs;
-    QList<QUrl> m_pausedURLs;
     bool m_running = false;
-    quint64 m_loop = 0; // bumped by start and stop; a round of an older loop starts no next one
+    quint64 m_loop = 0; // bumped by every halt; a round of an older loop starts no next one
 };
 
 } // namespace kestrel

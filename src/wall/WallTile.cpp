@@ -105,10 +105,6 @@ void WallTile::setTileWidth(int width)
 void WallTile::setPicturesPerSecond(double rate)
 {
     m_picture->setTargetFPS(rate);
-    // A rate takes effect with the next list; the same list again keeps what runs.
-    const QList<QUrl> urls = m_urls;
-    m_picture->setAddresses({}, PictureFeed::keptAlive);
-    m_picture->setAddresses(urls, PictureFeed::keptAlive);
 }
 
 void WallTile::setInSight(bool inSight)
@@ -125,8 +121,8 @@ void WallTile::refresh()
     m_name->setText(settings.displayName());
     m_camera->setText(camera.name);
     m_picture->setOrientation(settings.orientation(camera.id));
-    m_urls = makeSnapshotURLs(settings.watchedPrinterIP(), camera.snapshotPath);
-    m_picture->setAddresses(m_urls, PictureFeed::keptAlive);
+    m_picture->setAddresses(makeSnapshotURLs(settings.watchedPrinterIP(), camera.snapshotPath),
+                            PictureFeed::keptAlive);
     describe();
 }
 

@@ -5,8 +5,6 @@
 #include "wall/WallArrangement.h"
 
 #include <QFrame>
-#include <QList>
-#include <QUrl>
 
 class QLabel;
 
@@ -61,7 +59,6 @@ private:
     SnapshotStreamView *m_picture;
     PrintLineLabel *m_line;
     QLabel *m_temperatures;
-    QList<QUrl> m_urls;
 };
 
 } // namespace kestrel

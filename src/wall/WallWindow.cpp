@@ -57,7 +57,7 @@ WallWindow::WallWindow(PrinterList &printers, WindowCoordinator &coordinator, QW
     m_moveRest.setInterval(1000);
     connect(&m_moveRest, &QTimer::timeout, this, [this] {
         if (std::exchange(m_reorderWaiting, false))
-            reorder();
+            factsChanged();
     });
     m_frameRest.setSingleShot(true);
     m_frameRest.setInterval(500);
@@ -133,12 +133,15 @@ void WallWindow::remove(Printer *printer)
     reorder();
 }
 
+// Printers report several times a second; their order is looked at once a second at most.
 void WallWindow::factsChanged()
 {
-    if (m_moveRest.isActive())
+    if (m_moveRest.isActive()) {
         m_reorderWaiting = true;
-    else
-        reorder();
+        return;
+    }
+    reorder();
+    m_moveRest.start();
 }
 
 void WallWindow::reorder()
@@ -216,7 +219,7 @@ void WallWindow::closeEvent(QCloseEvent *event)
 void WallWindow::showEvent(QShowEvent *event)
 {
     QWidget::showEvent(event);
-    if (!m_quitting)
+    if (!m_quitting && !settings().wall().isOpen())
         settings().wall().setOpen(true);
     place();
 }
