@@ -9,7 +9,8 @@
 # With --printers N (2 to 20) as the first arguments, N demo printers start instead, each with its
 # own name, plug, scenes and print length, the third with a failing camera, and one Kestrel is set
 # up with all of them; further arguments go to every demo printer. From five printers on, Kestrel
-# starts with the printer wall, and the live streams run at 2 pictures a second.
+# starts with the printer wall, and the live streams run at 2 pictures a second. Once Kestrel is
+# quit, Return starts it again over the same settings and printers.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 source scripts/common.sh
@@ -71,3 +72,7 @@ else
     printf '{%s, "additionalPrinters": [%s]}\n' "$first" "$list" >"$work/config/Kestrel/settings.json"
 fi
 XDG_CONFIG_HOME="$work/config" build/src/kestrel "${wall[@]}"
+# Starting again finds everything as it was left, with the demo printers still printing.
+while echo "Kestrel beendet. Eingabetaste startet es neu, Strg+D beendet die Demo." && read -r; do
+    XDG_CONFIG_HOME="$work/config" build/src/kestrel
+done
