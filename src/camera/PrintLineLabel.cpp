@@ -13,8 +13,12 @@ PrintLineLabel::PrintLineLabel(QWidget *parent) : QLabel(parent)
     hide();
 }
 
+// A printer reports several times a second, mostly with nothing new to show; fitting a text to
+// its width is the costly part, so the same line is not fitted again.
 void PrintLineLabel::setLine(const PrintStatusLine &line)
 {
+    if (line == m_line)
+        return;
     m_line = line;
     setVisible(!line.isEmpty());
     setToolTip(line.text());

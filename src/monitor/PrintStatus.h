@@ -80,6 +80,7 @@ struct PrintStatusLine
 
     QString text() const { return lead + filename + tail + layers; }
     bool isEmpty() const { return text().isEmpty(); }
+    friend bool operator==(const PrintStatusLine &, const PrintStatusLine &) = default;
 };
 PrintStatusLine printStatusLine(const PrintStatus &status, std::optional<double> slicerEstimate);
 
