@@ -14,7 +14,7 @@ namespace kestrel {
 
 namespace {
 constexpr int symbolSize = 30; // matches a 26-point semibold symbol
-constexpr int spacing = 8;
+constexpr int cardSpacing = 8;
 } // namespace
 
 // How the card sits in its area, from the roomy one to the tightest.
@@ -31,8 +31,8 @@ SnapshotErrorCard::SnapshotErrorCard(QWidget *parent)
 {
     setAttribute(Qt::WA_TranslucentBackground);
     auto *layout = new QVBoxLayout(this);
-    layout->setSpacing(spacing);
-    m_heading->setSpacing(spacing);
+    layout->setSpacing(cardSpacing);
+    m_heading->setSpacing(cardSpacing);
     m_heading->addWidget(m_symbol, 0, Qt::AlignCenter);
     m_heading->addWidget(m_title, 0, Qt::AlignCenter);
     layout->addLayout(m_heading);
@@ -93,7 +93,7 @@ QSize SnapshotErrorCard::sizeIn(const QRect &area, const Arrangement &arrangemen
     m_heading->setDirection(arrangement.symbolBesideTitle ? QBoxLayout::LeftToRight
                                                           : QBoxLayout::TopToBottom);
     const int titleWidth = m_title->fontMetrics().horizontalAdvance(m_title->text());
-    const int headingWidth = arrangement.symbolBesideTitle ? symbolSize + spacing + titleWidth
+    const int headingWidth = arrangement.symbolBesideTitle ? symbolSize + cardSpacing + titleWidth
                                                            : std::max(symbolSize, titleWidth);
     const int textWidth =
         std::max(headingWidth, m_detail->fontMetrics().horizontalAdvance(m_detail->text()));

@@ -19,8 +19,8 @@
 namespace kestrel {
 
 namespace {
-constexpr int margin = 12;
-constexpr int spacing = 10;
+constexpr int wallMargin = 12;
+constexpr int tileGap = 10;
 } // namespace
 
 WallWindow::WallWindow(PrinterList &printers, WindowCoordinator &coordinator, QWidget *parent)
@@ -30,7 +30,7 @@ WallWindow::WallWindow(PrinterList &printers, WindowCoordinator &coordinator, QW
 {
     setWindowTitle(tr("Druckerwand"));
     setAttribute(Qt::WA_QuitOnClose, false);
-    setMinimumSize(narrowestTile + 2 * margin + 24, 320);
+    setMinimumSize(narrowestTile + 2 * wallMargin + 24, 320);
     QPalette dark = palette();
     dark.setColor(QPalette::Window, QColor(18, 18, 20));
     dark.setColor(QPalette::WindowText, Qt::white);
@@ -39,7 +39,7 @@ WallWindow::WallWindow(PrinterList &printers, WindowCoordinator &coordinator, QW
 
     WallSettings &wall = settings().wall();
     auto *layout = new QVBoxLayout(this);
-    layout->setContentsMargins(margin, margin, margin, 0);
+    layout->setContentsMargins(wallMargin, wallMargin, wallMargin, 0);
     layout->addWidget(new WallBar(wall, this));
     m_scroll->setFrameShape(QFrame::NoFrame);
     m_scroll->setWidget(m_grid);
@@ -89,7 +89,7 @@ WallWindow::WallWindow(PrinterList &printers, WindowCoordinator &coordinator, QW
     if (const auto frame = wall.frame())
         screenFrames::setFrame(this, *frame);
     else
-        resize(4 * narrowestTile + 3 * spacing + 2 * margin + 24, 760);
+        resize(4 * narrowestTile + 3 * tileGap + 2 * wallMargin + 24, 760);
     // The window manager's frame comes after the first show; the stored frame counts with it.
     desktopWindow::watchFrame(this, [this] {
         const auto frame = settings().wall().frame();
@@ -165,8 +165,8 @@ void WallWindow::reorder()
 void WallWindow::place()
 {
     const int width = m_scroll->viewport()->width();
-    const int columns = std::max(1, (width + spacing) / (narrowestTile + spacing));
-    const int tileWidth = std::max(narrowestTile, (width - spacing * (columns - 1)) / columns);
+    const int columns = std::max(1, (width + tileGap) / (narrowestTile + tileGap));
+    const int tileWidth = std::max(narrowestTile, (width - tileGap * (columns - 1)) / columns);
     for (WallTile *tile : std::as_const(m_tiles))
         tile->setVisible(m_arranged.contains(tile));
     int y = 0;
@@ -176,10 +176,10 @@ void WallWindow::place()
             WallTile *tile = m_arranged[i];
             tile->setTileWidth(tileWidth);
             const int height = tile->sizeHint().height();
-            tile->setGeometry(int(i - first) * (tileWidth + spacing), y, tileWidth, height);
+            tile->setGeometry(int(i - first) * (tileWidth + tileGap), y, tileWidth, height);
             rowHeight = std::max(rowHeight, height);
         }
-        y += rowHeight + spacing;
+        y += rowHeight + tileGap;
     }
     m_grid->resize(width, std::max(y, 1));
     updateInSight();
