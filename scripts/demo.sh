@@ -47,8 +47,8 @@ else
     entries=()
     for ((i = 0; i < printers; i++)); do
         mkdir -p "$work/printer-$i"
-        # Prints of different lengths, so that each ends at its own moment.
-        options=(--print-seconds $((90 + 53 * i % 400)))
+        # Prints of different lengths, begun at different moments, so that each ends at its own.
+        options=(--print-seconds $((90 + 53 * i % 400)) --head-start-seconds $((17 * i % 80)))
         [ "$i" -eq 2 ] && options+=(--fault 2=404)
         start_demo_printer "$work/printer-$i" "" build/tools/demo-printer/kestrel-demo-printer \
             "${options[@]}" "$@"

@@ -57,6 +57,11 @@ DemoKlipper::DemoKlipper(LoopbackHttpServer &printer, std::chrono::seconds print
     m_tick.start();
 }
 
+void DemoKlipper::startAhead(std::chrono::seconds headStart)
+{
+    m_print.advance(double(headStart.count()));
+}
+
 // While the API is down, the web server in front of it answers for it, as nginx does.
 void DemoKlipper::accept(QTcpSocket *connection)
 {

@@ -48,6 +48,10 @@ public:
                 std::chrono::milliseconds rest, KlipperFault fault, DemoHost host,
                 QObject *parent = nullptr);
 
+    // The first print began this long before the demo printer started, so that printers started
+    // together do not all end together.
+    void startAhead(std::chrono::seconds headStart);
+
     // GET /server/files/metadata?filename=…
     HttpReply metadata(const HttpRequest &request) const;
     // POST /printer/emergency_stop

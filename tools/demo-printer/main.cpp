@@ -185,6 +185,11 @@ int main(int argc, char *argv[])
                        "nächsten Druck derselben Datei (Vorgabe 10)."),
         QStringLiteral("sekunden"), QStringLiteral("10"));
     commandLine.addOption(restOption);
+    const QCommandLineOption aheadOption(
+        QStringLiteral("head-start-seconds"),
+        QStringLiteral("So lange läuft der erste Druck beim Start schon (Vorgabe 0)."),
+        QStringLiteral("sekunden"), QStringLiteral("0"));
+    commandLine.addOption(aheadOption);
     commandLine.addOption(bootOption);
     commandLine.addOption(fpsOption);
     commandLine.addOption(printOption);
@@ -263,6 +268,7 @@ int main(int argc, char *argv[])
     }
     kestrel::demo::DemoKlipper klipper(server, std::chrono::seconds(printSeconds),
                                        std::chrono::seconds(restSeconds), klipperFault, host);
+    klipper.startAhead(std::chrono::seconds(std::max(commandLine.value(aheadOption).toInt(), 0)));
     server.setHandler([&](const HttpRequest &request) {
         if (request.path.startsWith("/server/") || request.path.startsWith("/printer/")) {
             if (const auto refused = klipper.refusal(request))
