@@ -9,6 +9,7 @@
 #include "monitor/HostProbeBatch.h"
 #include "monitor/PiStatusMonitor.h"
 #include "platform/MemoryKeyValueStore.h"
+#include "platform/ProcessRunner.h"
 #include "power/HomeKitManager.h"
 #include "power/SceneFolder.h"
 #include "power/SceneTemplates.h"
@@ -112,6 +113,7 @@ private slots:
     void onlyTheNewestQueryPublishes();
     void statusFollowsSettingsOneChangeLate();
     void powerActionReportsItsOutcome();
+    void aProgramGoesWithItsWindow();
     void templatesSwitchTheirPlugs_data();
     void templatesSwitchTheirPlugs();
     void sceneRunnerRefusesAndExplains_data();
@@ -389,6 +391,23 @@ void PrinterTest::powerActionReportsItsOutcome()
     awaitAction(manager->runShortcut(u"Klipper ausschalten"_s));
     QCoreApplication::processEvents();
     QCOMPARE(power.tool.calls().size(), 7);
+}
+
+// Programs start on a thread of their own, but belong to whoever asked: a window that closes while
+// its program runs takes the program with it at once, and hears nothing from it.
+void PrinterTest::aProgramGoesWithItsWindow()
+{
+    auto window = std::make_unique<QObject>();
+    bool heard = false;
+    QFuture<ProcessResult> run =
+        runProcess({.program = u"/bin/sleep"_s, .arguments = {u"30"_s}}, window.get());
+    run.then([&heard](const ProcessResult &) { heard = true; });
+    QTRY_COMPARE_WITH_TIMEOUT(test::childProcessNames(), QStringList{u"sleep"_s}, 20000);
+    window.reset();
+    QCOMPARE(test::childProcessNames(), QStringList());
+    QTest::qWait(100); // a late word would have come by now
+    QVERIFY(!heard);
+    QVERIFY(run.isCanceled());
 }
 
 // Each template, made into a scene the way a user does it (the example copied under the scene's

@@ -1,11 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/ProcessRunner.h"
 
+#include <QCoreApplication>
 #include <QFileInfo>
+#include <QPointer>
 #include <QProcess>
 #include <QPromise>
 #include <QStringDecoder>
+#include <QThread>
 
+#include <functional>
 #include <memory>
 
 namespace kestrel {
@@ -54,29 +58,65 @@ QString overflowText(const QString &program)
 
 } // namespace
 
-QFuture<ProcessResult> runProcess(const ProcessCommand &command, QObject *owner)
-{
-    auto *process = new QProcess(owner);
-    // The promise lives as long as the process; if the owner kills the process, destroying the
-    // promise cancels the future.
-    auto promise = std::make_shared<QPromise<ProcessResult>>();
-    auto outputs = std::make_shared<Outputs>();
-    QFuture<ProcessResult> future = promise->future();
-    promise->start();
+namespace {
 
-    auto report = [process, promise](ProcessResult result) {
-        promise->addResult(std::move(result));
-        promise->finish();
+// Children start, are watched and end on a thread of their own. Starting a program holds the
+// starting thread until the child has loaded it, and on a busy machine the child may wait for a
+// core: on the GUI thread that was a stall that nobody could see coming.
+QThread *processThread = nullptr;
+QObject *processHome = nullptr; // lives in the process thread, and is the parent of every child
+
+// At the very end: children still running go with the application, then the thread does.
+void endProcessThread()
+{
+    QMetaObject::invokeMethod(
+        processHome,
+        [] {
+            for (QProcess *process : processHome->findChildren<QProcess *>()) {
+                process->disconnect();
+                process->kill();
+                process->waitForFinished();
+            }
+        },
+        Qt::BlockingQueuedConnection);
+    processThread->quit();
+    processThread->wait();
+    delete std::exchange(processHome, nullptr);
+    delete std::exchange(processThread, nullptr);
+}
+
+QObject &home()
+{
+    if (!processHome) {
+        processThread = new QThread;
+        processThread->setObjectName(QStringLiteral("kestrel-processes"));
+        processThread->start();
+        processHome = new QObject;
+        processHome->moveToThread(processThread);
+        qAddPostRoutine(endProcessThread);
+    }
+    return *processHome;
+}
+
+// On the process thread: starts the program and calls `report` there once it has ended.
+void launch(const ProcessCommand &command, QPointer<QProcess> &running,
+            const std::function<void(ProcessResult)> &report)
+{
+    auto *process = new QProcess(processHome);
+    running = process;
+    auto outputs = std::make_shared<Outputs>();
+    auto end = [process, report](ProcessResult result) {
         process->disconnect();
         process->deleteLater();
+        report(std::move(result));
     };
     auto drain = [process, outputs](QProcess::ProcessChannel channel) {
         process->setReadChannel(channel);
         const QByteArray chunk = process->readAll();
         if (outputs->overflowed)
             return;
-        QByteArray &kept = channel == QProcess::StandardOutput ? outputs->standardOutput
-                                                               : outputs->standardError;
+        QByteArray &kept =
+            channel == QProcess::StandardOutput ? outputs->standardOutput : outputs->standardError;
         kept += chunk;
         if (kept.size() > largestProcessOutput) {
             outputs->overflowed = true;
@@ -84,39 +124,29 @@ QFuture<ProcessResult> runProcess(const ProcessCommand &command, QObject *owner)
             process->kill();
         }
     };
-
-    // When the owner goes, the child goes with it, and nothing it does afterwards reports: the
-    // owner announces its end before its children are deleted, and QProcess's own destructor
-    // would otherwise emit finished() into an owner that is half gone.
-    QObject::connect(owner, &QObject::destroyed, process, [process] {
-        process->disconnect();
-        process->kill();
-        process->waitForFinished();
-    });
     QObject::connect(process, &QProcess::readyReadStandardOutput, process,
                      [drain] { drain(QProcess::StandardOutput); });
     QObject::connect(process, &QProcess::readyReadStandardError, process,
                      [drain] { drain(QProcess::StandardError); });
     QObject::connect(process, &QProcess::errorOccurred, process,
-                     [program = command.program, report](QProcess::ProcessError error) {
+                     [program = command.program, end](QProcess::ProcessError error) {
                          if (error == QProcess::FailedToStart)
-                             report({.failure = launchErrorText(program)});
+                             end({.failure = launchErrorText(program)});
                      });
-    QObject::connect(
-        process, &QProcess::finished, process,
-        [process, outputs, drain, report, program = command.program](
-            int exitCode, QProcess::ExitStatus exitStatus) {
-            drain(QProcess::StandardOutput);
-            drain(QProcess::StandardError);
-            if (outputs->overflowed) {
-                report({.failure = overflowText(program)});
-                return;
-            }
-            report({.exitStatus = exitCode,
-                    .crashed = exitStatus == QProcess::CrashExit,
-                    .standardOutput = decodeStrictUtf8(outputs->standardOutput),
-                    .standardError = decodeStrictUtf8(outputs->standardError)});
-        });
+    QObject::connect(process, &QProcess::finished, process,
+                     [outputs, drain, end,
+                      program = command.program](int exitCode, QProcess::ExitStatus exitStatus) {
+                         drain(QProcess::StandardOutput);
+                         drain(QProcess::StandardError);
+                         if (outputs->overflowed) {
+                             end({.failure = overflowText(program)});
+                             return;
+                         }
+                         end({.exitStatus = exitCode,
+                              .crashed = exitStatus == QProcess::CrashExit,
+                              .standardOutput = decodeStrictUtf8(outputs->standardOutput),
+                              .standardError = decodeStrictUtf8(outputs->standardError)});
+                     });
 
     if (command.standardInput.isEmpty())
         process->setStandardInputFile(QProcess::nullDevice());
@@ -129,6 +159,51 @@ QFuture<ProcessResult> runProcess(const ProcessCommand &command, QObject *owner)
         process->write(command.standardInput);
         process->closeWriteChannel();
     }
+}
+
+} // namespace
+
+// The caller's side of a run is a small object of the owner's: the result is handed to the
+// caller through it, on the caller's thread, and its end (the owner's) ends the run. Kestrel
+// runs every program from its GUI thread.
+QFuture<ProcessResult> runProcess(const ProcessCommand &command, QObject *owner)
+{
+    // If the owner goes first, destroying the promise unheard cancels the future.
+    auto promise = std::make_shared<QPromise<ProcessResult>>();
+    promise->start();
+    QFuture<ProcessResult> future = promise->future();
+    auto *caller = new QObject(owner);
+    auto running = std::make_shared<QPointer<QProcess>>(); // read and written on the process thread
+
+    // When the owner goes, the child goes with it before the owner's other children do (a
+    // snapshot's file is removed once curl is gone), and nothing it did afterwards reports.
+    QObject::connect(caller, &QObject::destroyed, [running] {
+        if (!processHome)
+            return; // the application has ended, and its children with it
+        QMetaObject::invokeMethod(
+            processHome,
+            [running] {
+                if (QProcess *process = *running) {
+                    process->disconnect();
+                    process->kill();
+                    process->waitForFinished();
+                    delete process;
+                }
+            },
+            Qt::BlockingQueuedConnection);
+    });
+    auto report = [caller = QPointer(caller), promise](ProcessResult result) {
+        QMetaObject::invokeMethod(qApp, [caller, promise, result = std::move(result)] {
+            if (!caller)
+                return;
+            QObject::disconnect(caller, &QObject::destroyed, nullptr, nullptr);
+            caller->deleteLater();
+            promise->addResult(result);
+            promise->finish();
+        });
+    };
+    QMetaObject::invokeMethod(&home(),
+                              [command, running, report] { launch(command, *running, report); });
     return future;
 }
 

@@ -40,7 +40,8 @@ struct ProcessResult
 // take the memory of the whole application.
 constexpr qint64 largestProcessOutput = 1024 * 1024;
 
-// Starts the program without blocking and reports once it has ended. Standard input holds the
+// Starts the program without blocking, on a thread kept for programs, and reports on the
+// caller's thread once it has ended. Standard input holds the
 // command's input and then ends, so a program that reads it cannot hang. A program that writes more
 // than largestProcessOutput to either stream is killed, and the run fails. The process belongs to
 // `owner`: when the owner goes away first, the process is killed and the future is cancelled,
