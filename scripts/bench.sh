@@ -6,8 +6,9 @@
 # windows reading MJPEG streams from a stream server of the benchmark's own, against the snapshot
 # loop and Chromium showing the streams; what following the printer's status costs, and how
 # quickly a pause and a resume take effect; and several printers: four with three live cameras
-# each against one, beside the decoding floor, and twenty printing with the main window shown.
-# They print figures and assert nothing. Options: --rounds N (pipeline and controls, default
+# each against one, beside the decoding floor, and twenty printing with the main window shown;
+# the GUI thread's stall over five runs of each of three set-ups; and the printer wall at twenty
+# printers against Chromium's image grid. They print figures and assert nothing. Options: --rounds N (pipeline and controls, default
 # 100), --seconds N (whole app, default 60), --long N (one more stream run of N seconds that
 # watches memory; default none), --streams-only (only the stream comparison), --printers-only
 # (only the several printers).
@@ -87,6 +88,9 @@ fi
 python3 bench/printers_bench.py --kestrel build/src/kestrel \
     --demo-printer build/tools/demo-printer/kestrel-demo-printer \
     --decode-floor build/bench/decode_floor --pictures "$work/pictures" --seconds "$seconds"
+echo
+python3 bench/stall_bench.py --kestrel build/src/kestrel --pictures "$work/pictures" \
+    --snapshots "$NGINX_ADDRESS"
 echo
 python3 bench/wall_bench.py --kestrel build/src/kestrel \
     --demo-printer build/tools/demo-printer/kestrel-demo-printer \

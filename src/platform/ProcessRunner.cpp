@@ -56,10 +56,6 @@ QString overflowText(const QString &program)
     return QStringLiteral("Ausgabe von %1 zu groß (über 1 MB)").arg(QFileInfo(program).fileName());
 }
 
-} // namespace
-
-namespace {
-
 // Children start, are watched and end on a thread of their own. Starting a program holds the
 // starting thread until the child has loaded it, and on a busy machine the child may wait for a
 // core: on the GUI thread that was a stall that nobody could see coming.
@@ -175,8 +171,8 @@ QFuture<ProcessResult> runProcess(const ProcessCommand &command, QObject *owner)
     auto *caller = new QObject(owner);
     auto running = std::make_shared<QPointer<QProcess>>(); // read and written on the process thread
 
-    // When the owner goes, the child goes with it before the owner's other children do (a
-    // snapshot's file is removed once curl is gone), and nothing it did afterwards reports.
+    // When the owner goes, the child goes with it at once (a snapshot's file is removed only once
+    // curl is gone), and nothing it did afterwards reports.
     QObject::connect(caller, &QObject::destroyed, [running] {
         if (!processHome)
             return; // the application has ended, and its children with it
