@@ -7,7 +7,9 @@
 #include "platform/MemoryKeyValueStore.h"
 #include "settings/AppSettings.h"
 #include "settings/WebcamImport.h"
+#include "stream/JpegPicture.h"
 #include "stream/MjpegPartReader.h"
+#include "stream/PictureDecoder.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -126,6 +128,29 @@ void checkMjpegStream(const QByteArray &bytes)
     if (whole.problem() == MjpegPartReader::Problem::none &&
         pieces.problem() == MjpegPartReader::Problem::none)
         require(newest == last);
+}
+
+void checkPicture(const QByteArray &bytes)
+{
+    if (bytes.size() < 2)
+        return;
+    const QSize window(8 + 40 * (uchar(bytes[0]) & 0xf), 8 + 40 * (uchar(bytes[0]) >> 4));
+    const CameraOrientation orientation{90 * (uchar(bytes[1]) & 3), bool(bytes[1] & 4),
+                                        bool(bytes[1] & 8)};
+    const QByteArrayView picture = QByteArrayView(bytes).sliced(2);
+    const std::optional<QImage> shown = decodePicture(picture, {window, 1.0, orientation});
+    if (!shown)
+        return;
+    require(!shown->isNull());
+    const QSize slack(JpegPicture::unscaledSlack, JpegPicture::unscaledSlack);
+    const JpegPicture jpeg(picture);
+    if (jpeg.size().isValid()) {
+        require(shown->format() == QImage::Format_RGB32);
+        require(qint64(shown->width()) * shown->height() <=
+                qint64(jpeg.size().width()) * jpeg.size().height());
+    }
+    require(shown->width() <= window.width() + slack.width() &&
+            shown->height() <= window.height() + slack.height());
 }
 
 void checkPrintStatusFrames(const QByteArray &bytes)

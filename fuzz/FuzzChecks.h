@@ -15,6 +15,11 @@ void checkSettingsDocument(const QByteArray &bytes);
 // pictures however the bytes arrive.
 void checkMjpegStream(const QByteArray &bytes);
 
+// Any bytes as a camera's picture, to be fitted into a window whose size and camera orientation
+// the first two bytes pick: none, or a picture that fits the window (a pixel or two over at
+// most); a JPEG in the painted pixels, and never with more pixels than were sent.
+void checkPicture(const QByteArray &bytes);
+
 // Any bytes as the printer host's JSON-RPC frames, one per line: the status stays within its
 // ranges, and nothing is asked more than once per frame.
 void checkPrintStatusFrames(const QByteArray &bytes);

@@ -6,6 +6,7 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    kestrel::fuzz::checkFrameText(QByteArray(reinterpret_cast<const char *>(data), qsizetype(size)));
+    kestrel::fuzz::checkFrameText(
+        QByteArray(reinterpret_cast<const char *>(data), qsizetype(size)));
     return 0;
 }

@@ -21,10 +21,10 @@ ensure_packages() {
 }
 
 # What building and running Kestrel needs: the toolchain, Qt 6 with its German texts and its
-# WebSockets (the printer host's status API), rsvg-convert for the icon sizes, help2man for the
-# manual pages, and curl, which fetches pictures.
-KESTREL_PACKAGES=(cmake g++ make qt6-base-dev qt6-svg-dev qt6-websockets-dev qt6-qpa-plugins
-    qt6-translations-l10n libgl-dev libxcb1-dev librsvg2-bin help2man curl)
+# WebSockets (the printer host's status API), libjpeg-turbo's own API for the camera pictures,
+# rsvg-convert for the icon sizes, help2man for the manual pages, and curl, which fetches pictures.
+KESTREL_PACKAGES=(cmake g++ make pkgconf qt6-base-dev qt6-svg-dev qt6-websockets-dev qt6-qpa-plugins
+    qt6-translations-l10n libgl-dev libxcb1-dev libturbojpeg0-dev librsvg2-bin help2man curl)
 
 # What the tests need beyond that: a virtual display with a window manager for the window tests,
 # trayer as its tray, xdotool to drive it as a user does, xprop to see that the window manager is

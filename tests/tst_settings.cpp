@@ -2,8 +2,9 @@
 // The user's settings as they lie on disk: what a broken or odd value becomes, that every change
 // writes its own key and leaves the others, the file that holds them, and every input the fuzzers
 // keep in tests/fuzz-corpus (seeds, every input that ever broke a check, and the fewest that reach
-// every path found: settings files, frame texts, MJPEG stream bodies, the printer host's JSON-RPC
-// frames and webcam lists), through the checks the fuzzers apply; a violation ends with a crash.
+// every path found: settings files, frame texts, MJPEG stream bodies, camera pictures, the
+// printer host's JSON-RPC frames and webcam lists), through the checks the fuzzers apply; a
+// violation ends with a crash.
 #include "FuzzChecks.h"
 #include "Helpers.h"
 #include "LoopbackHttpServer.h"
@@ -479,6 +480,10 @@ void SettingsTest::fuzzInputsStillPass()
     const QString target = QFileInfo(path).dir().dirName();
     if (target == u"mjpeg") {
         fuzz::checkMjpegStream(bytes);
+        return;
+    }
+    if (target == u"picture") {
+        fuzz::checkPicture(bytes);
         return;
     }
     if (target == u"print_status") {

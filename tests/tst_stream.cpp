@@ -5,13 +5,17 @@
 #include "Helpers.h"
 #include "LoopbackHttpServer.h"
 #include "settings/SnapshotUrls.h"
+#include "stream/JpegPicture.h"
 #include "stream/KeepAliveSnapshotSource.h"
 #include "stream/NewestFirstDecoder.h"
+#include "stream/PictureDecoder.h"
 #include "stream/SnapshotFetch.h"
 #include "stream/SnapshotLoader.h"
 
+#include <QBuffer>
 #include <QDir>
 #include <QImage>
+#include <QImageWriter>
 #include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -45,6 +49,28 @@ QString absolute(const QUrl &url)
     return url.toString(QUrl::FullyEncoded);
 }
 
+// The test picture with its frame header's size replaced, as a broken camera might send it.
+QByteArray claimingSize(QByteArray jpeg, QSize size)
+{
+    const qsizetype frame = jpeg.indexOf("\xff\xc0");
+    jpeg[frame + 5] = char(size.height() >> 8);
+    jpeg[frame + 6] = char(size.height());
+    jpeg[frame + 7] = char(size.width() >> 8);
+    jpeg[frame + 8] = char(size.width());
+    return jpeg;
+}
+
+QByteArray progressiveJpeg(QSize size)
+{
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    QImageWriter writer(&buffer, "jpeg");
+    writer.setProgressiveScanWrite(true);
+    writer.write(QImage::fromData(test::testJpeg(size)));
+    return bytes;
+}
+
 } // namespace
 
 class StreamTest : public QObject
@@ -61,6 +87,8 @@ private slots:
     void curlGetsExactlyEightArguments();
     void picturesArriveTurnedAndMirrored_data();
     void picturesArriveTurnedAndMirrored();
+    void picturesDecodeAtTheScaleTheWindowNeeds_data();
+    void picturesDecodeAtTheScaleTheWindowNeeds();
     void wallPicturesShareOneConnectionAndStopWhenUnseen();
     void theNewestPictureWins();
 
@@ -102,6 +130,13 @@ void StreamTest::failuresBecomeTextsWithTheUrl_data()
     // Whole as far as HTTP goes, but the picture stops in the middle.
     QTest::newRow("picture cut short")
         << HttpReply::content("image/jpeg", jpeg.left(jpeg.size() / 2)) << invalid;
+    // A broken Huffman table is no picture, however whole the file looks.
+    QByteArray brokenTable = jpeg;
+    brokenTable[brokenTable.indexOf("\xff\xc4") + 4] = '\x7f';
+    QTest::newRow("broken JPEG") << HttpReply::content("image/jpeg", brokenTable) << invalid;
+    // A header that claims more pixels than any camera has must not make Kestrel ask for them.
+    QTest::newRow("60000 x 60000 claimed")
+        << HttpReply::content("image/jpeg", claimingSize(jpeg, {60000, 60000})) << invalid;
     // Over 64 MB is no camera picture: counted as not one, without reading a byte of it.
     QTest::newRow("70 MB body") << HttpReply::content("image/jpeg", QByteArray(70 << 20, '\xff'))
                                 << invalid;
@@ -113,7 +148,7 @@ void StreamTest::failuresBecomeTextsWithTheUrl_data()
 }
 
 // The wall's in-process source words each failure as curl does, so a tile and a camera window
-// say the same about one camera.
+// say the same about one camera; and a camera that failed shows its next good picture.
 void StreamTest::failuresBecomeTextsWithTheUrl()
 {
     QFETCH(HttpReply, reply);
@@ -132,6 +167,13 @@ void StreamTest::failuresBecomeTextsWithTheUrl()
         QVERIFY2(text.startsWith(textStart) && text.endsWith(u": "_s + absolute(url)),
                  qPrintable(text));
         QVERIFY(source->image().isNull());
+    }
+    // Whatever came before, the camera's next good picture shows.
+    server.setReply(jpegReply());
+    for (const auto &source : sources) {
+        source->start({url}, 1);
+        QTRY_VERIFY_WITH_TIMEOUT(!source->image().isNull(), 20000);
+        source->stop();
     }
 }
 
@@ -312,6 +354,58 @@ void StreamTest::picturesArriveTurnedAndMirrored()
     const QImage sharp = *SnapshotFetch::decodeAndRemove(path, {{840, 560}, 2.0, orientation});
     QCOMPARE(sharp.size(), orientation.isSideways() ? QSize(315, 560) : QSize(840, 472));
     QCOMPARE(sharp.deviceIndependentSize(), QSizeF(sharp.size()) / 2);
+}
+
+// Each picture is decoded at the cheapest DCT scale that still fills the window, straight into
+// the pixels a window paints, and scaled once only where that scale misses the window by more
+// than a pixel or two. Progressive JPEGs, which some cameras send, alike.
+void StreamTest::picturesDecodeAtTheScaleTheWindowNeeds_data()
+{
+    QTest::addColumn<QSize>("sent");
+    QTest::addColumn<bool>("progressive");
+    QTest::addColumn<QSize>("window");
+    QTest::addColumn<QSize>("decoded"); // by the DCT alone
+    QTest::addColumn<QSize>("shown");
+    QTest::newRow("a quarter fits exactly")
+        << QSize(1280, 960) << false << QSize(320, 240) << QSize(320, 240) << QSize(320, 240);
+    QTest::newRow("an eighth, a pixel over: shown as decoded")
+        << QSize(1920, 1080) << false << QSize(238, 178) << QSize(240, 135) << QSize(240, 135);
+    QTest::newRow("a quarter, then scaled once")
+        << QSize(1920, 1080) << false << QSize(400, 300) << QSize(480, 270) << QSize(400, 225);
+    QTest::newRow("a window a pixel larger than the eighth takes the quarter")
+        << QSize(1280, 960) << false << QSize(161, 121) << QSize(320, 240) << QSize(161, 121);
+    QTest::newRow("never enlarged")
+        << QSize(640, 480) << false << QSize(1280, 960) << QSize(640, 480) << QSize(640, 480);
+    QTest::newRow("full size") << QSize(1280, 960) << false << QSize() << QSize(1280, 960)
+                               << QSize(1280, 960);
+    QTest::newRow("progressive, a half")
+        << QSize(1280, 720) << true << QSize(640, 360) << QSize(640, 360) << QSize(640, 360);
+    QTest::newRow("progressive, scaled once")
+        << QSize(1920, 1080) << true << QSize(420, 280) << QSize(480, 270) << QSize(420, 236);
+}
+
+void StreamTest::picturesDecodeAtTheScaleTheWindowNeeds()
+{
+    QFETCH(QSize, sent);
+    QFETCH(bool, progressive);
+    QFETCH(QSize, window);
+    QFETCH(QSize, decoded);
+    QFETCH(QSize, shown);
+    const QByteArray bytes = progressive ? progressiveJpeg(sent) : test::testJpeg(sent);
+    QCOMPARE(bytes.contains("\xff\xc2"), progressive); // the progressive frame header
+    QCOMPARE(JpegPicture(bytes).size(), sent);
+    const QSize wanted = window.isValid() ? sent.scaled(window, Qt::KeepAspectRatio) : QSize();
+    QCOMPARE(JpegPicture::decodedSize(sent, wanted), decoded);
+
+    const QImage picture = *decodePicture(bytes, {window, 1.0, {}});
+    QCOMPARE(picture.size(), shown);
+    QCOMPARE(picture.format(), QImage::Format_RGB32);
+    // The test picture: red on the left, blue on the right, a white band across the middle.
+    const QColor left = picture.pixelColor(2, shown.height() / 4);
+    const QColor right = picture.pixelColor(shown.width() - 3, shown.height() / 4);
+    QVERIFY2(left.red() > 150 && left.blue() < 80, qPrintable(left.name()));
+    QVERIFY2(right.blue() > 150 && right.red() < 80, qPrintable(right.name()));
+    QVERIFY(qGray(picture.pixel(shown.width() / 2, shown.height() / 2)) > 200);
 }
 
 // One connection serves every picture, each decoded at the tile's size; a source that is paused

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "stream/NewestFirstDecoder.h"
 
-#include <QBuffer>
 #include <QFutureWatcher>
 #include <QtConcurrent>
 
@@ -34,10 +33,7 @@ void NewestFirstDecoder::decode(QByteArray bytes, const DecodeTarget &target)
     watcher->setFuture(QtConcurrent::run(
         &decodingThreads(),
         [](const QByteArray &picture, const DecodeTarget &target) {
-            QBuffer buffer;
-            buffer.setData(picture);
-            buffer.open(QIODevice::ReadOnly);
-            return decodePicture(buffer, target);
+            return decodePicture(picture, target);
         },
         std::move(bytes), target));
 }

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "stream/PictureDecoder.h"
 
+#include "stream/JpegPicture.h"
+
+#include <QBuffer>
 #include <QCoreApplication>
-#include <QIODevice>
 #include <QImageReader>
 #include <QThread>
 #include <QThreadPool>
@@ -17,18 +19,14 @@ namespace kestrel {
 
 namespace {
 
-// Qt's JPEG reader only warns about a picture that was cut short and fills the missing part
-// with grey. A whole JPEG ends in its end-of-image marker; some cameras pad after it.
-bool endsWithEndOfImage(QIODevice &device)
+// A JPEG decoder fills what is missing from a picture that was cut short with grey and merely
+// warns. A whole JPEG ends in its end-of-image marker; some cameras pad after it.
+bool endsWithEndOfImage(QByteArrayView bytes)
 {
-    constexpr qint64 tailSize = 64;
-    const qint64 start = std::max<qint64>(device.size() - tailSize, 0);
-    if (!device.seek(start))
-        return false;
-    QByteArray tail = device.read(tailSize);
+    QByteArrayView tail = bytes.last(std::min<qsizetype>(bytes.size(), 64));
     while (!tail.isEmpty() && (tail.back() == '\0' || QChar::isSpace(uchar(tail.back()))))
         tail.chop(1);
-    return device.seek(0) && tail.endsWith("\xff\xd9");
+    return tail.endsWith("\xff\xd9");
 }
 
 // Qt's thread priorities mean nothing to Linux's normal scheduler, and its idle priority starves
@@ -40,6 +38,37 @@ void giveWayToTheGuiThread()
     thread_local const int lowered = setpriority(PRIO_PROCESS, id_t(gettid()), 5);
     Q_UNUSED(lowered);
 #endif
+}
+
+// The size to decode a picture of `source` pixels at, before it is turned: fitted into the
+// target, where a sideways camera fits its upright shape; empty for the full size.
+QSize fittedSize(QSize source, const DecodeTarget &target)
+{
+    if (!target.size.isValid())
+        return {};
+    const bool sideways = target.orientation.isSideways();
+    const QSize upright = sideways ? source.transposed() : source;
+    // At least a pixel each way: a picture a thousand times wider than high still shows.
+    const QSize fitted = upright.scaled(target.size, Qt::KeepAspectRatio).expandedTo({1, 1});
+    return sideways ? fitted.transposed() : fitted;
+}
+
+// Pictures that are no JPEG (a camera that sends PNG) go through Qt's readers.
+std::optional<QImage> readOtherFormat(QByteArrayView bytes, const DecodeTarget &target)
+{
+    QBuffer buffer;
+    buffer.setData(bytes.toByteArray());
+    buffer.open(QIODevice::ReadOnly);
+    QImageReader reader(&buffer);
+    if (reader.format() == "jpeg") // a JPEG libjpeg-turbo refused
+        return std::nullopt;
+    const QSize fitted = fittedSize(reader.size(), target);
+    if (fitted.isValid() && fitted.width() < reader.size().width())
+        reader.setScaledSize(fitted);
+    QImage image = reader.read();
+    if (image.isNull())
+        return std::nullopt;
+    return image;
 }
 
 } // namespace
@@ -54,35 +83,27 @@ QThreadPool &decodingThreads()
     return *pool;
 }
 
-std::optional<QImage> decodePicture(QIODevice &device, const DecodeTarget &target)
+std::optional<QImage> decodePicture(QByteArrayView bytes, const DecodeTarget &target)
 {
     giveWayToTheGuiThread();
-    QImageReader reader(&device);
-    if (reader.format() == "jpeg" && !endsWithEndOfImage(device))
-        return std::nullopt;
-    const CameraOrientation &orientation = target.orientation;
-    const QSize sourceSize = reader.size();
-    if (target.size.isValid() && sourceSize.isValid()) {
-        // The JPEG decoder scales while it decodes, which is far cheaper than decoding the full
-        // picture and shrinking it; it never enlarges. A sideways camera fits its upright shape.
-        const QSize upright = orientation.isSideways() ? sourceSize.transposed() : sourceSize;
-        const QSize fitted = upright.scaled(target.size, Qt::KeepAspectRatio);
-        if (fitted.width() < upright.width() && !fitted.isEmpty()) {
-            reader.setScaledSize(orientation.isSideways() ? fitted.transposed() : fitted);
-            // Below 50 Qt's JPEG reader takes libjpeg's fast integer transform: some 15 % less
-            // decoding per picture, and no difference one can see once the picture is shrunk.
-            reader.setQuality(49);
-        }
+    const JpegPicture jpeg(bytes);
+    std::optional<QImage> image;
+    if (jpeg.size().isValid()) {
+        if (!endsWithEndOfImage(bytes))
+            return std::nullopt;
+        image = jpeg.decode(fittedSize(jpeg.size(), target));
+    } else {
+        image = readOtherFormat(bytes, target);
     }
-    QImage image = reader.read();
-    if (image.isNull())
+    if (!image)
         return std::nullopt;
     // Quarter turns and mirrors only move pixels; Qt does them without any resampling.
+    const CameraOrientation &orientation = target.orientation;
     if (orientation.rotation != 0)
-        image = image.transformed(QTransform().rotate(orientation.rotation));
+        image = image->transformed(QTransform().rotate(orientation.rotation));
     if (orientation.mirrorHorizontal || orientation.mirrorVertical)
-        image.mirror(orientation.mirrorHorizontal, orientation.mirrorVertical);
-    image.setDevicePixelRatio(target.devicePixelRatio);
+        image->mirror(orientation.mirrorHorizontal, orientation.mirrorVertical);
+    image->setDevicePixelRatio(target.devicePixelRatio);
     return image;
 }
 

@@ -3,12 +3,12 @@
 
 #include "settings/CameraOrientation.h"
 
+#include <QByteArrayView>
 #include <QImage>
 #include <QSize>
 
 #include <optional>
 
-class QIODevice;
 class QThreadPool;
 
 namespace kestrel {
@@ -22,10 +22,11 @@ struct DecodeTarget
     CameraOrientation orientation;
 };
 
-// Decodes one picture, straight to the size it is shown at, turned and mirrored; none for bytes
-// that are no whole picture (a JPEG cut short included). Safe on any thread, and meant for the
-// decoding threads: the thread it runs on gives way to the GUI thread from then on.
-std::optional<QImage> decodePicture(QIODevice &device, const DecodeTarget &target);
+// Decodes one picture, straight to the size it is shown at and in the pixels a window paints,
+// turned and mirrored; none for bytes that are no whole picture (a JPEG cut short included).
+// Safe on any thread, and meant for the decoding threads: the thread it runs on gives way to the
+// GUI thread from then on.
+std::optional<QImage> decodePicture(QByteArrayView bytes, const DecodeTarget &target);
 
 // The threads that decode pictures: one core fewer than the machine has, so that the GUI thread
 // always finds one free, and a picture that waits is soon replaced by a newer one anyway. They

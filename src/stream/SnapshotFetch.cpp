@@ -91,8 +91,11 @@ std::optional<QImage> SnapshotFetch::decodeAndRemove(const QString &path,
     QFile::remove(path);
     if (!readable)
         return std::nullopt;
-
-    return decodePicture(file, target);
+    // Mapped rather than read: the decoder reads the bytes where the kernel already has them.
+    const uchar *bytes = file.size() > 0 ? file.map(0, file.size()) : nullptr;
+    if (!bytes)
+        return std::nullopt;
+    return decodePicture(QByteArrayView(bytes, file.size()), target);
 }
 
 } // namespace kestrel
