@@ -21,6 +21,7 @@
 #include <QLabel>
 #include <QLinearGradient>
 #include <QMenu>
+#include <QPaintEvent>
 #include <QPainter>
 #include <QShortcut>
 #include <QTimer>
@@ -235,18 +236,19 @@ void CameraWindowView::openHostPage()
     QDesktopServices::openUrl(page ? *page : m_snapshotURLs.value(0));
 }
 
-void CameraWindowView::paintEvent(QPaintEvent *)
+void CameraWindowView::paintEvent(QPaintEvent *event)
 {
     QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    const QRectF card =
-        QRectF(rect()).adjusted(outerPadding, outerPadding, -outerPadding, -outerPadding);
-    QLinearGradient gradient(card.topLeft(), card.bottomRight());
-    gradient.setColorAt(0, QColor::fromRgbF(0.1, 0.11, 0.14));
-    gradient.setColorAt(1, Qt::black);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(gradient);
-    painter.drawRoundedRect(card, cardRadius, cardRadius);
+    m_card.paint(painter, *this, event->rect(), 0, [this](QPainter &card) {
+        const QRectF area =
+            QRectF(rect()).adjusted(outerPadding, outerPadding, -outerPadding, -outerPadding);
+        QLinearGradient gradient(area.topLeft(), area.bottomRight());
+        gradient.setColorAt(0, QColor::fromRgbF(0.1, 0.11, 0.14));
+        gradient.setColorAt(1, Qt::black);
+        card.setPen(Qt::NoPen);
+        card.setBrush(gradient);
+        card.drawRoundedRect(area, cardRadius, cardRadius);
+    });
 }
 
 } // namespace kestrel

@@ -4,6 +4,7 @@
 #include "camera/CameraWindowEnvironment.h"
 #include "monitor/PiReachability.h"
 #include "settings/Camera.h"
+#include "widgets/PaintCache.h"
 
 #include <QList>
 #include <QUrl>
@@ -73,6 +74,7 @@ private:
     PictureArea *m_pictureArea;
     LinkButton *m_footer;
     QLabel *m_caption;
+    PaintCache m_card;
     PrintLineLabel *m_printLine;
     PrintControls &m_controls;
     QLabel *m_controlNote;

@@ -4,6 +4,7 @@
 #include "widgets/ContentUnavailableView.h"
 #include "widgets/SystemColors.h"
 
+#include <QPaintEvent>
 #include <QPainter>
 #include <QStackedLayout>
 
@@ -63,14 +64,15 @@ const PictureSource *PictureArea::source() const
     return m_stream ? &m_stream->source() : nullptr;
 }
 
-void PictureArea::paintEvent(QPaintEvent *)
+void PictureArea::paintEvent(QPaintEvent *event)
 {
     QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(QPen(systemColors::white(0.12), 1));
-    painter.setBrush(Qt::NoBrush);
-    painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), cornerRadius,
-                            cornerRadius);
+    m_frame.paint(painter, *this, event->rect(), 0, [this](QPainter &frame) {
+        frame.setPen(QPen(systemColors::white(0.12), 1));
+        frame.setBrush(Qt::NoBrush);
+        frame.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), cornerRadius,
+                              cornerRadius);
+    });
 }
 
 } // namespace kestrel

@@ -3,6 +3,7 @@
 
 #include "camera/SnapshotStreamView.h"
 #include "settings/CameraOrientation.h"
+#include "widgets/PaintCache.h"
 
 #include <QList>
 #include <QUrl>
@@ -41,6 +42,7 @@ private:
     SnapshotStreamView *m_stream = nullptr;
     CameraOrientation m_orientation;
     std::optional<double> m_printProgress;
+    PaintCache m_frame;
 };
 
 } // namespace kestrel

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "camera/SnapshotStreamView.h"
 
+#include "camera/PicturePainting.h"
 #include "camera/SnapshotErrorCard.h"
 #include "monitor/PiStatusMonitor.h"
 #include "settings/SnapshotUrls.h"
@@ -11,6 +12,7 @@
 #include "widgets/SystemColors.h"
 
 #include <QLoggingCategory>
+#include <QPaintEvent>
 #include <QPainter>
 #include <QPainterPath>
 
@@ -93,6 +95,7 @@ void SnapshotStreamView::setInSight(bool inSight)
 void SnapshotStreamView::setCornerRadius(qreal radius)
 {
     m_cornerRadius = radius;
+    m_background = {};
     setAttribute(Qt::WA_OpaquePaintEvent, radius == 0); // rounded corners show what is behind
     update();
 }
@@ -155,20 +158,33 @@ void SnapshotStreamView::placeOverlays()
     m_errorCard->placeIn(rect());
 }
 
-void SnapshotStreamView::paintEvent(QPaintEvent *)
+void SnapshotStreamView::paintEvent(QPaintEvent *event)
 {
     QPainter painter(this);
+    if (m_cornerRadius > 0) {
+        m_background.paint(painter, *this, event->rect(), 0, [this](QPainter &background) {
+            background.setPen(Qt::NoPen);
+            background.setBrush(Qt::black);
+            background.drawRoundedRect(QRectF(rect()), m_cornerRadius, m_cornerRadius);
+        });
+    } else {
+        painter.fillRect(rect(), Qt::black);
+    }
+    const QImage image = m_source->image();
+    if (!image.isNull())
+        drawPicture(painter, image);
+    const bool dimmed = m_dimmedOnFailure && m_errorCard->isVisible();
+    if (!dimmed && !m_printProgress)
+        return;
+    // Both keep to the rounded corners; the dimming shows no live picture and the bar is thin,
+    // so their clipped fills cost little.
     if (m_cornerRadius > 0) {
         QPainterPath rounded;
         rounded.addRoundedRect(QRectF(rect()), m_cornerRadius, m_cornerRadius);
         painter.setRenderHint(QPainter::Antialiasing);
         painter.setClipPath(rounded);
     }
-    painter.fillRect(rect(), Qt::black);
-    const QImage image = m_source->image();
-    if (!image.isNull())
-        drawPicture(painter, image);
-    if (m_dimmedOnFailure && m_errorCard->isVisible())
+    if (dimmed)
         painter.fillRect(rect(), QColor(0, 0, 0, 140));
     if (m_printProgress) {
         const QRectF bar(0, height() - printBarHeight, width(), printBarHeight);
@@ -184,12 +200,7 @@ void SnapshotStreamView::drawPicture(QPainter &painter, const QImage &image)
     if (lcShownPictures().isDebugEnabled() &&
         std::exchange(m_paintedKey, image.cacheKey()) != image.cacheKey())
         qCDebug(lcShownPictures).noquote() << absoluteString(m_urls.value(0));
-    const QSizeF logicalSize = image.deviceIndependentSize();
-    const QSizeF fitted = logicalSize.scaled(size(), Qt::KeepAspectRatio);
-    QRectF target(QPointF(), fitted);
-    target.moveCenter(QRectF(rect()).center());
-    painter.setRenderHint(QPainter::SmoothPixmapTransform);
-    painter.drawImage(target, image);
+    paintFittedPicture(painter, rect(), m_cornerRadius, image);
 }
 
 void SnapshotStreamView::resizeEvent(QResizeEvent *)

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "settings/CameraOrientation.h"
+#include "widgets/PaintCache.h"
 
 #include <QList>
 #include <QUrl>
@@ -89,6 +90,7 @@ private:
     static constexpr int printBarHeight = 3;
     qint64 m_paintedKey = 0; // the last picture painted, for the benchmarks' log
     std::optional<double> m_printProgress;
+    PaintCache m_background;
 };
 
 } // namespace kestrel

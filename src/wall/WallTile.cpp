@@ -17,6 +17,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QMenu>
+#include <QPaintEvent>
 #include <QPainter>
 
 namespace kestrel {
@@ -201,13 +202,14 @@ void WallTile::contextMenuEvent(QContextMenuEvent *event)
     menu.exec(event->globalPos());
 }
 
-void WallTile::paintEvent(QPaintEvent *)
+void WallTile::paintEvent(QPaintEvent *event)
 {
     QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(hasFocus() ? QPen(systemColors::white(0.5), 1.5) : Qt::NoPen);
-    painter.setBrush(QColor::fromRgbF(0.1, 0.11, 0.14));
-    painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), 10, 10);
+    m_background.paint(painter, *this, event->rect(), hasFocus(), [this](QPainter &background) {
+        background.setPen(hasFocus() ? QPen(systemColors::white(0.5), 1.5) : Qt::NoPen);
+        background.setBrush(QColor::fromRgbF(0.1, 0.11, 0.14));
+        background.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), 10, 10);
+    });
 }
 
 } // namespace kestrel

@@ -3,6 +3,7 @@
 
 #include "settings/SettingsTypes.h"
 #include "wall/WallArrangement.h"
+#include "widgets/PaintCache.h"
 
 #include <QFrame>
 
@@ -59,6 +60,7 @@ private:
     SnapshotStreamView *m_picture;
     PrintLineLabel *m_line;
     QLabel *m_temperatures;
+    PaintCache m_background;
 };
 
 } // namespace kestrel
