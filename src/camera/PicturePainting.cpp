@@ -4,7 +4,6 @@
 #include "stream/JpegPicture.h"
 
 #include <QPainter>
-#include <QPainterPath>
 
 #include <cmath>
 
@@ -34,38 +33,54 @@ QRectF fittedPictureRect(const QRect &area, const QImage &image)
 
 } // namespace
 
-void paintFittedPicture(QPainter &painter, const QRect &area, qreal radius, const QImage &image)
+RoundedArea::RoundedArea(const QRect &area, qreal radius) : m_area(area), m_radius(radius)
 {
-    const QRectF placed = fittedPictureRect(area, image);
+    const int r = std::min({int(std::ceil(radius)), area.width() / 2, area.height() / 2});
+    m_bands = {area.adjusted(0, r, 0, -r), area.adjusted(r, 0, -r, r - area.height()),
+               area.adjusted(r, area.height() - r, -r, 0)};
+    m_cornerSquares = {QRect(area.topLeft(), QSize(r, r)),
+                       QRect(area.topRight() - QPoint(r - 1, 0), QSize(r, r)),
+                       QRect(area.bottomLeft() - QPoint(0, r - 1), QSize(r, r)),
+                       QRect(area.bottomRight() - QPoint(r - 1, r - 1), QSize(r, r))};
+    QPainterPath rounded;
+    rounded.addRoundedRect(QRectF(area), radius, radius);
+    for (int i = 0; i < 4; ++i) {
+        QPainterPath square;
+        square.addRect(QRectF(m_cornerSquares[i]));
+        m_corners[i] = rounded.intersected(square);
+    }
+}
+
+void RoundedArea::paint(QPainter &painter, const QRect &content,
+                        const std::function<void()> &draw) const
+{
     painter.save();
-    painter.setRenderHint(QPainter::SmoothPixmapTransform);
-    if (radius <= 0) {
-        painter.drawImage(placed, image);
+    if (m_radius <= 0) {
+        draw();
         painter.restore();
         return;
     }
-    const int r = int(std::ceil(radius));
-    const QRect bands[] = {area.adjusted(0, r, 0, -r), area.adjusted(r, 0, -r, r - area.height()),
-                           area.adjusted(r, area.height() - r, -r, 0)};
-    for (const QRect &band : bands) {
-        painter.setClipRect(band);
-        painter.drawImage(placed, image);
-    }
-    const QRect corners[] = {QRect(area.topLeft(), QSize(r, r)),
-                             QRect(area.topRight() - QPoint(r - 1, 0), QSize(r, r)),
-                             QRect(area.bottomLeft() - QPoint(0, r - 1), QSize(r, r)),
-                             QRect(area.bottomRight() - QPoint(r - 1, r - 1), QSize(r, r))};
-    QPainterPath rounded;
-    rounded.addRoundedRect(QRectF(area), radius, radius);
-    painter.setRenderHint(QPainter::Antialiasing);
-    for (const QRect &corner : corners) {
-        if (!corner.intersects(placed.toAlignedRect()))
+    for (const QRect &band : m_bands) {
+        if (!band.intersects(content))
             continue;
-        painter.setClipRect(corner);
-        painter.setClipPath(rounded, Qt::IntersectClip);
-        painter.drawImage(placed, image);
+        painter.setClipRect(band);
+        draw();
+    }
+    painter.setRenderHint(QPainter::Antialiasing);
+    for (int i = 0; i < 4; ++i) {
+        if (!m_cornerSquares[i].intersects(content))
+            continue;
+        painter.setClipPath(m_corners[i]);
+        draw();
     }
     painter.restore();
+}
+
+void paintFittedPicture(QPainter &painter, const RoundedArea &area, const QImage &image)
+{
+    const QRectF placed = fittedPictureRect(area.rect(), image);
+    painter.setRenderHint(QPainter::SmoothPixmapTransform);
+    area.paint(painter, placed.toAlignedRect(), [&] { painter.drawImage(placed, image); });
 }
 
 } // namespace kestrel

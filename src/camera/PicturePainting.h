@@ -2,17 +2,42 @@
 #pragma once
 
 #include <QImage>
+#include <QPainterPath>
 #include <QRect>
+
+#include <array>
+#include <functional>
 
 class QPainter;
 
 namespace kestrel {
 
-// A camera's picture fitted into an area whose corners are rounded by `radius` (none for 0).
-// A picture decoded at the size shown is copied pixel for pixel, and only the corners it reaches
-// are clipped round: Qt hands a clipped or scaled fill of a large picture to helper threads and
-// waits for them, which cost more than the copy. A picture from before a resize is scaled
-// smoothly until the next one comes at the new size.
-void paintFittedPicture(QPainter &painter, const QRect &area, qreal radius, const QImage &image);
+// An area with rounded corners that is painted over at every picture. Qt hands a large
+// antialiased or clipped fill to helper threads and waits for them, which costs more than the
+// fill; so the area is painted in rectangular bands where the corners cannot reach, and only the
+// corners that are reached are clipped round, each by a path no larger than itself.
+class RoundedArea
+{
+public:
+    RoundedArea() = default;
+    RoundedArea(const QRect &area, qreal radius);
+
+    const QRect &rect() const { return m_area; }
+    qreal radius() const { return m_radius; }
+
+    // Paints through `draw`, which covers `content` at most, kept within the rounded corners.
+    void paint(QPainter &painter, const QRect &content, const std::function<void()> &draw) const;
+
+private:
+    QRect m_area;
+    qreal m_radius = 0;
+    std::array<QRect, 3> m_bands;
+    std::array<QRect, 4> m_cornerSquares;
+    std::array<QPainterPath, 4> m_corners;
+};
+
+// A camera's picture fitted into the area. A picture decoded at the size shown is copied pixel
+// for pixel; one from before a resize is scaled smoothly until the next comes at the new size.
+void paintFittedPicture(QPainter &painter, const RoundedArea &area, const QImage &image);
 
 } // namespace kestrel

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "camera/SnapshotStreamView.h"
 
-#include "camera/PicturePainting.h"
 #include "camera/SnapshotErrorCard.h"
 #include "monitor/PiStatusMonitor.h"
 #include "settings/SnapshotUrls.h"
@@ -12,9 +11,7 @@
 #include "widgets/SystemColors.h"
 
 #include <QLoggingCategory>
-#include <QPaintEvent>
 #include <QPainter>
-#include <QPainterPath>
 
 #include <algorithm>
 #include <cmath>
@@ -94,8 +91,7 @@ void SnapshotStreamView::setInSight(bool inSight)
 
 void SnapshotStreamView::setCornerRadius(qreal radius)
 {
-    m_cornerRadius = radius;
-    m_background = {};
+    m_rounded = RoundedArea(rect(), radius);
     setAttribute(Qt::WA_OpaquePaintEvent, radius == 0); // rounded corners show what is behind
     update();
 }
@@ -158,53 +154,33 @@ void SnapshotStreamView::placeOverlays()
     m_errorCard->placeIn(rect());
 }
 
-void SnapshotStreamView::paintEvent(QPaintEvent *event)
+void SnapshotStreamView::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
-    if (m_cornerRadius > 0) {
-        m_background.paint(painter, *this, event->rect(), 0, [this](QPainter &background) {
-            background.setPen(Qt::NoPen);
-            background.setBrush(Qt::black);
-            background.drawRoundedRect(QRectF(rect()), m_cornerRadius, m_cornerRadius);
-        });
-    } else {
-        painter.fillRect(rect(), Qt::black);
-    }
+    m_rounded.paint(painter, rect(), [&] { painter.fillRect(rect(), Qt::black); });
     const QImage image = m_source->image();
-    if (!image.isNull())
-        drawPicture(painter, image);
-    const bool dimmed = m_dimmedOnFailure && m_errorCard->isVisible();
-    if (!dimmed && !m_printProgress)
-        return;
-    // Both keep to the rounded corners; the dimming shows no live picture and the bar is thin,
-    // so their clipped fills cost little.
-    if (m_cornerRadius > 0) {
-        QPainterPath rounded;
-        rounded.addRoundedRect(QRectF(rect()), m_cornerRadius, m_cornerRadius);
-        painter.setRenderHint(QPainter::Antialiasing);
-        painter.setClipPath(rounded);
+    if (!image.isNull()) {
+        if (lcShownPictures().isDebugEnabled() &&
+            std::exchange(m_paintedKey, image.cacheKey()) != image.cacheKey())
+            qCDebug(lcShownPictures).noquote() << absoluteString(m_urls.value(0));
+        paintFittedPicture(painter, m_rounded, image);
     }
-    if (dimmed)
-        painter.fillRect(rect(), QColor(0, 0, 0, 140));
+    if (m_dimmedOnFailure && m_errorCard->isVisible())
+        m_rounded.paint(painter, rect(), [&] { painter.fillRect(rect(), QColor(0, 0, 0, 140)); });
     if (m_printProgress) {
-        const QRectF bar(0, height() - printBarHeight, width(), printBarHeight);
-        painter.fillRect(bar, systemColors::white(0.25));
-        painter.fillRect(
-            QRectF(bar.topLeft(), QSizeF(bar.width() * *m_printProgress, bar.height())),
-            systemColors::green());
+        const QRect bar(0, height() - printBarHeight, width(), printBarHeight);
+        m_rounded.paint(painter, bar, [&] {
+            painter.fillRect(bar, systemColors::white(0.25));
+            painter.fillRect(
+                QRectF(bar.topLeft(), QSizeF(bar.width() * *m_printProgress, bar.height())),
+                systemColors::green());
+        });
     }
-}
-
-void SnapshotStreamView::drawPicture(QPainter &painter, const QImage &image)
-{
-    if (lcShownPictures().isDebugEnabled() &&
-        std::exchange(m_paintedKey, image.cacheKey()) != image.cacheKey())
-        qCDebug(lcShownPictures).noquote() << absoluteString(m_urls.value(0));
-    paintFittedPicture(painter, rect(), m_cornerRadius, image);
 }
 
 void SnapshotStreamView::resizeEvent(QResizeEvent *)
 {
+    m_rounded = RoundedArea(rect(), m_rounded.radius());
     const qreal ratio = devicePixelRatioF();
     m_source->setDecodeSize(size() * ratio, ratio);
     placeOverlays();

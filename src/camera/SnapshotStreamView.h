@@ -1,14 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "camera/PicturePainting.h"
 #include "settings/CameraOrientation.h"
-#include "widgets/PaintCache.h"
 
 #include <QList>
 #include <QUrl>
 #include <QWidget>
-
-class QPainter;
 
 #include <optional>
 
@@ -69,7 +67,6 @@ protected:
 
 private:
     void useSource(PictureFeed feed);
-    void drawPicture(QPainter &painter, const QImage &image);
     void startSource();
     double shownRate() const;
     void updateOverlays();
@@ -86,11 +83,10 @@ private:
     double m_targetFPS = 1;
     bool m_inSight = true;
     bool m_dimmedOnFailure = false;
-    qreal m_cornerRadius = 0;
     static constexpr int printBarHeight = 3;
     qint64 m_paintedKey = 0; // the last picture painted, for the benchmarks' log
     std::optional<double> m_printProgress;
-    PaintCache m_background;
+    RoundedArea m_rounded;
 };
 
 } // namespace kestrel

@@ -24,7 +24,7 @@ Decompressor &threadDecompressor()
     return handle;
 }
 
-const unsigned char *data(QByteArrayView bytes)
+const unsigned char *jpegBytes(QByteArrayView bytes)
 {
     return reinterpret_cast<const unsigned char *>(bytes.data());
 }
@@ -49,7 +49,7 @@ JpegPicture::JpegPicture(QByteArrayView bytes) : m_bytes(bytes)
     Decompressor &decompressor = threadDecompressor();
     if (!decompressor)
         return;
-    if (tjDecompressHeader3(decompressor.get(), data(bytes),
+    if (tjDecompressHeader3(decompressor.get(), jpegBytes(bytes),
                             static_cast<unsigned long>(bytes.size()), &width, &height, &subsampling,
                             &colourSpace) != 0) {
         decompressor.reset();
@@ -88,7 +88,7 @@ std::optional<QImage> JpegPicture::decode(QSize wanted) const
     Decompressor &decompressor = threadDecompressor();
     if (!decompressor)
         return std::nullopt;
-    if (tjDecompress2(decompressor.get(), data(m_bytes), static_cast<unsigned long>(m_bytes.size()),
+    if (tjDecompress2(decompressor.get(), jpegBytes(m_bytes), static_cast<unsigned long>(m_bytes.size()),
                       image.bits(), decoded.width(), int(image.bytesPerLine()), decoded.height(),
                       paintedPixels, decodeFlags) != 0 &&
         tjGetErrorCode(decompressor.get()) != TJERR_WARNING) {
