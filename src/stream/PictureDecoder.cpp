@@ -3,9 +3,7 @@
 
 #include "stream/JpegPicture.h"
 
-#include <QBuffer>
 #include <QCoreApplication>
-#include <QImageReader>
 #include <QThread>
 #include <QThreadPool>
 #include <QTransform>
@@ -53,24 +51,6 @@ QSize fittedSize(QSize source, const DecodeTarget &target)
     return sideways ? fitted.transposed() : fitted;
 }
 
-// Pictures that are no JPEG (a camera that sends PNG) go through Qt's readers.
-std::optional<QImage> readOtherFormat(QByteArrayView bytes, const DecodeTarget &target)
-{
-    QBuffer buffer;
-    buffer.setData(bytes.toByteArray());
-    buffer.open(QIODevice::ReadOnly);
-    QImageReader reader(&buffer);
-    if (reader.format() == "jpeg") // a JPEG libjpeg-turbo refused
-        return std::nullopt;
-    const QSize fitted = fittedSize(reader.size(), target);
-    if (fitted.isValid() && fitted.width() < reader.size().width())
-        reader.setScaledSize(fitted);
-    QImage image = reader.read();
-    if (image.isNull())
-        return std::nullopt;
-    return image;
-}
-
 } // namespace
 
 QThreadPool &decodingThreads()
@@ -86,15 +66,12 @@ QThreadPool &decodingThreads()
 std::optional<QImage> decodePicture(QByteArrayView bytes, const DecodeTarget &target)
 {
     giveWayToTheGuiThread();
+    // Cameras send JPEG, and only JPEG is read: Qt's other readers trust their input further,
+    // and a PNG of a few hundred bytes made its reader take a gigabyte.
     const JpegPicture jpeg(bytes);
-    std::optional<QImage> image;
-    if (jpeg.size().isValid()) {
-        if (!endsWithEndOfImage(bytes))
-            return std::nullopt;
-        image = jpeg.decode(fittedSize(jpeg.size(), target));
-    } else {
-        image = readOtherFormat(bytes, target);
-    }
+    if (!jpeg.size().isValid() || !endsWithEndOfImage(bytes))
+        return std::nullopt;
+    std::optional<QImage> image = jpeg.decode(fittedSize(jpeg.size(), target));
     if (!image)
         return std::nullopt;
     // Quarter turns and mirrors only move pixels; Qt does them without any resampling.

@@ -22,10 +22,10 @@ struct DecodeTarget
     CameraOrientation orientation;
 };
 
-// Decodes one picture, straight to the size it is shown at and in the pixels a window paints,
-// turned and mirrored; none for bytes that are no whole picture (a JPEG cut short included).
-// Safe on any thread, and meant for the decoding threads: the thread it runs on gives way to the
-// GUI thread from then on.
+// Decodes one camera picture, straight to the size it is shown at and in the pixels a window
+// paints, turned and mirrored; none for bytes that are no whole JPEG (one cut short included). Safe
+// on any thread, and meant for the decoding threads: the thread it runs on gives way to the GUI
+// thread from then on.
 std::optional<QImage> decodePicture(QByteArrayView bytes, const DecodeTarget &target);
 
 // The threads that decode pictures: one core fewer than the machine has, so that the GUI thread
