@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: GPL-3.0-or-later
-# Fuzzes the settings loader, the frame-text reader, the MJPEG part reader, the picture decoder and
-# the handling of the printer host's JSON-RPC frames and webcam lists with libFuzzer for a bounded time:
-# bench/fuzz.sh [SECONDS per target] (default 60). Inputs that break a check, and the fewest
-# inputs that reach every path found, are kept in tests/fuzz-corpus/<target>/, where the test
-# suite replays them from then on.
+# Fuzzes the settings loader, the frame-text reader, the MJPEG part reader, the picture decoder
+# and the handling of the printer host's JSON-RPC frames and webcam lists with libFuzzer for a
+# bounded time: bench/fuzz.sh [SECONDS per target] (default 60). Inputs that break a check, and
+# the fewest inputs that reach every path found, are kept in tests/fuzz-corpus/<target>/, where
+# the test suite replays them from then on.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 source scripts/common.sh

@@ -33,9 +33,8 @@ const unsigned char *jpegBytes(QByteArrayView bytes)
 // without converting.
 constexpr int paintedPixels = QSysInfo::ByteOrder == QSysInfo::LittleEndian ? TJPF_BGRX : TJPF_XRGB;
 
-// Scaled by the DCT at the cheap scales only (the others have no SIMD code and cost more than
-// the larger picture they save), with the fast transform and plain upsampling: no difference one
-// can see once the picture is shrunk. A progressive JPEG with a flood of scans is refused.
+// The fast transform and plain upsampling: no difference one can see once the picture is shrunk.
+// A progressive JPEG with a flood of scans is refused.
 constexpr int decodeFlags = TJFLAG_FASTDCT | TJFLAG_FASTUPSAMPLE | TJFLAG_LIMITSCANS;
 
 } // namespace
@@ -61,6 +60,8 @@ JpegPicture::JpegPicture(QByteArrayView bytes) : m_bytes(bytes)
     m_size = QSize(width, height);
 }
 
+// Only the power-of-two scales: libjpeg-turbo's other eighths have no SIMD code and cost more
+// than the larger picture they save.
 QSize JpegPicture::decodedSize(QSize source, QSize wanted)
 {
     QSize decoded = source;
@@ -88,9 +89,10 @@ std::optional<QImage> JpegPicture::decode(QSize wanted) const
     Decompressor &decompressor = threadDecompressor();
     if (!decompressor)
         return std::nullopt;
-    if (tjDecompress2(decompressor.get(), jpegBytes(m_bytes), static_cast<unsigned long>(m_bytes.size()),
-                      image.bits(), decoded.width(), int(image.bytesPerLine()), decoded.height(),
-                      paintedPixels, decodeFlags) != 0 &&
+    if (tjDecompress2(decompressor.get(), jpegBytes(m_bytes),
+                      static_cast<unsigned long>(m_bytes.size()), image.bits(), decoded.width(),
+                      int(image.bytesPerLine()), decoded.height(), paintedPixels,
+                      decodeFlags) != 0 &&
         tjGetErrorCode(decompressor.get()) != TJERR_WARNING) {
         decompressor.reset();
         return std::nullopt;
