@@ -151,9 +151,12 @@ up        | -          | -                                        | -           
 
     quiesce();
     QCOMPARE(QDir(temporary.path()).entryList({u"kestrel-*"_s}, QDir::Files), QStringList());
-    QVERIFY2(openDescriptors().size() <= descriptorsBefore.size(),
-             qPrintable(openDescriptors().join(u' ') + u" after, before: "_s +
-                        descriptorsBefore.join(u' ')));
+    // A leak stays; the print status client's next handshake, which the host refuses, may hold
+    // a socket for a moment, and on a slow machine (the sanitizer build) at the wrong moment.
+    QTRY_VERIFY2_WITH_TIMEOUT(openDescriptors().size() <= descriptorsBefore.size(),
+                              qPrintable(openDescriptors().join(u' ') + u" after, before: "_s +
+                                         descriptorsBefore.join(u' ')),
+                              20000);
 #if !defined(__SANITIZE_ADDRESS__)
     // Under AddressSanitizer freed memory is held back on purpose (up to 256 MB) to catch use
     // after free, so RSS says nothing there; LeakSanitizer watches for leaks in that build.
