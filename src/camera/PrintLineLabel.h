@@ -18,6 +18,7 @@ public:
     explicit PrintLineLabel(QWidget *parent = nullptr);
 
     void setLine(const PrintStatusLine &line);
+    const PrintStatusLine &line() const { return m_line; }
     QSize minimumSizeHint() const override;
 
 protected:

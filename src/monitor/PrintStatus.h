@@ -80,6 +80,11 @@ struct PrintStatusLine
 
     QString text() const { return lead + filename + tail + layers; }
     bool isEmpty() const { return text().isEmpty(); }
+    // The same state of the same print: only its figures may differ.
+    bool sameStage(const PrintStatusLine &other) const
+    {
+        return lead == other.lead && filename == other.filename;
+    }
     friend bool operator==(const PrintStatusLine &, const PrintStatusLine &) = default;
 };
 PrintStatusLine printStatusLine(const PrintStatus &status, std::optional<double> slicerEstimate);

@@ -37,8 +37,9 @@ PrinterPanel::PrinterPanel(Printer &printer, const PrinterList &printers, Style 
     : QWidget(parent), m_printer(printer), m_printers(printers), m_style(style),
       m_address(new SymbolLabel(this)), m_hostState(new SymbolLabel(this)),
       m_hostDetail(secondaryText(QString(), this)), m_printLine(new PrintLineLabel(this)),
-      m_temperatures(secondaryText(QString(), this)), m_powerState(secondaryText(QString(), this)),
-      m_actionMessage(secondaryText(QString(), this)),
+      m_temperatures(secondaryText(QString(), this)),
+      m_printPace(std::chrono::seconds(1), [this] { refreshPrintStatus(); }),
+      m_powerState(secondaryText(QString(), this)), m_actionMessage(secondaryText(QString(), this)),
       m_lastReachability(printer.monitor().reachability())
 {
     auto *layout = new QVBoxLayout(this);
@@ -83,10 +84,13 @@ PrinterPanel::PrinterPanel(Printer &printer, const PrinterList &printers, Style 
     connect(&power, &HomeKitManager::shortcutsAvailableChanged, this, &PrinterPanel::refresh);
     connect(&printer.monitor(), &PiStatusMonitor::reachabilityChanged, this,
             &PrinterPanel::reachabilityChanged);
-    connect(&printer.printStatus(), &PrintStatusClient::statusChanged, this,
-            &PrinterPanel::refreshPrintStatus);
+    // A new state shows at once, new figures once a second: each shown change lays the window out
+    // again, and twenty printers change their temperatures and times eighty times a second.
+    connect(&printer.printStatus(), &PrintStatusClient::statusChanged, this, [this] {
+        m_printPace.request(!m_printer.printStatus().line().sameStage(m_printLine->line()));
+    });
     refresh();
-    refreshPrintStatus(printer.printStatus().status());
+    refreshPrintStatus();
 }
 
 QWidget *PrinterPanel::makePowerOnRow()
@@ -125,11 +129,11 @@ void PrinterPanel::addCameraRows()
 
 // Most updates of a print change nothing that is shown: the line is only set, and the window
 // only laid out again, when its text changes.
-void PrinterPanel::refreshPrintStatus(const PrintStatus &status)
+void PrinterPanel::refreshPrintStatus()
 {
     PrintStatusLine line = m_printer.printStatus().line();
     line.temperatures.clear(); // they have a line of their own here
-    const QString heaters = temperatureText(status);
+    const QString heaters = temperatureText(m_printer.printStatus().status());
     if (line.text() == m_printText && heaters == m_temperatures->text())
         return;
     m_printText = line.text();

@@ -4,6 +4,7 @@
 #include "monitor/PiReachability.h"
 #include "monitor/PrintStatus.h"
 #include "screens/StartupInfoView.h"
+#include "widgets/Pacer.h"
 
 #include <QPointer>
 #include <QWidget>
@@ -53,7 +54,7 @@ private:
     QWidget *makePowerOnRow();
     void refresh();
     void refreshCameras();
-    void refreshPrintStatus(const PrintStatus &status);
+    void refreshPrintStatus();
     void reachabilityChanged(const PiReachability &reachability);
     void askToStartIfDown();
     void decline();
@@ -70,6 +71,7 @@ private:
     PrintLineLabel *m_printLine;
     QString m_printText;
     QLabel *m_temperatures;
+    Pacer m_printPace;
     QWidget *m_powerOnRow = nullptr;
     QPushButton *m_powerOn = nullptr;
     QLabel *m_powerState;

@@ -3,6 +3,7 @@
 
 #include "settings/SettingsTypes.h"
 #include "wall/WallArrangement.h"
+#include "widgets/Pacer.h"
 #include "widgets/PaintCache.h"
 
 #include <QFrame>
@@ -61,6 +62,7 @@ private:
     PrintLineLabel *m_line;
     QLabel *m_temperatures;
     PaintCache m_background;
+    Pacer m_printPace;
 };
 
 } // namespace kestrel

@@ -26,7 +26,8 @@ constexpr int tileGap = 10;
 WallWindow::WallWindow(PrinterList &printers, WindowCoordinator &coordinator, QWidget *parent)
     : QWidget(parent, Qt::Window), m_printers(printers), m_coordinator(coordinator),
       m_scroll(new QScrollArea(this)), m_grid(new QWidget),
-      m_rate(printers.settings().wall().picturesPerSecond())
+      m_rate(printers.settings().wall().picturesPerSecond()),
+      m_moves(std::chrono::seconds(1), [this] { reorder(); })
 {
     setWindowTitle(tr("Druckerwand"));
     setAttribute(Qt::WA_QuitOnClose, false);
@@ -53,12 +54,6 @@ WallWindow::WallWindow(PrinterList &printers, WindowCoordinator &coordinator, QW
     connect(m_scroll->verticalScrollBar(), &QScrollBar::valueChanged, this,
             &WallWindow::updateInSight);
 
-    m_moveRest.setSingleShot(true);
-    m_moveRest.setInterval(1000);
-    connect(&m_moveRest, &QTimer::timeout, this, [this] {
-        if (std::exchange(m_reorderWaiting, false))
-            factsChanged();
-    });
     m_frameRest.setSingleShot(true);
     m_frameRest.setInterval(500);
     connect(&m_frameRest, &QTimer::timeout, this, [this] {
@@ -77,7 +72,7 @@ WallWindow::WallWindow(PrinterList &printers, WindowCoordinator &coordinator, QW
             for (WallTile *tile : std::as_const(m_tiles))
                 tile->setPicturesPerSecond(rate);
         }
-        reorder();
+        m_moves.request(true);
     });
 
     setWindowFlag(Qt::WindowStaysOnTopHint, settings().alwaysOnTop());
@@ -96,7 +91,7 @@ WallWindow::WallWindow(PrinterList &printers, WindowCoordinator &coordinator, QW
         if (frame && !std::exchange(m_frameRestored, true))
             screenFrames::setFrame(this, *frame);
     });
-    reorder();
+    m_moves.request(true);
 }
 
 AppSettings &WallWindow::settings() const
@@ -115,9 +110,9 @@ void WallWindow::add(Printer *printer)
     tile->setPicturesPerSecond(m_rate);
     connect(tile, &WallTile::openRequested, &m_coordinator,
             [this](Printer *printer, CameraId camera) { m_coordinator.bringUp(*printer, camera); });
-    connect(tile, &WallTile::factsChanged, this, &WallWindow::factsChanged);
+    connect(tile, &WallTile::factsChanged, this, [this] { m_moves.request(); });
     m_tiles.insert(m_printers.indexOf(*printer), tile);
-    reorder();
+    m_moves.request(true);
 }
 
 void WallWindow::remove(Printer *printer)
@@ -130,18 +125,7 @@ void WallWindow::remove(Printer *printer)
     delete *tile;
     m_tiles.erase(tile);
     m_arranged.clear(); // the next order is placed whatever it is
-    reorder();
-}
-
-// Printers report several times a second; their order is looked at once a second at most.
-void WallWindow::factsChanged()
-{
-    if (m_moveRest.isActive()) {
-        m_reorderWaiting = true;
-        return;
-    }
-    reorder();
-    m_moveRest.start();
+    m_moves.request(true);
 }
 
 void WallWindow::reorder()
@@ -156,7 +140,6 @@ void WallWindow::reorder()
     if (arranged == m_arranged)
         return;
     m_arranged = arranged;
-    m_moveRest.start();
     place();
 }
 

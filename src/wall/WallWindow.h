@@ -2,6 +2,7 @@
 #pragma once
 
 #include "settings/SettingsTypes.h"
+#include "widgets/Pacer.h"
 
 #include <QList>
 #include <QTimer>
@@ -49,7 +50,6 @@ protected:
 private:
     void add(Printer *printer);
     void remove(Printer *printer);
-    void factsChanged();
     void reorder();
     void place();
     void updateInSight();
@@ -62,9 +62,8 @@ private:
     double m_rate;
     QList<WallTile *> m_tiles;    // in the printers' order
     QList<WallTile *> m_arranged; // as they stand
-    QTimer m_moveRest;            // the order changes at most this often
-    bool m_reorderWaiting = false;
-    QTimer m_frameRest; // a frame is stored once moving rests
+    Pacer m_moves;                // the printers' news move tiles once a second at most
+    QTimer m_frameRest;           // a frame is stored once moving rests
     bool m_quitting = false;
     bool m_frameRestored = false;
 };
