@@ -10,6 +10,7 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QVBoxLayout>
+#include <QWindow>
 
 namespace kestrel {
 
@@ -61,6 +62,18 @@ StartupInfoView::StartupInfoView(const QString &question, std::function<void()> 
     // Whoever is typing an address or a name goes on typing; the sheet waits beside it.
     setAttribute(Qt::WA_ShowWithoutActivating,
                  qobject_cast<QLineEdit *>(QApplication::focusWidget()) != nullptr);
+    // Windows that stay on top share one layer, where the last one clicked goes up: a click on
+    // the wall or on a camera window would bury the question. It comes up again and leaves the
+    // keyboard where it is; another printer's question is left to the user's order.
+    connect(qApp, &QGuiApplication::focusWindowChanged, this, [this](QWindow *focused) {
+        const QWidgetList windows = QApplication::topLevelWidgets();
+        const auto owner = std::find_if(windows.cbegin(), windows.cend(), [focused](QWidget *w) {
+            return w->windowHandle() == focused;
+        });
+        if (focused && isVisible() &&
+            (owner == windows.cend() || !qobject_cast<StartupInfoView *>(*owner)))
+            raise();
+    });
 }
 
 } // namespace kestrel
