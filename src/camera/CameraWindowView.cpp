@@ -16,6 +16,7 @@
 #include "widgets/Symbols.h"
 #include "widgets/SystemColors.h"
 #include "widgets/TextStyles.h"
+#include "widgets/WrappedLabel.h"
 
 #include <QDesktopServices>
 #include <QLabel>
@@ -46,9 +47,9 @@ CameraWindowView::CameraWindowView(const Camera &camera, const CameraWindowEnvir
       m_pictureArea(
           new PictureArea(environment.printer.monitor(), environment.curlPath, camera.fps, this)),
       m_footer(new LinkButton(systemColors::white(0.6), this)), m_caption(new QLabel(this)),
-      m_printLine(new PrintLineLabel(this)), m_controls(controls), m_controlNote(new QLabel(this)),
-      m_pictureRate(new QLabel(this)), m_pictureRateTimer(new QTimer(this)),
-      m_powerButton(new QToolButton(this))
+      m_printLine(new PrintLineLabel(this)), m_controls(controls),
+      m_controlNote(new WrappedLabel(QString(), this)), m_pictureRate(new QLabel(this)),
+      m_pictureRateTimer(new QTimer(this)), m_powerButton(new QToolButton(this))
 {
     setMinimumSize(320, 220);
 
@@ -64,7 +65,6 @@ CameraWindowView::CameraWindowView(const Camera &camera, const CameraWindowEnvir
     m_printLine->setStyleSheet(m_caption->styleSheet());
     titleBlock->addWidget(m_printLine);
     m_controlNote->setFont(textStyles::caption());
-    m_controlNote->setWordWrap(true);
     connect(&m_controls, &PrintControls::noteChanged, this, &CameraWindowView::refreshControlNote);
     refreshControlNote();
     titleBlock->addWidget(m_controlNote);

@@ -3,6 +3,7 @@
 
 #include "widgets/Symbols.h"
 #include "widgets/TextStyles.h"
+#include "widgets/WrappedLabel.h"
 
 #include <QLabel>
 #include <QPainter>
@@ -27,7 +28,8 @@ struct SnapshotErrorCard::Arrangement
 
 SnapshotErrorCard::SnapshotErrorCard(QWidget *parent)
     : QFrame(parent), m_symbol(new QLabel(this)), m_title(new QLabel(this)),
-      m_detail(new QLabel(this)), m_heading(new QBoxLayout(QBoxLayout::TopToBottom))
+      m_detail(new WrappedLabel(QString(), this)),
+      m_heading(new QBoxLayout(QBoxLayout::TopToBottom))
 {
     setAttribute(Qt::WA_TranslucentBackground);
     auto *layout = new QVBoxLayout(this);
@@ -44,7 +46,6 @@ SnapshotErrorCard::SnapshotErrorCard(QWidget *parent)
     m_title->setStyleSheet(QStringLiteral("color: white;"));
     m_detail->setFont(textStyles::caption());
     m_detail->setStyleSheet(QStringLiteral("color: rgba(255, 255, 255, 0.75);"));
-    m_detail->setWordWrap(true);
     m_detail->setTextFormat(Qt::PlainText);
     m_title->setTextFormat(Qt::PlainText);
 }

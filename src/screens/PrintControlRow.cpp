@@ -5,6 +5,7 @@
 #include "widgets/ButtonStyles.h"
 #include "widgets/SystemColors.h"
 #include "widgets/TextStyles.h"
+#include "widgets/WrappedLabel.h"
 
 #include <QAction>
 #include <QHBoxLayout>
@@ -18,7 +19,7 @@ namespace kestrel {
 
 PrintControlRow::PrintControlRow(PrintControls &controls, QWidget *parent)
     : QWidget(parent), m_controls(controls), m_buttonRow(new QWidget(this)),
-      m_note(new QLabel(this))
+      m_note(new WrappedLabel(QString(), this))
 {
     auto *buttons = new QHBoxLayout(m_buttonRow);
     buttons->setContentsMargins(0, 0, 0, 0);
@@ -37,7 +38,6 @@ PrintControlRow::PrintControlRow(PrintControls &controls, QWidget *parent)
     buttons->addStretch();
 
     m_note->setFont(textStyles::caption());
-    m_note->setWordWrap(true);
     connect(&controls, &PrintControls::noteChanged, this, &PrintControlRow::refreshNote);
 
     auto *layout = new QVBoxLayout(this);
