@@ -10,7 +10,7 @@ Pacer::Pacer(std::chrono::milliseconds interval, std::function<void()> work)
 {
     m_rest.setSingleShot(true);
     m_rest.setInterval(interval);
-    QObject::connect(&m_rest, &QTimer::timeout, [this] {
+    QObject::connect(&m_rest, &QTimer::timeout, &m_rest, [this] {
         if (std::exchange(m_waiting, false))
             this->work();
     });

@@ -22,7 +22,8 @@ int WrappedLabel::heightForWidth(int width) const
         if (measure.width == width)
             return measure.height;
     }
-    Measure &measure = m_measures[std::exchange(m_nextMeasure, (m_nextMeasure + 1) % 4)];
+    Measure &measure =
+        m_measures[std::exchange(m_nextMeasure, (m_nextMeasure + 1) % m_measures.size())];
     measure = {width, QLabel::heightForWidth(width)};
     return measure.height;
 }

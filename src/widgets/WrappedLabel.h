@@ -30,7 +30,7 @@ private:
     };
     // A scroll area asks at two widths, with and without its scroll bar; a box layout at more.
     mutable std::array<Measure, 4> m_measures;
-    mutable qsizetype m_nextMeasure = 0;
+    mutable std::size_t m_nextMeasure = 0;
     mutable QString m_measuredText;
 };
 
