@@ -106,9 +106,9 @@ void WallTile::setTileWidth(int width)
     setFixedWidth(width);
     const int pictureWidth = width - 2 * padding;
     m_picture->setFixedHeight(pictureWidth * 3 / 4);
-    // Twenty printers change these texts eighty times a second. A label of fixed size asks no
-    // layout for room when its text changes; otherwise each change would lay out the whole wall
-    // again, every tile's wrapped failure text included.
+    // Twenty printers change these texts twenty times a second even paced. A label of fixed size
+    // asks no layout for room when its text changes; otherwise each change would lay out the
+    // whole wall again, every tile's wrapped failure text included.
     for (QLabel *text : {static_cast<QLabel *>(m_line), m_temperatures})
         text->setFixedSize(pictureWidth, text->fontMetrics().height());
 }
