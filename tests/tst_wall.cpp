@@ -115,7 +115,17 @@ void WallTest::theWallFollowsItsPrinters()
         QTRY_VERIFY_WITH_TIMEOUT(tile->facts().secondsLeft, 20000);
         QVERIFY(tile->accessibleDescription().startsWith(u"Druckt · "_s));
     }
-    wall->grab().save(u"printer-wall.png"_s);
+    const QImage shot = wall->grab().toImage();
+    shot.save(u"printer-wall.png"_s);
+    // A picture's corners are rounded off in the tile's colour, and only the corners.
+    const auto *view = wall->shownTiles().first()->findChild<SnapshotStreamView *>();
+    const QRect picture(view->mapTo(wall.get(), QPoint()), view->size());
+    const QColor card = shot.pixelColor(picture.topLeft() - QPoint(2, 2));
+    for (const QPoint corner : {picture.topLeft(), picture.topRight(), picture.bottomLeft(),
+                                picture.bottomRight()})
+        QCOMPARE(shot.pixelColor(corner), card);
+    QVERIFY(shot.pixelColor(picture.topLeft() + QPoint(4, 4)) != card);
+    QVERIFY(shot.pixelColor(picture.bottomRight() - QPoint(4, 4)) != card);
     // New figures come paced, but they come: Voron's percentage moves on within a few seconds.
     const auto *line = wall->shownTiles().first()->findChild<PrintLineLabel *>();
     const QString figures = line->text();

@@ -12,6 +12,7 @@
 
 #include <QLoggingCategory>
 #include <QPainter>
+#include <QtMath>
 
 #include <algorithm>
 #include <cmath>
@@ -89,10 +90,13 @@ void SnapshotStreamView::setInSight(bool inSight)
         m_source->resume(m_urls, shownRate());
 }
 
-void SnapshotStreamView::setCornerRadius(qreal radius)
+void SnapshotStreamView::setCornerRadius(qreal radius, const QColor &backdrop)
 {
-    m_rounded = RoundedArea(rect(), radius);
-    setAttribute(Qt::WA_OpaquePaintEvent, radius == 0); // rounded corners show what is behind
+    const bool covered = radius > 0 && backdrop.isValid();
+    m_caps = covered ? CornerCaps(qCeil(radius), backdrop) : CornerCaps();
+    m_rounded = RoundedArea(rect(), covered ? 0 : radius);
+    // Clipped corners show what is behind, which Qt must then paint first at every picture.
+    setAttribute(Qt::WA_OpaquePaintEvent, radius == 0 || covered);
     update();
 }
 
@@ -176,6 +180,7 @@ void SnapshotStreamView::paintEvent(QPaintEvent *)
                 systemColors::green());
         });
     }
+    m_caps.paint(painter, rect());
 }
 
 void SnapshotStreamView::resizeEvent(QResizeEvent *)

@@ -3,6 +3,7 @@
 
 #include "camera/PicturePainting.h"
 #include "settings/CameraOrientation.h"
+#include "widgets/CornerCaps.h"
 
 #include <QList>
 #include <QUrl>
@@ -50,8 +51,9 @@ public:
     void setInSight(bool inSight);
     // Dims the picture under a failure's card, so that a wall tells a dead camera at a glance.
     void setDimmedOnFailure(bool dimmed) { m_dimmedOnFailure = dimmed; }
-    // Rounds the corners of the black area and the picture.
-    void setCornerRadius(qreal radius);
+    // Rounds the corners of the black area and the picture. Over a flat `backdrop` they are
+    // covered in its colour, which is cheaper; without one they are clipped.
+    void setCornerRadius(qreal radius, const QColor &backdrop = QColor());
     void setOrientation(const CameraOrientation &orientation);
     // A thin bar along the bottom edge while a print runs; none hides it.
     void setPrintProgress(std::optional<double> progress);
@@ -87,6 +89,7 @@ private:
     qint64 m_paintedKey = 0; // the last picture painted, for the benchmarks' log
     std::optional<double> m_printProgress;
     RoundedArea m_rounded;
+    CornerCaps m_caps;
 };
 
 } // namespace kestrel

@@ -26,6 +26,11 @@ namespace {
 
 constexpr int padding = 10;
 
+QColor tileColour()
+{
+    return QColor::fromRgbF(0.1, 0.11, 0.14);
+}
+
 QString colourRule(const QColor &colour)
 {
     return QStringLiteral("color: %1;").arg(colour.name(QColor::HexArgb));
@@ -53,7 +58,7 @@ WallTile::WallTile(Printer &printer, QWidget *parent)
     header->addWidget(m_name);
     header->addWidget(m_camera, 1);
 
-    m_picture->setCornerRadius(6);
+    m_picture->setCornerRadius(6, tileColour());
     m_picture->setDimmedOnFailure(true);
     m_line->setFont(textStyles::caption());
     m_line->setStyleSheet(colourRule(systemColors::white(0.85)));
@@ -216,7 +221,7 @@ void WallTile::paintEvent(QPaintEvent *event)
     QPainter painter(this);
     m_background.paint(painter, *this, event->rect(), hasFocus(), [this](QPainter &background) {
         background.setPen(hasFocus() ? QPen(systemColors::white(0.5), 1.5) : Qt::NoPen);
-        background.setBrush(QColor::fromRgbF(0.1, 0.11, 0.14));
+        background.setBrush(tileColour());
         background.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), 10, 10);
     });
 }
