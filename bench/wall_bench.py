@@ -118,6 +118,25 @@ def chromium_run(chromium, addresses, seconds, warmup):
             "shown": shown / (PRINTERS * RATE * seconds) * 100, "rss": rss_kb / 1024}
 
 
+def paired(kestrel, other, addresses, seconds, warmup, rounds=3):
+    """Both builds at once against the same printers, so that the VM's swings (up to 10 % from
+    one run to the next) touch both alike: a build against itself stays within 1 %."""
+    for _ in range(rounds):
+        runs = [None, None]
+
+        def measure(index, binary):
+            runs[index] = kestrel_run(binary, addresses, seconds, warmup, False, False)
+        threads = [threading.Thread(target=measure, args=pair) for pair in enumerate((other, kestrel))]
+        for thread in threads:
+            thread.start()
+        for thread in threads:
+            thread.join()
+        before, after = (result["cpu_per_picture"] for result in runs)
+        print(f"CPU per picture: {before:.3f} ms against {after:.3f} ms, "
+              f"ratio {after / before:.3f} (shown {runs[0]['shown']:.1f} and "
+              f"{runs[1]['shown']:.1f} %)", flush=True)
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("--kestrel", required=True)
@@ -126,6 +145,8 @@ def main():
     parser.add_argument("--chromium", help="compare with this browser")
     parser.add_argument("--seconds", type=float, default=60)
     parser.add_argument("--warmup", type=float, default=10)
+    parser.add_argument("--against", metavar="OTHER_KESTREL",
+                        help="only weigh --kestrel against this other build, the two at once")
     args = parser.parse_args()
 
     printers = [status_bench.demo_printer(args.demo_printer, "--print-seconds",
@@ -139,6 +160,9 @@ def main():
                 open(os.path.join(pictures, f"{name}.jpg"), "wb") as file:
             file.write(answer.read())
     try:
+        if args.against:
+            paired(args.kestrel, args.against, addresses, args.seconds, args.warmup)
+            return
         shown = kestrel_run(args.kestrel, addresses, args.seconds, args.warmup, False, False)
         shown["stall"] = kestrel_run(args.kestrel, addresses, min(args.seconds, 30), args.warmup,
                                      False, True)["stall"]
