@@ -19,7 +19,6 @@ public:
     CornerCaps() = default;
     CornerCaps(int radius, const QColor &backdrop);
 
-    bool isNull() const { return m_radius <= 0; }
     void paint(QPainter &painter, const QRect &area) const;
 
 private:
