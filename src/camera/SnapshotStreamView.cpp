@@ -12,7 +12,6 @@
 
 #include <QLoggingCategory>
 #include <QPainter>
-#include <QtMath>
 
 #include <algorithm>
 #include <cmath>
@@ -93,7 +92,7 @@ void SnapshotStreamView::setInSight(bool inSight)
 void SnapshotStreamView::setCornerRadius(qreal radius, const QColor &backdrop)
 {
     const bool covered = radius > 0 && backdrop.isValid();
-    m_caps = covered ? CornerCaps(qCeil(radius), backdrop) : CornerCaps();
+    m_caps = covered ? CornerCaps(int(std::ceil(radius)), backdrop) : CornerCaps();
     m_rounded = RoundedArea(rect(), covered ? 0 : radius);
     // Clipped corners show what is behind, which Qt must then paint first at every picture.
     setAttribute(Qt::WA_OpaquePaintEvent, radius == 0 || covered);

@@ -66,12 +66,8 @@ StartupInfoView::StartupInfoView(const QString &question, std::function<void()> 
     // the wall or on a camera window would bury the question. It comes up again and leaves the
     // keyboard where it is; another printer's question is left to the user's order.
     connect(qApp, &QGuiApplication::focusWindowChanged, this, [this](QWindow *focused) {
-        const QWidgetList windows = QApplication::topLevelWidgets();
-        const auto owner = std::find_if(windows.cbegin(), windows.cend(), [focused](QWidget *w) {
-            return w->windowHandle() == focused;
-        });
         if (focused && isVisible() &&
-            (owner == windows.cend() || !qobject_cast<StartupInfoView *>(*owner)))
+            !qobject_cast<StartupInfoView *>(QWidget::find(focused->winId())))
             raise();
     });
 }
