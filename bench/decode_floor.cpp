@@ -4,7 +4,8 @@
 // window's picture area, with the same fast DCT and plain upsampling Kestrel asks Qt for, into
 // the same 32-bit pixels. Prints the CPU time per picture; nothing else a viewer must do
 // (receive, parse, scale, paint) is in it.
-// Usage: decode_floor <picture folder> <area width> <area height> [pictures per camera]
+// Usage: decode_floor <area width> <area height> <picture.jpg>...
+// The pictures are decoded in turn, as many times each, so they weigh alike.
 #include <cstddef>
 #include <cstdio> // before jpeglib.h, which uses size_t and FILE without including them
 
@@ -73,22 +74,21 @@ unsigned decode(const std::vector<unsigned char> &bytes, unsigned areaWidth, uns
 int main(int argc, char *argv[])
 {
     if (argc < 4) {
-        std::fprintf(stderr, "usage: decode_floor <folder> <area width> <area height> [count]\n");
+        std::fprintf(stderr, "usage: decode_floor <area width> <area height> <picture.jpg>...\n");
         return 2;
     }
-    const std::string folder = argv[1];
-    const unsigned width = unsigned(std::atoi(argv[2]));
-    const unsigned height = unsigned(std::atoi(argv[3]));
-    const int count = argc > 4 ? std::atoi(argv[4]) : 300;
-    if (width == 0 || height == 0 || count <= 0)
+    const unsigned width = unsigned(std::atoi(argv[1]));
+    const unsigned height = unsigned(std::atoi(argv[2]));
+    if (width == 0 || height == 0)
         return 2;
+    constexpr int rounds = 300;
     std::vector<std::vector<unsigned char>> pictures;
-    for (const char *name : {"cam1.jpg", "cam2.jpg", "cam3.jpg"}) {
-        std::ifstream file(folder + "/" + name, std::ios::binary);
+    for (int i = 3; i < argc; ++i) {
+        std::ifstream file(argv[i], std::ios::binary);
         pictures.emplace_back(std::istreambuf_iterator<char>(file),
                               std::istreambuf_iterator<char>());
         if (pictures.back().empty()) {
-            std::fprintf(stderr, "decode_floor: cannot read %s\n", name);
+            std::fprintf(stderr, "decode_floor: cannot read %s\n", argv[i]);
             return 1;
         }
     }
@@ -97,11 +97,11 @@ int main(int argc, char *argv[])
     for (const auto &picture : pictures) // warm up, and say which scale each camera gets
         scales += " 1/" + std::to_string(decode(picture, width, height, pixels));
     const double start = cpuSeconds();
-    for (int i = 0; i < count; ++i) {
+    for (int i = 0; i < rounds; ++i) {
         for (const auto &picture : pictures)
             decode(picture, width, height, pixels);
     }
-    const double perPicture = (cpuSeconds() - start) * 1000 / (count * 3.0);
+    const double perPicture = (cpuSeconds() - start) * 1000 / (rounds * double(pictures.size()));
     std::printf("libjpeg-turbo alone, DCT scale%s into %ux%u: %.3f ms CPU per picture\n",
                 scales.c_str(), width, height, perPicture);
     std::printf("FLOOR_MS=%.4f\n", perPicture);

@@ -9,6 +9,7 @@ printing, with the main window shown and no camera window open: Kestrel's CPU in
 core. Needs a display (the bench script starts Xvfb)."""
 
 import argparse
+import os
 import re
 import subprocess
 
@@ -81,8 +82,10 @@ def main():
         rows[count] = row
     for server in servers:
         server.shutdown()
-    floor_output = subprocess.run([args.decode_floor, args.pictures, *map(str, PICTURE_AREA)],
-                                  capture_output=True, text=True, check=True).stdout
+    floor_output = subprocess.run(
+        [args.decode_floor, *map(str, PICTURE_AREA),
+         *(os.path.join(args.pictures, f"cam{camera}.jpg") for camera in (1, 2, 3))],
+        capture_output=True, text=True, check=True).stdout
     floor = float(re.search(r"FLOOR_MS=([\d.]+)", floor_output).group(1))
     status = status_run(args.kestrel, args.demo_printer, 20, args.seconds, 10)
 

@@ -9,6 +9,7 @@ same rate, and the decoding floor at the tiles' DCT scale. Then the wall minimis
 shown and Kestrel's CPU. Needs a display (the bench script starts Xvfb)."""
 
 import argparse
+import collections
 import functools
 import os
 import re
@@ -27,8 +28,8 @@ import status_bench
 
 PRINTERS = 20
 RATE = 2
-# A tile's picture at the wall's first size: four columns of 258 px less the tile's padding.
-TILE_PICTURE = (238, 178)
+# The tiles take turns: the first shows its printer's camera 1, the next camera 2, and so on.
+CAMERAS = (1, 2)
 
 
 class QuietHandler(SimpleHTTPRequestHandler):
@@ -38,7 +39,7 @@ class QuietHandler(SimpleHTTPRequestHandler):
 
 def wall_settings(addresses, screen):
     printers = [{"printerName": f"Drucker {i + 1}", "printerIP": address,
-                 "selectedCameraIDs": [99], "wallCamera": 1 + i % 2}
+                 "selectedCameraIDs": [99], "wallCamera": CAMERAS[i % len(CAMERAS)]}
                 for i, address in enumerate(addresses)]
     for i, printer in enumerate(printers[1:]):
         printer["printerID"] = f"wall{i + 1}"
@@ -73,11 +74,12 @@ def kestrel_run(kestrel, addresses, seconds, warmup, minimised, stall_probe):
     end = app_bench.sample(process.pid, temporary)
     app_bench.stop(process)
     started = warmup + 1  # the log's clock began a moment before the first sample
-    shown, stalls = 0, []
+    shown, stalls, areas = 0, [], collections.Counter()
     for line in open(log_path):
-        match = re.match(r"\s*([\d.]+) kestrel\.pictures ", line)
+        match = re.match(r"\s*([\d.]+) kestrel\.pictures \S+ (\d+)x(\d+)", line)
         if match and float(match.group(1)) >= started and float(match.group(1)) < started + seconds:
             shown += 1
+            areas[(int(match.group(2)), int(match.group(3)))] += 1
         match = re.match(r"\s*([\d.]+) kestrel\.eventloop worst stall ([\d.]+) ms", line)
         if match and float(match.group(1)) >= started:
             stalls.append(float(match.group(2)))
@@ -85,7 +87,8 @@ def kestrel_run(kestrel, addresses, seconds, warmup, minimised, stall_probe):
     return {"shown": shown / (PRINTERS * RATE * seconds) * 100,
             "cpu_per_picture": cpu * 1000 / shown if shown else float("nan"),
             "cpu_percent": cpu / seconds * 100, "stall": max(stalls, default=float("nan")),
-            "rss": end["rss_kb"] / 1024, "pictures": shown}
+            "rss": end["rss_kb"] / 1024, "pictures": shown,
+            "area": areas.most_common(1)[0][0] if areas else None}
 
 
 def chromium_run(chromium, addresses, seconds, warmup):
@@ -153,11 +156,12 @@ def main():
                                           str(600 + 60 * i), "--fps", "1")
                 for i in range(PRINTERS)]
     addresses = [address for _, address in printers]
-    # The floor decodes the very pictures the tiles get.
+    # The floor decodes the very pictures the tiles get, at the size the tiles have.
     pictures = tempfile.mkdtemp(prefix="kestrel-bench-wall-pictures-")
-    for name, path in (("cam1", "webcam"), ("cam2", "webcam2"), ("cam3", "webcam3")):
+    for camera in CAMERAS:
+        path = "webcam" if camera == 1 else f"webcam{camera}"
         with urllib.request.urlopen(f"http://{addresses[0]}/{path}/?action=snapshot") as answer, \
-                open(os.path.join(pictures, f"{name}.jpg"), "wb") as file:
+                open(os.path.join(pictures, f"cam{camera}.jpg"), "wb") as file:
             file.write(answer.read())
     try:
         if args.against:
@@ -174,8 +178,10 @@ def main():
         for process, _ in printers:
             process.terminate()
             process.wait(timeout=30)
-    floor_output = subprocess.run([args.decode_floor, pictures, *map(str, TILE_PICTURE)],
-                                  capture_output=True, text=True, check=True).stdout
+    floor_output = subprocess.run(
+        [args.decode_floor, *map(str, shown["area"]),
+         *(os.path.join(pictures, f"cam{camera}.jpg") for camera in CAMERAS)],
+        capture_output=True, text=True, check=True).stdout
     floor = float(re.search(r"FLOOR_MS=([\d.]+)", floor_output).group(1))
 
     print(f"The printer wall: {PRINTERS} printing demo printers at {RATE} pictures a second "

@@ -19,8 +19,8 @@
 namespace kestrel {
 
 // Off unless enabled (QT_LOGGING_RULES="kestrel.pictures.debug=true"): one line per picture
-// when it is first painted, which is how the benchmarks count pictures and time them from
-// outside.
+// when it is first painted, with the area it is decoded for in device pixels, which is how the
+// benchmarks count pictures, time them from outside and learn which DCT scale the pictures got.
 Q_LOGGING_CATEGORY(lcShownPictures, "kestrel.pictures", QtWarningMsg)
 
 SnapshotStreamView::SnapshotStreamView(const PiStatusMonitor &monitor, QWidget *parent,
@@ -165,7 +165,11 @@ void SnapshotStreamView::paintEvent(QPaintEvent *)
     if (!image.isNull()) {
         if (lcShownPictures().isDebugEnabled() &&
             std::exchange(m_paintedKey, image.cacheKey()) != image.cacheKey())
-            qCDebug(lcShownPictures).noquote() << absoluteString(m_urls.value(0));
+            qCDebug(lcShownPictures).noquote()
+                << absoluteString(m_urls.value(0))
+                << QStringLiteral("%1x%2")
+                       .arg(std::lround(width() * devicePixelRatioF()))
+                       .arg(std::lround(height() * devicePixelRatioF()));
         paintFittedPicture(painter, m_rounded, image);
     }
     if (m_dimmedOnFailure && m_errorCard->isVisible())
