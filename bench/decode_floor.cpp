@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The decoding floor: libjpeg-turbo alone decodes the benchmark's camera pictures, one after the
-// other in one thread, at the DCT scale Qt's JPEG reader picks when a picture is to fit a camera
-// window's picture area, with the same fast DCT and plain upsampling Kestrel asks Qt for, into
-// the same 32-bit pixels. Prints the CPU time per picture; nothing else a viewer must do
+// other in one thread, at the DCT scale Kestrel's decoder picks when a picture is to fit the
+// given area, with the same fast DCT and plain upsampling it asks libjpeg-turbo for, into the
+// same 32-bit pixels. Prints the CPU time per picture; nothing else a viewer must do
 // (receive, parse, scale, paint) is in it.
 // Usage: decode_floor <area width> <area height> <picture.jpg>...
 // The pictures are decoded in turn, as many times each, so they weigh alike.
@@ -28,7 +28,7 @@ double cpuSeconds()
     return double(now.tv_sec) + double(now.tv_nsec) / 1e9;
 }
 
-// As Qt's JPEG reader chooses for a scaled size: the largest of 1/1, 1/2, 1/4, 1/8 that keeps the
+// As Kestrel's decoder chooses for a scaled size: the largest of 1/1, 1/2, 1/4, 1/8 that keeps the
 // picture at least as large as wanted.
 unsigned denominatorFor(unsigned width, unsigned height, unsigned wantedWidth,
                         unsigned wantedHeight)

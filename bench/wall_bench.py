@@ -178,6 +178,8 @@ def main():
         for process, _ in printers:
             process.terminate()
             process.wait(timeout=30)
+    if not shown["area"]:
+        raise SystemExit("wall_bench: the wall showed no picture")
     floor_output = subprocess.run(
         [args.decode_floor, *map(str, shown["area"]),
          *(os.path.join(pictures, f"cam{camera}.jpg") for camera in CAMERAS)],

@@ -164,12 +164,12 @@ void SnapshotStreamView::paintEvent(QPaintEvent *)
     const QImage image = m_source->image();
     if (!image.isNull()) {
         if (lcShownPictures().isDebugEnabled() &&
-            std::exchange(m_paintedKey, image.cacheKey()) != image.cacheKey())
+            std::exchange(m_paintedKey, image.cacheKey()) != image.cacheKey()) {
+            const QSize area = size() * devicePixelRatioF(); // as resizeEvent gives the source
             qCDebug(lcShownPictures).noquote()
                 << absoluteString(m_urls.value(0))
-                << QStringLiteral("%1x%2")
-                       .arg(std::lround(width() * devicePixelRatioF()))
-                       .arg(std::lround(height() * devicePixelRatioF()));
+                << QStringLiteral("%1x%2").arg(area.width()).arg(area.height());
+        }
         paintFittedPicture(painter, m_rounded, image);
     }
     if (m_dimmedOnFailure && m_errorCard->isVisible())
